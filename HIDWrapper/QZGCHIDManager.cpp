@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: MIT
+#include "HIDWrapper/QZGCHIDManager.h"
+
+#include "HIDWrapper/QZGCHIDManagerDelegate.h"
+#include "HIDWrapper/QZHIDDevice.h"
+
+#include <array>
+
+using namespace qz::platform;
+
+namespace {
+
+// HID Usage Tables: Generic Desktop page, Joystick and Game Pad.
+constexpr std::int32_t genericDesktopPage = 0x01;
+constexpr std::int32_t joystickUsage = 0x04;
+constexpr std::int32_t gamePadUsage = 0x05;
+
+HIDMatchingDictionary matchingDictionary(std::int32_t usagePage, std::int32_t usage) {
+    return {{"DeviceUsagePage", usagePage}, {"DeviceUsage", usage}};
+}
+
+} // namespace
+
+QZGCHIDManagerDelegate::~QZGCHIDManagerDelegate() = default;
+
+const std::shared_ptr<QZHIDDevice>* QZHIDDeviceTable::find(IOHIDDeviceRef handle) const {
+    const auto found = positions_.find(handle);
+    return found != positions_.end() ? &entries_[found->second].second : nullptr;
+}
+
+void QZHIDDeviceTable::set(IOHIDDeviceRef handle, std::shared_ptr<QZHIDDevice> device) {
+    const auto [found, isNew] = positions_.try_emplace(handle, entries_.size());
+    if (isNew) {
+        entries_.emplace_back(handle, std::move(device));
+    } else {
+        // The replaced device goes away after the table is whole again: its end may run the client's code.
+        entries_[found->second].second.swap(device);
+    }
+}
+
+void QZHIDDeviceTable::remove(IOHIDDeviceRef handle) {
+    const auto found = positions_.find(handle);
+    if (found == positions_.end()) {
+        return;
+    }
+    const auto position = static_cast<std::ptrdiff_t>(found->second);
+    positions_.erase(found);
+    const Entry removed = std::move(entries_[static_cast<std::size_t>(position)]);
+    entries_.erase(entries_.begin() + position);
+    for (auto& [key, index] : positions_) {
+        index -= index > static_cast<std::size_t>(position) ? 1 : 0;
+    }
+}
+
+std::shared_ptr<QZGCHIDManager> QZGCHIDManager::create(std::shared_ptr<QZGCConfigurationManager> configurationManager,
+                                                       Platform& platform) {
+    return std::make_shared<QZGCHIDManager>(Private{}, std::move(configurationManager), platform);
+}
+
+QZGCHIDManager::QZGCHIDManager(Private /*only create makes one*/,
+                               std::shared_ptr<QZGCConfigurationManager> configurationManager, Platform& platform)
+    : platform_(platform), configManager_(std::move(configurationManager)),
+      gameControllerHidManager_(IOHIDManagerCreate(platform, kIOHIDOptionsTypeNone)) {}
+
+QZGCHIDManager::~QZGCHIDManager() {
+    if (successfullySetUp_) {
+        IOHIDManagerClose(gameControllerHidManager_, kIOHIDOptionsTypeNone);
+        unscheduleFromRunLoop();
+        IOHIDManagerRegisterInputValueCallback(gameControllerHidManager_, nullptr, nullptr);
+        IOHIDManagerRegisterDeviceMatchingCallback(gameControllerHidManager_, nullptr, nullptr);
+    }
+    if (gameControllerHidManager_ != nullptr) {
+        CFRelease(std::exchange(gameControllerHidManager_, nullptr));
+    }
+}
+
+IOReturn QZGCHIDManager::setupWithDelegate(const std::shared_ptr<QZGCHIDManagerDelegate>& delegate) {
+    delegate_ = delegate;
+    matchWithGameControllers();
+    registerConnectionCallbacks();
+    scheduleWithRunLoop();
+    const IOReturn result = IOHIDManagerOpen(gameControllerHidManager_, kIOHIDOptionsTypeNone);
+    if (result != kIOReturnSuccess) {
+        return result;
+    }
+    IOHIDManagerRegisterInputValueCallback(gameControllerHidManager_, inputValueCallback, this);
+    successfullySetUp_ = true;
+    return kIOReturnSuccess;
+}
+
+void QZGCHIDManager::matchWithGameControllers() {
+    if (gameControllerHidManager_ != nullptr) {
+        const std::array criteria{matchingDictionary(genericDesktopPage, joystickUsage),
+                                  matchingDictionary(genericDesktopPage, gamePadUsage)};
+        IOHIDManagerSetDeviceMatchingMultiple(gameControllerHidManager_, criteria);
+    }
+}
+
+void QZGCHIDManager::registerConnectionCallbacks() {
+    if (gameControllerHidManager_ != nullptr) {
+        IOHIDManagerRegisterDeviceMatchingCallback(gameControllerHidManager_, deviceMatchingCallback, this);
+        IOHIDManagerRegisterDeviceRemovalCallback(gameControllerHidManager_, deviceRemovalCallback, this);
+    }
+}
+
+RunLoopMode QZGCHIDManager::scheduledMode() const noexcept {
+    return modalMode_ ? NSModalPanelRunLoopMode : kCFRunLoopDefaultMode;
+}
+
+void QZGCHIDManager::scheduleWithRunLoop() {
+    IOHIDManagerScheduleWithRunLoop(gameControllerHidManager_, CFRunLoopGetCurrent(platform_), scheduledMode());
+}
+
+void QZGCHIDManager::unscheduleFromRunLoop() {
+    IOHIDManagerUnscheduleFromRunLoop(gameControllerHidManager_, CFRunLoopGetCurrent(platform_), scheduledMode());
+}
+
+void QZGCHIDManager::setModalMode(bool modalMode) {
+    if (modalMode == modalMode_) {
+        return;
+    }
+    unscheduleFromRunLoop();
+    modalMode_ = modalMode;
+    scheduleWithRunLoop();
+}
+
+std::vector<std::shared_ptr<QZHIDDevice>> QZGCHIDManager::devices() const {
+    std::vector<std::shared_ptr<QZHIDDevice>> devices;
+    devices.reserve(connectedHIDDevices_.entries().size());
+    for (const auto& [handle, device] : connectedHIDDevices_.entries()) {
+        devices.push_back(device);
+    }
+    return devices;
+}
+
+void QZGCHIDManager::hidDeviceConnected(IOHIDDeviceRef deviceRef) {
+    if (const auto asked = delegate(); asked && !asked->hidManagerShouldConnectDevice(*this, deviceRef)) {
+        return;
+    }
+    const auto device = QZHIDDevice::create(deviceRef, shared_from_this());
+    connectedHIDDevices_.set(deviceRef, device);
+    if (const auto told = delegate()) {
+        told->hidManagerDeviceConnected(*this, device);
+    }
+}
+
+void QZGCHIDManager::hidDeviceDisconnected(IOHIDDeviceRef deviceRef) {
+    const auto* const found = connectedHIDDevices_.find(deviceRef);
+    const std::shared_ptr<QZHIDDevice> device = found != nullptr ? *found : nullptr;
+    if (!device) {
+        // Normally a device that the delegate refused. By design one that it wants now is disconnected as null.
+        if (const auto asked = delegate(); asked && !asked->hidManagerShouldConnectDevice(*this, deviceRef)) {
+            return;
+        }
+    }
+    connectedHIDDevices_.remove(deviceRef);
+    if (const auto told = delegate()) {
+        told->hidManagerDeviceDisconnected(*this, device);
+    }
+}
+
+void QZGCHIDManager::inputValueUpdate(IOHIDValueRef value) {
+    // A device has no elements yet that a value could belong to.
+    static_cast<void>(value);
+}
+
+void QZGCHIDManager::hidError(IOReturn error) {
+    if (const auto told = delegate()) {
+        told->hidManagerHidError(*this, error);
+    }
+}
+
+void deviceMatchingCallback(void* context, IOReturn result, void* /*sender*/, IOHIDDeviceRef device) {
+    const auto manager = static_cast<QZGCHIDManager*>(context)->shared_from_this();
+    if (result == kIOReturnSuccess) {
+        manager->hidDeviceConnected(device);
+    } else {
+        manager->hidError(result);
+    }
+}
+
+void deviceRemovalCallback(void* context, IOReturn result, void* /*sender*/, IOHIDDeviceRef device) {
+    const auto manager = static_cast<QZGCHIDManager*>(context)->shared_from_this();
+    if (result == kIOReturnSuccess) {
+        manager->hidDeviceDisconnected(device);
+    } else {
+        manager->hidError(result);
+    }
+}
+
+void inputValueCallback(void* context, IOReturn result, void* /*sender*/, IOHIDValueRef value) {
+    const auto manager = static_cast<QZGCHIDManager*>(context)->shared_from_this();
+    if (result == kIOReturnSuccess) {
+        manager->inputValueUpdate(value);
+    } else {
+        manager->hidError(result);
+    }
+}

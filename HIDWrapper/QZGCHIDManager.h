@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/Export.h"
+#include "platform/HID.h"
+#include "platform/Platform.h"
+
+#include <memory>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+class QZGCConfigurationManager;
+class QZGCHIDManagerDelegate;
+class QZHIDDevice;
+
+/// The connected devices by their platform handle, in the order of their admission.
+class QZGC_EXPORT QZHIDDeviceTable {
+public:
+    using Entry = std::pair<qz::platform::IOHIDDeviceRef, std::shared_ptr<QZHIDDevice>>;
+
+    /// The device under this handle, or null; valid until the table is changed.
+    const std::shared_ptr<QZHIDDevice>* find(qz::platform::IOHIDDeviceRef handle) const;
+
+    /// Stores a device; one that replaces another under the same handle takes over its place.
+    void set(qz::platform::IOHIDDeviceRef handle, std::shared_ptr<QZHIDDevice> device);
+    void remove(qz::platform::IOHIDDeviceRef handle);
+
+    const std::vector<Entry>& entries() const noexcept { return entries_; }
+
+private:
+    std::vector<Entry> entries_;
+    std::unordered_map<qz::platform::IOHIDDeviceRef, std::size_t> positions_;
+};
+
+/// The entry point of the library: finds joysticks and gamepads, admits them with the delegate's consent, follows them
+/// as they come and go, and reports what their controls do.
+///
+/// Everything happens on the thread that runs the platform's run loop; use the manager on that thread only.
+class QZGC_EXPORT QZGCHIDManager final : public std::enable_shared_from_this<QZGCHIDManager> {
+    struct Private {};
+
+public:
+    /// A manager that reports actions and not raw values, with nothing matched, scheduled or opened yet.
+    /// `configurationManager` may be null: nothing is reversed then and no control has an action. `platform` must
+    /// outlive the manager and everything made by it.
+    static std::shared_ptr<QZGCHIDManager>
+    create(std::shared_ptr<QZGCConfigurationManager> configurationManager,
+           qz::platform::Platform& platform = qz::platform::Platform::standard());
+
+    QZGCHIDManager(Private, std::shared_ptr<QZGCConfigurationManager> configurationManager,
+                   qz::platform::Platform& platform);
+    QZGCHIDManager(const QZGCHIDManager&) = delete;
+    QZGCHIDManager& operator=(const QZGCHIDManager&) = delete;
+    ~QZGCHIDManager();
+
+    /// Begins to follow devices and report to `delegate`, which is held weakly. With no delegate every device is
+    /// admitted and nothing is reported.
+    ///
+    /// Success, or the platform's answer to opening. After a failure the manager stays scheduled and reports
+    /// connections, but no values: nothing is undone, by design.
+    qz::platform::IOReturn setupWithDelegate(const std::shared_ptr<QZGCHIDManagerDelegate>& delegate);
+
+    /// The steps of the set-up, in its order.
+    void matchWithGameControllers();
+    void registerConnectionCallbacks();
+    void scheduleWithRunLoop();
+
+    void unscheduleFromRunLoop();
+
+    /// The connected devices, in the order of their admission.
+    std::vector<std::shared_ptr<QZHIDDevice>> devices() const;
+
+    /// What the platform's callbacks call.
+    void hidDeviceConnected(qz::platform::IOHIDDeviceRef deviceRef);
+    void hidDeviceDisconnected(qz::platform::IOHIDDeviceRef deviceRef);
+    void inputValueUpdate(qz::platform::IOHIDValueRef value);
+    void hidError(qz::platform::IOReturn error);
+
+    /// Whether events arrive while the run loop runs in the modal-panel mode (true) or in the default mode (false). The
+    /// setter moves the scheduling at once, also before the set-up; with the current value it does nothing.
+    bool modalMode() const noexcept { return modalMode_; }
+    void setModalMode(bool modalMode);
+
+    /// Whether the delegate receives raw values (false at first) and action values (true at first).
+    bool reportRawValues() const noexcept { return reportRawValues_; }
+    void setReportRawValues(bool report) noexcept { reportRawValues_ = report; }
+    bool reportMappedValues() const noexcept { return reportMappedValues_; }
+    void setReportMappedValues(bool report) noexcept { reportMappedValues_ = report; }
+
+    /// True from the end of a successful set-up; decides what destruction undoes.
+    bool successfullySetUp() const noexcept { return successfullySetUp_; }
+    void setSuccessfullySetUp(bool setUp) noexcept { successfullySetUp_ = setUp; }
+
+    bool calibrationMode() const noexcept { return calibrationMode_; }
+    void setCalibrationMode(bool calibrationMode) noexcept { calibrationMode_ = calibrationMode; }
+
+    const std::shared_ptr<QZGCConfigurationManager>& configManager() const noexcept { return configManager_; }
+    void setConfigManager(std::shared_ptr<QZGCConfigurationManager> configManager) {
+        configManager_ = std::move(configManager);
+    }
+
+    std::shared_ptr<QZGCHIDManagerDelegate> delegate() const noexcept { return delegate_.lock(); }
+    void setDelegate(const std::shared_ptr<QZGCHIDManagerDelegate>& delegate) noexcept { delegate_ = delegate; }
+
+    /// The platform's manager, released with this object; null when none could be made. One that is replaced is the
+    /// caller's to release.
+    qz::platform::IOHIDManagerRef gameControllerHidManager() const noexcept { return gameControllerHidManager_; }
+    void setGameControllerHidManager(qz::platform::IOHIDManagerRef manager) noexcept {
+        gameControllerHidManager_ = manager;
+    }
+
+    const QZHIDDeviceTable& connectedHIDDevices() const noexcept { return connectedHIDDevices_; }
+    void setConnectedHIDDevices(QZHIDDeviceTable devices) { connectedHIDDevices_ = std::move(devices); }
+
+    qz::platform::Platform& platform() const noexcept { return platform_; }
+
+private:
+    qz::platform::RunLoopMode scheduledMode() const noexcept;
+
+    qz::platform::Platform& platform_;
+    bool modalMode_ = false;
+    bool reportRawValues_ = false;
+    bool reportMappedValues_ = true;
+    bool successfullySetUp_ = false;
+    bool calibrationMode_ = false;
+    std::shared_ptr<QZGCConfigurationManager> configManager_;
+    std::weak_ptr<QZGCHIDManagerDelegate> delegate_;
+    qz::platform::IOHIDManagerRef gameControllerHidManager_;
+    QZHIDDeviceTable connectedHIDDevices_;
+};
+
+/// The functions that a QZGCHIDManager registers with the platform; `context` is the manager, which they keep alive to
+/// their end. Result 0 hands the device on, any other result is an error.
+QZGC_EXPORT void deviceMatchingCallback(void* context, qz::platform::IOReturn result, void* sender,
+                                        qz::platform::IOHIDDeviceRef device);
+QZGC_EXPORT void deviceRemovalCallback(void* context, qz::platform::IOReturn result, void* sender,
+                                       qz::platform::IOHIDDeviceRef device);
+QZGC_EXPORT void inputValueCallback(void* context, qz::platform::IOReturn result, void* sender,
+                                    qz::platform::IOHIDValueRef value);

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/Export.h"
+#include "platform/HID.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+class QZGCHIDManager;
+
+/// The two strings under which a device's settings are kept.
+struct QZUserPrefIDs {
+    std::string aDeviceTypeID; ///< the model; holds no "."
+    std::string aInstanceID;   ///< one unit of it; the type ID, "." and a suffix
+};
+
+/// One connected joystick or gamepad.
+///
+/// Made by QZGCHIDManager when it admits a device; lives until the manager removes it and the last client lets go. Once
+/// the device is unplugged it still answers, only its values read as 0.
+class QZGC_EXPORT QZHIDDevice final : public std::enable_shared_from_this<QZHIDDevice> {
+    struct Private {};
+
+public:
+    static std::shared_ptr<QZHIDDevice> create(qz::platform::IOHIDDeviceRef deviceRef,
+                                               const std::shared_ptr<QZGCHIDManager>& manager);
+    QZHIDDevice(Private, qz::platform::IOHIDDeviceRef deviceRef, const std::shared_ptr<QZGCHIDManager>& manager);
+    QZHIDDevice(const QZHIDDevice&) = delete;
+    QZHIDDevice& operator=(const QZHIDDevice&) = delete;
+    ~QZHIDDevice();
+
+    /// The string property `key`; absent when there is none or it is of another kind.
+    std::optional<std::string> stringPropertyWithKey(std::string_view key) const;
+
+    /// The integer property `key`, cut to 32 bits and widened with sign. 0 when it is absent, not a number, or a
+    /// floating-point number (by design: two kinds of number never mix).
+    std::int64_t integerPropertyWithKey(std::string_view key) const;
+
+    /// The floating-point property `key`; 0.0 when it is absent or of another kind, an integer included.
+    double floatPropertyWithKey(std::string_view key) const;
+
+    std::optional<std::string> productName() const { return stringPropertyWithKey("Product"); }
+    std::int64_t productID() const { return integerPropertyWithKey("ProductID"); }
+    std::optional<std::string> serialNo() const { return stringPropertyWithKey("SerialNumber"); }
+    std::int64_t locationID() const { return integerPropertyWithKey("LocationID"); }
+    std::int64_t vendorID() const { return integerPropertyWithKey("VendorID"); }
+    std::int64_t vendorIDSource() const { return integerPropertyWithKey("VendorIDSource"); }
+    std::int64_t uniqueID() const { return integerPropertyWithKey("UniqueID"); }
+    std::int64_t physicalDeviceUniqueID() const { return integerPropertyWithKey("PhysicalDeviceUniqueID"); }
+
+    /// "Joystick", "Gamepad" or "Unknown", from the primary usage.
+    std::string kind() const;
+
+    /// The IDs that follow from the properties as they are now. A device without vendor and product is "generic_" and
+    /// its kind; the suffix of an instance is its serial number or, without one, its location in hexadecimal.
+    QZUserPrefIDs userPrefIDs() const;
+
+    /// The preferences key of the calibration, which all devices of one vendor and product share.
+    std::string calibrationsPrefKey() const;
+
+    /// One line with all of the above, for people.
+    std::string description() const;
+
+    /// From now on elements report only changes greater than `hysteresis`, in units of the normalised scale (0.0
+    /// to 1.0; values outside are clamped). Two-state elements are not affected.
+    void startLimitedValueReportingWithHysteresis(double hysteresis);
+    void endLimitedValueReporting() { isInLimitedVRMode_ = false; }
+    bool isInLimitedVRMode() const noexcept { return isInLimitedVRMode_; }
+    void setIsInLimitedVRMode(bool limited) noexcept { isInLimitedVRMode_ = limited; }
+    double limitedVRHysteresis() const noexcept { return limitedVRHysteresis_; }
+    void setLimitedVRHysteresis(double hysteresis) noexcept { limitedVRHysteresis_ = hysteresis; }
+
+    /// The handle; it answers as long as this object lives, also after the unplugging.
+    qz::platform::IOHIDDeviceRef ioHIDDeviceRef() const noexcept { return ioHIDDeviceRef_.get(); }
+    void setIOHIDDeviceRef(qz::platform::IOHIDDeviceRef deviceRef) { ioHIDDeviceRef_ = qz::platform::pin(deviceRef); }
+
+    /// The manager that made the device; null when it is gone.
+    std::shared_ptr<QZGCHIDManager> manager() const noexcept { return manager_.lock(); }
+    void setManager(const std::shared_ptr<QZGCHIDManager>& manager) noexcept { manager_ = manager; }
+
+private:
+    bool isInLimitedVRMode_ = false;
+    std::shared_ptr<qz::platform::HIDDevice> ioHIDDeviceRef_;
+    double limitedVRHysteresis_ = 0.0;
+    std::weak_ptr<QZGCHIDManager> manager_;
+};

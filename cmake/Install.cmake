@@ -1,0 +1,25 @@
+include(CMakePackageConfigHelpers)
+
+set(qzgc_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/QZGameController")
+install(TARGETS QZGameController EXPORT QZGameControllerTargets
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/qzgamecontroller-${PROJECT_VERSION_MAJOR}")
+install(EXPORT QZGameControllerTargets NAMESPACE QZGameController:: DESTINATION "${qzgc_package_dir}")
+
+configure_package_config_file(packaging/QZGameControllerConfig.cmake.in
+    "${PROJECT_BINARY_DIR}/QZGameControllerConfig.cmake" INSTALL_DESTINATION "${qzgc_package_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/QZGameControllerConfigVersion.cmake"
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+    "${PROJECT_BINARY_DIR}/QZGameControllerConfig.cmake" "${PROJECT_BINARY_DIR}/QZGameControllerConfigVersion.cmake"
+    DESTINATION "${qzgc_package_dir}")
+
+# pkg-config: the paths are relative to the file, so that an installed tree can be moved.
+file(RELATIVE_PATH qzgc_pc_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" qzgc_pc_prefix "${qzgc_pc_prefix}")
+if(QZGC_SHARED)
+    set(qzgc_pc_private "")
+else()
+    set(qzgc_pc_private "-lstdc++")
+endif()
+configure_file(packaging/qzgamecontroller.pc.in "${PROJECT_BINARY_DIR}/qzgamecontroller.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/qzgamecontroller.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#include "platform/HIDDevice.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace qz::platform {
+
+namespace {
+
+constexpr std::string_view usagePageKey = "DeviceUsagePage";
+constexpr std::string_view usageKey = "DeviceUsage";
+
+bool isInteger(const PropertyValue* property, std::int64_t wanted) {
+    const auto* const integer = property != nullptr ? std::get_if<std::int64_t>(property) : nullptr;
+    return integer != nullptr && *integer == wanted;
+}
+
+} // namespace
+
+HIDDevice::~HIDDevice() = default;
+
+const PropertyValue* HIDDevice::property(std::string_view key) const {
+    const auto found = properties_.find(key);
+    return found != properties_.end() ? &found->second : nullptr;
+}
+
+void HIDDevice::setProperty(std::string_view key, PropertyValue value) {
+    properties_.insert_or_assign(std::string(key), std::move(value));
+    ++propertyRevision_;
+}
+
+void HIDDevice::removeProperty(std::string_view key) {
+    if (const auto found = properties_.find(key); found != properties_.end()) {
+        properties_.erase(found);
+        ++propertyRevision_;
+    }
+}
+
+void HIDDevice::setElements(std::vector<HIDElement> elements,
+                            const std::vector<std::optional<std::vector<std::size_t>>>& children) {
+    elements_ = std::move(elements);
+    lastKnownValues_.assign(elements_->size(), std::nullopt);
+
+    std::size_t memberships = 0;
+    for (const auto& list : children) {
+        memberships += list ? list->size() : 0;
+    }
+    // Reserved once: the spans below point into it. One more, so that the span of an empty list is no null span.
+    children_.reserve(memberships + 1);
+    for (std::size_t i = 0; i < elements_->size(); ++i) {
+        HIDElement& element = (*elements_)[i];
+        element.device = this;
+        if (i >= children.size() || !children[i]) {
+            element.children = std::nullopt;
+            continue;
+        }
+        const std::size_t begin = children_.size();
+        for (const std::size_t member : *children[i]) {
+            if (member < elements_->size()) {
+                children_.push_back(&(*elements_)[member]);
+            }
+        }
+        element.children = std::span<const IOHIDElementRef>(children_.data() + begin, children_.size() - begin);
+    }
+}
+
+std::optional<std::size_t> HIDDevice::indexOf(IOHIDElementRef element) const {
+    if (element == nullptr || element->device != this || !elements_) {
+        return std::nullopt;
+    }
+    // Not a subtraction alone: a client's copy of a record names this device too, but does not lie within the list.
+    const HIDElement* const begin = elements_->data();
+    const HIDElement* const end = begin + elements_->size();
+    if (std::less<>{}(element, begin) || !std::less<>{}(element, end)) {
+        return std::nullopt;
+    }
+    return static_cast<std::size_t>(element - begin);
+}
+
+std::optional<std::int64_t> HIDDevice::lastKnownValue(IOHIDElementRef element) const {
+    const auto index = indexOf(element);
+    return index ? lastKnownValues_[*index] : std::nullopt;
+}
+
+void HIDDevice::setLastKnownValue(IOHIDElementRef element, std::optional<std::int64_t> value) {
+    if (const auto index = indexOf(element)) {
+        lastKnownValues_[*index] = value;
+    }
+}
+
+bool HIDDevice::matches(const HIDMatchingDictionary& criterion) const {
+    const auto wantedPage = criterion.find(usagePageKey);
+    const auto wantedUsage = criterion.find(usageKey);
+    const auto fits = [&](std::int64_t usagePage, std::int64_t usage) {
+        return (wantedPage == criterion.end() || wantedPage->second == usagePage) &&
+               (wantedUsage == criterion.end() || wantedUsage->second == usage);
+    };
+    const auto anyCollectionFits = [&] {
+        if (!usagePairs_.empty()) {
+            return std::ranges::any_of(usagePairs_,
+                                       [&](HIDUsagePair pair) { return fits(pair.usagePage, pair.usage); });
+        }
+        return (wantedPage == criterion.end() || isInteger(property("PrimaryUsagePage"), wantedPage->second)) &&
+               (wantedUsage == criterion.end() || isInteger(property("PrimaryUsage"), wantedUsage->second));
+    };
+    const bool othersFit = std::ranges::all_of(criterion, [&](const auto& entry) {
+        return entry.first == usagePageKey || entry.first == usageKey || isInteger(property(entry.first), entry.second);
+    });
+    return othersFit && anyCollectionFits();
+}
+
+} // namespace qz::platform

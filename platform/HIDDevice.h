@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/HID.h"
+
+namespace qz::platform {
+
+/// The usage of one application collection of a device.
+struct HIDUsagePair {
+    std::uint32_t usagePage = 0;
+    std::uint32_t usage = 0;
+};
+
+/// What an IOHIDDeviceRef points to: the properties, elements and last known values of one device, the same in every
+/// back end. A back end derives its devices from this class and writes through the protected operations.
+///
+/// The object outlives the unplugging while a client pins it. Made with std::make_shared only.
+class QZGC_EXPORT HIDDevice : public std::enable_shared_from_this<HIDDevice> {
+public:
+    HIDDevice(const HIDDevice&) = delete;
+    HIDDevice& operator=(const HIDDevice&) = delete;
+    virtual ~HIDDevice();
+
+    /// The property with this name, or null; valid until it is next changed.
+    const PropertyValue* property(std::string_view key) const;
+    std::uint64_t propertyRevision() const noexcept { return propertyRevision_; }
+
+    /// The device's elements in order; absent when the platform gives no list. Neither moves nor changes.
+    const std::optional<std::vector<HIDElement>>& elements() const noexcept { return elements_; }
+
+    /// The value that `element` last had; nothing before the first one, and for an element of another device.
+    std::optional<std::int64_t> lastKnownValue(IOHIDElementRef element) const;
+
+    /// Whether the device has all that `criterion` names. "DeviceUsagePage" and "DeviceUsage" are tested against each
+    /// application collection as a pair, every other name against the integer property of that name.
+    bool matches(const HIDMatchingDictionary& criterion) const;
+
+    /// True from the unplugging on.
+    bool isGone() const noexcept { return gone_; }
+
+protected:
+    HIDDevice() = default;
+
+    void setProperty(std::string_view key, PropertyValue value);
+    void removeProperty(std::string_view key);
+
+    /// Takes the elements over, once. `children[i]` lists the members of element i as indices, absent where there is no
+    /// list; indices beyond the end are left out.
+    void setElements(std::vector<HIDElement> elements,
+                     const std::vector<std::optional<std::vector<std::size_t>>>& children);
+
+    /// The usages of the application collections; without a call the primary one, taken from the properties.
+    void setUsagePairs(std::vector<HIDUsagePair> usagePairs) { usagePairs_ = std::move(usagePairs); }
+
+    void setLastKnownValue(IOHIDElementRef element, std::optional<std::int64_t> value);
+    void markGone() noexcept { gone_ = true; }
+
+private:
+    std::optional<std::size_t> indexOf(IOHIDElementRef element) const;
+
+    std::map<std::string, PropertyValue, std::less<>> properties_;
+    std::uint64_t propertyRevision_ = 0;
+    std::vector<HIDUsagePair> usagePairs_;
+    std::optional<std::vector<HIDElement>> elements_;
+    std::vector<IOHIDElementRef> children_;
+    std::vector<std::optional<std::int64_t>> lastKnownValues_;
+    bool gone_ = false;
+};
+
+} // namespace qz::platform

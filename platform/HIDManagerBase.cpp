@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+#include "platform/HIDManagerBase.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qz::platform {
+
+/// Keeps the manager alive while one of its callbacks runs, also when the callback ends by an exception.
+class HIDManagerBase::CallbackInProgress {
+public:
+    explicit CallbackInProgress(HIDManagerBase& manager) : manager_(manager) { ++manager_.callbacksInProgress_; }
+    CallbackInProgress(const CallbackInProgress&) = delete;
+    CallbackInProgress& operator=(const CallbackInProgress&) = delete;
+    ~CallbackInProgress() {
+        if (--manager_.callbacksInProgress_ == 0 && manager_.released_) {
+            delete &manager_;
+        }
+    }
+
+private:
+    HIDManagerBase& manager_;
+};
+
+HIDManagerBase::~HIDManagerBase() = default;
+
+void HIDManagerBase::setDeviceMatchingMultiple(std::span<const HIDMatchingDictionary> criteria) {
+    criteria_.assign(criteria.begin(), criteria.end());
+    if (discovering_) {
+        discover();
+    }
+}
+
+void HIDManagerBase::registerDeviceMatchingCallback(IOHIDDeviceCallback callback, void* context) {
+    matching_ = {callback, context};
+}
+
+void HIDManagerBase::registerDeviceRemovalCallback(IOHIDDeviceCallback callback, void* context) {
+    removal_ = {callback, context};
+}
+
+void HIDManagerBase::registerInputValueCallback(IOHIDValueCallback callback, void* context) {
+    inputValue_ = {callback, context};
+}
+
+void HIDManagerBase::scheduleWithRunLoop(RunLoop& runLoop, RunLoopMode mode) {
+    if (!runLoop.addSource(*this, mode)) {
+        return;
+    }
+    schedules_.push_back({&runLoop, mode});
+    ++scheduleRevision_;
+    if (!discovering_) {
+        discovering_ = true;
+        discover();
+    }
+}
+
+void HIDManagerBase::unscheduleFromRunLoop(RunLoop& runLoop, RunLoopMode mode) {
+    const auto removed = std::erase_if(
+        schedules_, [&](const Schedule& schedule) { return schedule.runLoop == &runLoop && schedule.mode == mode; });
+    if (removed != 0) {
+        runLoop.removeSource(*this, mode);
+        ++scheduleRevision_;
+    }
+}
+
+void HIDManagerBase::release() {
+    released_ = true;
+    matching_ = {};
+    removal_ = {};
+    inputValue_ = {};
+    for (const Schedule& schedule : std::exchange(schedules_, {})) {
+        schedule.runLoop->removeSource(*this, schedule.mode);
+    }
+    ++scheduleRevision_;
+    if (callbacksInProgress_ == 0) {
+        delete this;
+    }
+}
+
+std::size_t HIDManagerBase::perform() {
+    if (callbacksInProgress_ != 0) {
+        return 0; // a nested turn: the callback that runs it comes first
+    }
+    const CallbackInProgress keepAlive(*this);
+    const std::uint64_t scheduledAs = scheduleRevision_;
+    std::size_t delivered = 0;
+    // What the callbacks themselves set off is left to the next turn only when they move the manager elsewhere.
+    while (scheduleRevision_ == scheduledAs && deliverNext()) {
+        ++delivered;
+    }
+    return delivered;
+}
+
+bool HIDManagerBase::isReported(IOHIDDeviceRef device) const {
+    return std::ranges::any_of(reported_, [&](const auto& reported) { return reported.get() == device; });
+}
+
+bool HIDManagerBase::reportArrival(const std::shared_ptr<HIDDevice>& device) {
+    const bool matches =
+        std::ranges::any_of(criteria_, [&](const HIDMatchingDictionary& each) { return device->matches(each); });
+    if (!matches || device->isGone() || isReported(device.get())) {
+        return false;
+    }
+    reported_.push_back(device);
+    callMatching(kIOReturnSuccess, device.get());
+    return true;
+}
+
+bool HIDManagerBase::reportRemoval(const std::shared_ptr<HIDDevice>& device) {
+    if (std::erase(reported_, device) == 0) {
+        return false;
+    }
+    callRemoval(kIOReturnSuccess, device.get());
+    return true;
+}
+
+void HIDManagerBase::callMatching(IOReturn result, IOHIDDeviceRef device) {
+    if (matching_.function != nullptr) {
+        const CallbackInProgress keepAlive(*this);
+        matching_.function(matching_.context, result, static_cast<HIDManager*>(this), device);
+    }
+}
+
+void HIDManagerBase::callRemoval(IOReturn result, IOHIDDeviceRef device) {
+    if (removal_.function != nullptr) {
+        const CallbackInProgress keepAlive(*this);
+        removal_.function(removal_.context, result, static_cast<HIDManager*>(this), device);
+    }
+}
+
+void HIDManagerBase::callInputValue(IOReturn result, IOHIDValueRef value) {
+    if (inputValue_.function != nullptr) {
+        const CallbackInProgress keepAlive(*this);
+        inputValue_.function(inputValue_.context, result, static_cast<HIDManager*>(this), value);
+    }
+}
+
+} // namespace qz::platform

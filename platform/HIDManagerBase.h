@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/HIDDevice.h"
+#include "platform/HIDManager.h"
+
+namespace qz::platform {
+
+/// What the managers of all back ends share: the registered callbacks and criteria, the scheduling, and the promises
+/// that HID.h makes about the order of callbacks.
+class HIDManagerBase : public HIDManager, private RunLoopSource {
+public:
+    void setDeviceMatchingMultiple(std::span<const HIDMatchingDictionary> criteria) override;
+    void registerDeviceMatchingCallback(IOHIDDeviceCallback callback, void* context) override;
+    void registerDeviceRemovalCallback(IOHIDDeviceCallback callback, void* context) override;
+    void registerInputValueCallback(IOHIDValueCallback callback, void* context) override;
+    void scheduleWithRunLoop(RunLoop& runLoop, RunLoopMode mode) override;
+    void unscheduleFromRunLoop(RunLoop& runLoop, RunLoopMode mode) override;
+    void release() override;
+
+protected:
+    ~HIDManagerBase() override;
+
+    /// Called when the first scheduling, or new criteria after it, may have made devices visible.
+    virtual void discover() = 0;
+
+    /// Takes the next thing that happened and delivers it; false when nothing is left.
+    virtual bool deliverNext() = 0;
+
+    /// Reports a device that matches and has not been reported; says whether it did.
+    bool reportArrival(const std::shared_ptr<HIDDevice>& device);
+    /// Reports the removal of a device that has been reported; says whether it did.
+    bool reportRemoval(const std::shared_ptr<HIDDevice>& device);
+    bool isReported(IOHIDDeviceRef device) const;
+
+    /// The callbacks themselves, with nothing tested but that they are registered.
+    void callMatching(IOReturn result, IOHIDDeviceRef device);
+    void callRemoval(IOReturn result, IOHIDDeviceRef device);
+    void callInputValue(IOReturn result, IOHIDValueRef value);
+
+private:
+    template<typename Function>
+    struct Registration {
+        Function function = nullptr;
+        void* context = nullptr;
+    };
+    struct Schedule {
+        RunLoop* runLoop;
+        RunLoopMode mode;
+    };
+    class CallbackInProgress;
+
+    std::size_t perform() override;
+
+    std::vector<HIDMatchingDictionary> criteria_;
+    Registration<IOHIDDeviceCallback> matching_;
+    Registration<IOHIDDeviceCallback> removal_;
+    Registration<IOHIDValueCallback> inputValue_;
+    std::vector<Schedule> schedules_;
+    std::vector<std::shared_ptr<HIDDevice>> reported_;
+    std::uint64_t scheduleRevision_ = 0;
+    int callbacksInProgress_ = 0;
+    bool discovering_ = false;
+    bool released_ = false;
+};
+
+} // namespace qz::platform

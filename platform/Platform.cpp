@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#include "platform/Platform.h"
+
+#include "platform/RunLoop.h"
+#include "platform/SystemLog.h"
+#include "platform/UserDefaults.h"
+
+#if defined(__linux__)
+#include "platform/linux/LinuxPlatform.h"
+#else
+#include "platform/virtual/VirtualPlatform.h"
+#endif
+
+namespace qz::platform {
+
+RunLoopSource::~RunLoopSource() = default;
+RunLoop::~RunLoop() = default;
+SystemLog::~SystemLog() = default;
+Platform::~Platform() = default;
+
+Platform& Platform::standard() {
+#if defined(__linux__)
+    static LinuxPlatform platform;
+#else
+    static VirtualPlatform platform;
+#endif
+    return platform;
+}
+
+} // namespace qz::platform

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#include "platform/PropertyList.h"
+
+namespace qz::platform {
+
+namespace {
+
+template<typename Kind, typename Variant>
+std::optional<Kind> valueOfKind(const Variant& value) {
+    const Kind* const found = std::get_if<Kind>(&value);
+    return found != nullptr ? std::optional(*found) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<bool> PropertyList::boolean() const {
+    return valueOfKind<bool>(value_);
+}
+
+std::optional<std::int64_t> PropertyList::integer() const {
+    return valueOfKind<std::int64_t>(value_);
+}
+
+std::optional<double> PropertyList::floatingPoint() const {
+    return valueOfKind<double>(value_);
+}
+
+} // namespace qz::platform

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/Export.h"
+
+#include <concepts>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace qz::platform {
+
+/// A value that preferences keep: a tree of dictionaries with string keys, arrays, strings, integers, floating-point
+/// numbers and booleans. The kinds never mix: the boolean true is no integer, and 3.0 is none either.
+///
+/// Strings are UTF-8 by intention; nothing checks it here. Dictionaries are walked in the order of their keys' bytes.
+class QZGC_EXPORT PropertyList {
+public:
+    using Array = std::vector<PropertyList>;
+    using Dictionary = std::map<std::string, PropertyList, std::less<>>;
+
+    template<std::same_as<bool> Boolean>
+    PropertyList(Boolean value) : value_(value) {}
+    template<std::integral Integer>
+    requires(!std::same_as<Integer, bool> && sizeof(Integer) <= sizeof(std::int64_t)) PropertyList(Integer value)
+        : value_(static_cast<std::int64_t>(value)) {}
+    PropertyList(double value) : value_(value) {}
+    PropertyList(const char* value) : value_(std::string(value)) {}
+    PropertyList(std::string_view value) : value_(std::string(value)) {}
+    PropertyList(std::string value) : value_(std::move(value)) {}
+    PropertyList(Array value) : value_(std::move(value)) {}
+    PropertyList(Dictionary value) : value_(std::move(value)) {}
+
+    /// The value when it is of the kind asked for; nothing, or null, when it is of another kind.
+    std::optional<bool> boolean() const;
+    std::optional<std::int64_t> integer() const;
+    std::optional<double> floatingPoint() const;
+    const std::string* string() const noexcept { return std::get_if<std::string>(&value_); }
+    const Array* array() const noexcept { return std::get_if<Array>(&value_); }
+    const Dictionary* dictionary() const noexcept { return std::get_if<Dictionary>(&value_); }
+
+    /// Equal in kind and content; a NaN equals nothing.
+    friend bool operator==(const PropertyList&, const PropertyList&) = default;
+
+private:
+    std::variant<bool, std::int64_t, double, std::string, Array, Dictionary> value_;
+};
+
+} // namespace qz::platform

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/Export.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qz::platform {
+
+/// The two modes in which an application runs its event loop. What is scheduled in one mode is held back while the loop
+/// runs in the other.
+enum class RunLoopMode : std::uint8_t { Default, ModalPanel };
+
+/// Under their platform names: the mode of ordinary operation, and the mode while a modal panel is shown.
+inline constexpr RunLoopMode kCFRunLoopDefaultMode = RunLoopMode::Default;
+inline constexpr RunLoopMode NSModalPanelRunLoopMode = RunLoopMode::ModalPanel;
+
+/// Something that a run loop serves: one HID manager, for example.
+class QZGC_EXPORT RunLoopSource {
+public:
+    RunLoopSource() = default;
+    RunLoopSource(const RunLoopSource&) = delete;
+    RunLoopSource& operator=(const RunLoopSource&) = delete;
+    virtual ~RunLoopSource();
+
+    /// The descriptor that becomes readable when there is something to do, owned by the source; -1 when the source has
+    /// none and wants to be asked at every turn.
+    virtual int fileDescriptor() const noexcept = 0;
+
+    /// Does what there is to do and says how much: the number of events handled. May add and remove sources, this one
+    /// included, and may run the loop again; an exception passes through to who runs the loop.
+    virtual std::size_t perform() = 0;
+};
+
+/// The event loop of the thread that uses the library, one set of sources for each mode.
+///
+/// It lives inside the application's own loop: wait for `fileDescriptor(mode)` to become readable, by any means, then
+/// call `dispatch(mode)`. Used on one thread only.
+class QZGC_EXPORT RunLoop {
+public:
+    RunLoop() = default;
+    RunLoop(const RunLoop&) = delete;
+    RunLoop& operator=(const RunLoop&) = delete;
+    virtual ~RunLoop();
+
+    /// Serves `source`, which is not owned and must be removed before it is destroyed, while the loop runs in `mode`.
+    /// False when the system has no resources left for it; adding a source twice to one mode changes nothing.
+    virtual bool addSource(RunLoopSource& source, RunLoopMode mode) = 0;
+
+    /// No longer serves `source` in `mode`; not even later in the turn that is in progress.
+    virtual void removeSource(RunLoopSource& source, RunLoopMode mode) = 0;
+
+    /// A descriptor that is readable while `dispatch(mode)` has something to do, owned by the loop; -1 for a loop that
+    /// is driven by hand.
+    virtual int fileDescriptor(RunLoopMode mode) const noexcept = 0;
+
+    /// One turn: handles what is ready in `mode`, never waits, and returns the number of events handled.
+    virtual std::size_t dispatch(RunLoopMode mode) = 0;
+};
+
+/// A run loop as the HID operations name it.
+using CFRunLoopRef = RunLoop*;
+
+} // namespace qz::platform

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/LinuxPlatform.h"
+
+#include <algorithm>
+#include <limits>
+#include <syslog.h>
+
+namespace qz::platform {
+
+void LinuxSystemLog::write(std::string_view text) {
+    const auto length = std::min<std::size_t>(text.size(), std::numeric_limits<int>::max());
+    ::syslog(LOG_INFO, "%.*s", static_cast<int>(length), text.data());
+}
+
+} // namespace qz::platform

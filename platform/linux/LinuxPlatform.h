@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/Platform.h"
+#include "platform/SystemLog.h"
+#include "platform/linux/LinuxRunLoop.h"
+#include "platform/virtual/VirtualHID.h"
+#include "platform/virtual/VolatileUserDefaults.h"
+
+namespace qz::platform {
+
+/// The log of syslog(3), under the program's own name.
+class LinuxSystemLog final : public SystemLog {
+public:
+    void write(std::string_view text) override;
+};
+
+/// The platform on Linux: run loop and log of the system. Its HID services are the virtual ones, in which no device is
+/// plugged, and its preferences live in memory.
+class LinuxPlatform final : public Platform {
+public:
+    HIDServices& hidServices() override { return hidServices_; }
+    RunLoop& currentRunLoop() override { return runLoop_; }
+    UserDefaults& userDefaults() override { return userDefaults_; }
+    SystemLog& systemLog() override { return systemLog_; }
+
+private:
+    LinuxRunLoop runLoop_;
+    VirtualHIDServices hidServices_;
+    VolatileUserDefaults userDefaults_;
+    LinuxSystemLog systemLog_;
+};
+
+} // namespace qz::platform

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/LinuxRunLoop.h"
+
+#include <algorithm>
+
+namespace qz::platform {
+
+LinuxRunLoop::LinuxRunLoop(SystemCalls& calls) : calls_(calls) {
+    for (Set& set : sets_) {
+        set.fileDescriptor = calls_.epollCreate(EPOLL_CLOEXEC);
+    }
+}
+
+LinuxRunLoop::~LinuxRunLoop() {
+    for (const Set& set : sets_) {
+        if (set.fileDescriptor >= 0) {
+            calls_.close(set.fileDescriptor);
+        }
+    }
+}
+
+bool LinuxRunLoop::addSource(RunLoopSource& source, RunLoopMode mode) {
+    Set& target = set(mode);
+    if (std::ranges::any_of(target.entries, [&](const Entry& entry) { return entry.source == &source; })) {
+        return true;
+    }
+    const Entry entry{&source, nextSerial_++, source.fileDescriptor()};
+    if (entry.fileDescriptor >= 0) {
+        epoll_event event{};
+        event.events = EPOLLIN;
+        event.data.u64 = entry.serial;
+        if (calls_.epollControl(target.fileDescriptor, EPOLL_CTL_ADD, entry.fileDescriptor, &event) != 0) {
+            return false;
+        }
+    }
+    target.entries.push_back(entry);
+    return true;
+}
+
+void LinuxRunLoop::removeSource(RunLoopSource& source, RunLoopMode mode) {
+    Set& target = set(mode);
+    const auto found = std::ranges::find(target.entries, &source, &Entry::source);
+    if (found == target.entries.end()) {
+        return;
+    }
+    if (found->fileDescriptor >= 0) {
+        calls_.epollControl(target.fileDescriptor, EPOLL_CTL_DEL, found->fileDescriptor, nullptr);
+    }
+    target.entries.erase(found);
+}
+
+int LinuxRunLoop::fileDescriptor(RunLoopMode mode) const noexcept {
+    return sets_[static_cast<std::size_t>(mode)].fileDescriptor;
+}
+
+std::size_t LinuxRunLoop::perform(RunLoopMode mode, std::uint64_t serial) {
+    // Looked up again by its serial: a source served before it in this turn may have removed it.
+    const auto found = std::ranges::find(set(mode).entries, serial, &Entry::serial);
+    return found != set(mode).entries.end() ? found->source->perform() : 0;
+}
+
+std::size_t LinuxRunLoop::dispatch(RunLoopMode mode) {
+    std::vector<std::uint64_t> askedEveryTurn;
+    for (const Entry& entry : set(mode).entries) {
+        if (entry.fileDescriptor < 0) {
+            askedEveryTurn.push_back(entry.serial);
+        }
+    }
+    std::size_t handled = 0;
+    for (const std::uint64_t serial : askedEveryTurn) {
+        handled += perform(mode, serial);
+    }
+
+    // What does not fit is still ready at the next turn; the kernel takes turns among the ready ones.
+    std::array<epoll_event, 16> events{};
+    const int ready = set(mode).fileDescriptor >= 0 ? calls_.epollWait(set(mode).fileDescriptor, events.data(),
+                                                                       static_cast<int>(events.size()), 0)
+                                                    : 0;
+    for (int i = 0; i < ready; ++i) {
+        handled += perform(mode, events[static_cast<std::size_t>(i)].data.u64);
+    }
+    return handled;
+}
+
+} // namespace qz::platform

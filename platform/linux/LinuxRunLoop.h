@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/RunLoop.h"
+#include "platform/linux/SystemCalls.h"
+
+#include <array>
+#include <vector>
+
+namespace qz::platform {
+
+/// One epoll set for each mode. A set is itself a descriptor that polls as readable, so the loop can live inside any
+/// other, and an idle loop wakes nobody.
+class LinuxRunLoop final : public RunLoop {
+public:
+    explicit LinuxRunLoop(SystemCalls& calls = SystemCalls::kernel());
+    ~LinuxRunLoop() override;
+
+    bool addSource(RunLoopSource& source, RunLoopMode mode) override;
+    void removeSource(RunLoopSource& source, RunLoopMode mode) override;
+
+    /// -1 when the kernel gave no epoll set.
+    int fileDescriptor(RunLoopMode mode) const noexcept override;
+
+    std::size_t dispatch(RunLoopMode mode) override;
+
+private:
+    struct Entry {
+        RunLoopSource* source;
+        std::uint64_t serial; ///< tells an entry from a later one for the same source
+        int fileDescriptor;   ///< -1: asked at every turn
+    };
+    struct Set {
+        int fileDescriptor = -1;
+        std::vector<Entry> entries;
+    };
+
+    Set& set(RunLoopMode mode) { return sets_[static_cast<std::size_t>(mode)]; }
+    std::size_t perform(RunLoopMode mode, std::uint64_t serial);
+
+    SystemCalls& calls_;
+    std::array<Set, 2> sets_;
+    std::uint64_t nextSerial_ = 0;
+};
+
+} // namespace qz::platform

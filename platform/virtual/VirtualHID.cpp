@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: MIT
+#include "platform/virtual/VirtualHID.h"
+
+#include "platform/HIDManagerBase.h"
+
+#include <algorithm>
+#include <deque>
+
+namespace qz::platform {
+
+VirtualDevice::VirtualDevice(VirtualDeviceDescription description) {
+    for (auto& [key, value] : description.properties) {
+        setProperty(key, std::move(value));
+    }
+    setUsagePairs(std::move(description.usagePairs));
+    if (!description.elements) {
+        return;
+    }
+    std::vector<HIDElement> elements;
+    std::vector<std::optional<std::vector<std::size_t>>> children;
+    for (VirtualElement& each : *description.elements) {
+        elements.push_back({.cookie = each.cookie,
+                            .type = each.type,
+                            .collectionType = each.collectionType,
+                            .usagePage = each.usagePage,
+                            .usage = each.usage,
+                            .hasPreferredState = each.preferredState,
+                            .logicalMin = each.min,
+                            .logicalMax = each.max,
+                            .children = std::nullopt,
+                            .device = nullptr});
+        children.push_back(std::move(each.children));
+    }
+    setElements(std::move(elements), children);
+}
+
+IOHIDElementRef VirtualDevice::element(std::size_t index) const {
+    return elements() && index < elements()->size() ? &(*elements())[index] : nullptr;
+}
+
+void VirtualDevice::setLastKnownValue(std::size_t index, std::optional<std::int64_t> value) {
+    HIDDevice::setLastKnownValue(element(index), value);
+}
+
+class VirtualHIDServices::Manager final : public HIDManagerBase {
+public:
+    explicit Manager(VirtualHIDServices& services) : services_(services) { services_.managers_.push_back(this); }
+
+    IOReturn open(IOOptionBits /*options*/) override {
+        open_ = services_.openResult_ == kIOReturnSuccess;
+        return services_.openResult_;
+    }
+
+    IOReturn close(IOOptionBits /*options*/) override {
+        open_ = false;
+        return kIOReturnSuccess;
+    }
+
+    void release() override {
+        std::erase(services_.managers_, this);
+        HIDManagerBase::release();
+    }
+
+    using HIDManagerBase::callInputValue;
+    using HIDManagerBase::callMatching;
+    using HIDManagerBase::callRemoval;
+
+    struct Event {
+        enum class Kind : std::uint8_t { Arrival, Removal, Value } kind;
+        std::shared_ptr<VirtualDevice> device;
+        std::size_t index = 0;
+        std::int64_t raw = 0;
+    };
+    void happened(Event event) { events_.push_back(std::move(event)); }
+
+private:
+    ~Manager() override = default;
+
+    int fileDescriptor() const noexcept override { return -1; }
+
+    void discover() override {
+        for (const auto& device : services_.devices_) {
+            happened({.kind = Event::Kind::Arrival, .device = device});
+        }
+    }
+
+    bool deliverNext() override {
+        while (!events_.empty()) {
+            const Event event = std::move(events_.front());
+            events_.pop_front();
+            if (deliver(event)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool deliver(const Event& event) {
+        switch (event.kind) {
+        case Event::Kind::Arrival:
+            return reportArrival(event.device);
+        case Event::Kind::Removal:
+            return reportRemoval(event.device);
+        case Event::Kind::Value:
+            break;
+        }
+        if (!open_ || !isReported(event.device.get())) {
+            return false;
+        }
+        event.device->setLastKnownValue(event.index, event.raw);
+        const HIDValue value{event.device->element(event.index), event.raw};
+        callInputValue(kIOReturnSuccess, &value);
+        return true;
+    }
+
+    VirtualHIDServices& services_;
+    std::deque<Event> events_;
+    bool open_ = false;
+};
+
+VirtualHIDServices::VirtualHIDServices() = default;
+
+VirtualHIDServices::~VirtualHIDServices() = default;
+
+IOHIDManagerRef VirtualHIDServices::createManager(IOOptionBits /*options*/) {
+    return creationFails_ ? nullptr : new Manager(*this);
+}
+
+std::shared_ptr<VirtualDevice> VirtualHIDServices::plug(VirtualDeviceDescription description) {
+    auto device = std::make_shared<VirtualDevice>(std::move(description));
+    plug(device);
+    return device;
+}
+
+void VirtualHIDServices::plug(const std::shared_ptr<VirtualDevice>& device) {
+    devices_.push_back(device);
+    for (Manager* const manager : managers_) {
+        manager->happened({.kind = Manager::Event::Kind::Arrival, .device = device});
+    }
+}
+
+void VirtualHIDServices::unplug(const std::shared_ptr<VirtualDevice>& device) {
+    if (std::erase(devices_, device) == 0) {
+        return;
+    }
+    device->markGone();
+    for (Manager* const manager : managers_) {
+        manager->happened({.kind = Manager::Event::Kind::Removal, .device = device});
+    }
+}
+
+void VirtualHIDServices::send(const std::shared_ptr<VirtualDevice>& device, std::size_t index, std::int64_t raw) {
+    if (device->isGone() || device->element(index) == nullptr) {
+        return;
+    }
+    for (Manager* const manager : managers_) {
+        manager->happened({.kind = Manager::Event::Kind::Value, .device = device, .index = index, .raw = raw});
+    }
+}
+
+template<typename Action>
+void VirtualHIDServices::forEachManager(Action action) {
+    // A copy, because a callback may make and release managers.
+    for (Manager* const manager : std::vector(managers_)) {
+        if (std::ranges::find(managers_, manager) != managers_.end()) {
+            action(*manager);
+        }
+    }
+}
+
+void VirtualHIDServices::deliverMatching(IOReturn result, IOHIDDeviceRef device) {
+    forEachManager([&](Manager& manager) { manager.callMatching(result, device); });
+}
+
+void VirtualHIDServices::deliverRemoval(IOReturn result, IOHIDDeviceRef device) {
+    forEachManager([&](Manager& manager) { manager.callRemoval(result, device); });
+}
+
+void VirtualHIDServices::deliverInputValue(IOReturn result, IOHIDValueRef value) {
+    forEachManager([&](Manager& manager) { manager.callInputValue(result, value); });
+}
+
+} // namespace qz::platform
