@@ -3,6 +3,7 @@
 
 #include "HIDWrapper/QZGCHIDManagerDelegate.h"
 #include "HIDWrapper/QZHIDDevice.h"
+#include "HIDWrapper/QZHIDUsages.h"
 
 #include <array>
 
@@ -10,13 +11,9 @@ using namespace qz::platform;
 
 namespace {
 
-// HID Usage Tables: Generic Desktop page, Joystick and Game Pad.
-constexpr std::int32_t genericDesktopPage = 0x01;
-constexpr std::int32_t joystickUsage = 0x04;
-constexpr std::int32_t gamePadUsage = 0x05;
-
-HIDMatchingDictionary matchingDictionary(std::int32_t usagePage, std::int32_t usage) {
-    return {{"DeviceUsagePage", usagePage}, {"DeviceUsage", usage}};
+HIDMatchingDictionary matchingDictionary(std::int64_t usagePage, std::int64_t usage) {
+    return {{"DeviceUsagePage", static_cast<std::int32_t>(usagePage)},
+            {"DeviceUsage", static_cast<std::int32_t>(usage)}};
 }
 
 } // namespace
@@ -90,8 +87,8 @@ IOReturn QZGCHIDManager::setupWithDelegate(const std::shared_ptr<QZGCHIDManagerD
 
 void QZGCHIDManager::matchWithGameControllers() {
     if (gameControllerHidManager_ != nullptr) {
-        const std::array criteria{matchingDictionary(genericDesktopPage, joystickUsage),
-                                  matchingDictionary(genericDesktopPage, gamePadUsage)};
+        const std::array criteria{matchingDictionary(usages::genericDesktopPage, usages::joystick),
+                                  matchingDictionary(usages::genericDesktopPage, usages::gamePad)};
         IOHIDManagerSetDeviceMatchingMultiple(gameControllerHidManager_, criteria);
     }
 }

@@ -2,28 +2,43 @@
 #include "HIDWrapper/QZHIDDevice.h"
 
 #include "HIDWrapper/QZGCHIDManager.h"
+#include "HIDWrapper/QZHIDElement.h"
+#include "HIDWrapper/QZHIDUsages.h"
+#include "QZGameController/QZGCCalibrationValues.h"
+#include "platform/SystemLog.h"
 #include "platform/Text.h"
 
 using namespace qz::platform;
 
 namespace {
 
-constexpr std::int64_t genericDesktopPage = 0x01;
-constexpr std::int64_t joystickUsage = 0x04;
-constexpr std::int64_t gamePadUsage = 0x05;
-
 constexpr std::string_view absent = "(null)";
+
+QZHIDElementList elementsThat(const QZHIDElementList& elements, bool (QZHIDElement::*fit)() const) {
+    if (!elements) {
+        return std::nullopt;
+    }
+    std::vector<std::shared_ptr<QZHIDElement>> fitting;
+    for (const auto& element : *elements) {
+        if ((element.get()->*fit)()) {
+            fitting.push_back(element);
+        }
+    }
+    return fitting;
+}
 
 } // namespace
 
 std::shared_ptr<QZHIDDevice> QZHIDDevice::create(IOHIDDeviceRef deviceRef,
                                                  const std::shared_ptr<QZGCHIDManager>& manager) {
-    return std::make_shared<QZHIDDevice>(Private{}, deviceRef, manager);
+    auto device = std::make_shared<QZHIDDevice>(Private{}, deviceRef, manager);
+    device->setupElements();
+    return device;
 }
 
 QZHIDDevice::QZHIDDevice(Private /*only create makes one*/, IOHIDDeviceRef deviceRef,
                          const std::shared_ptr<QZGCHIDManager>& manager)
-    : ioHIDDeviceRef_(pin(deviceRef)), manager_(manager) {}
+    : platform_(manager->platform()), ioHIDDeviceRef_(pin(deviceRef)), manager_(manager) {}
 
 QZHIDDevice::~QZHIDDevice() = default;
 
@@ -46,13 +61,13 @@ double QZHIDDevice::floatPropertyWithKey(std::string_view key) const {
 }
 
 std::string QZHIDDevice::kind() const {
-    if (integerPropertyWithKey("PrimaryUsagePage") != genericDesktopPage) {
+    if (integerPropertyWithKey("PrimaryUsagePage") != usages::genericDesktopPage) {
         return "Unknown";
     }
     switch (integerPropertyWithKey("PrimaryUsage")) {
-    case joystickUsage:
+    case usages::joystick:
         return "Joystick";
-    case gamePadUsage:
+    case usages::gamePad:
         return "Gamepad";
     default:
         return "Unknown";
@@ -99,4 +114,75 @@ std::string QZHIDDevice::description() const {
     text += ", unique ID " + std::to_string(uniqueID());
     text += ", physical device unique ID " + std::to_string(physicalDeviceUniqueID());
     return text;
+}
+
+void QZHIDDevice::setupElements() {
+    const auto list = IOHIDDeviceCopyMatchingElements(ioHIDDeviceRef());
+    if (!list) {
+        return;
+    }
+    const QZGCCalibrationValues calibration(calibrationsPrefKey(), platform_.userDefaults());
+    const auto self = shared_from_this();
+    std::vector<std::shared_ptr<QZHIDElement>> elements;
+    elements.reserve(list->size());
+    elementsByCookie_.emplace().reserve(list->size());
+    for (const IOHIDElementRef elementRef : *list) {
+        elements.push_back(QZHIDElement::create(elementRef, self, self, &calibration));
+        elementsByCookie_->insert_or_assign(elements.back()->cookie(), elements.back());
+    }
+    ownedElements_ = std::move(elements);
+}
+
+std::shared_ptr<QZHIDElement> QZHIDDevice::elementWithCookie(std::int64_t cookie) const {
+    if (!elementsByCookie_) {
+        return nullptr;
+    }
+    const auto found = elementsByCookie_->find(cookie);
+    return found != elementsByCookie_->end() ? found->second : nullptr;
+}
+
+QZHIDElementList QZHIDDevice::pushButtons() const {
+    return elementsThat(ownedElements_, &QZHIDElement::isPushButton);
+}
+
+QZHIDElementList QZHIDDevice::movingControls() const {
+    return elementsThat(ownedElements_, &QZHIDElement::isMovingControl);
+}
+
+std::int64_t QZHIDDevice::valueForElement(const QZHIDElement& element) const {
+    HIDValue value;
+    const IOReturn result = IOHIDDeviceGetValueWithOptions(ioHIDDeviceRef(), element.ioHIDElementRef(), value,
+                                                           kIOHIDDeviceGetValueWithoutUpdateOption);
+    return result == kIOReturnSuccess ? IOHIDValueGetIntegerValue(&value) : 0;
+}
+
+void QZHIDDevice::startCalibration() {
+    if (ownedElements_) {
+        for (const auto& element : *ownedElements_) {
+            element->startCalibration();
+        }
+    }
+}
+
+void QZHIDDevice::endCalibration() {
+    QZGCCalibrationValues calibration;
+    if (ownedElements_) {
+        for (const auto& element : *ownedElements_) {
+            element->endCalibration();
+            if (element->isSubjectToCalibration()) {
+                calibration.setElement(element->cookie(), element->observedMin(), element->observedMax(),
+                                       element->observedNeutral());
+            }
+        }
+    }
+    calibration.saveToPrefs(calibrationsPrefKey(), platform_.userDefaults());
+}
+
+void QZHIDDevice::reportElements() const {
+    platform_.systemLog().write("All elements, hierarchical:");
+    if (ownedElements_) {
+        for (const auto& element : *ownedElements_) {
+            platform_.systemLog().write(element->description());
+        }
+    }
 }

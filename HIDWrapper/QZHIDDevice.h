@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/Export.h"
+#include "HIDWrapper/QZHIDElementOwning.h"
 #include "platform/HID.h"
 
 #include <cstdint>
-#include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 class QZGCHIDManager;
+
+/// A device's own elements by their cookie; of several with one cookie the last. Absent when there is no list.
+using QZHIDElementsByCookie = std::optional<std::unordered_map<std::int64_t, std::shared_ptr<QZHIDElement>>>;
 
 /// The two strings under which a device's settings are kept.
 struct QZUserPrefIDs {
@@ -18,20 +20,19 @@ struct QZUserPrefIDs {
     std::string aInstanceID;   ///< one unit of it; the type ID, "." and a suffix
 };
 
-/// One connected joystick or gamepad.
+/// One connected joystick or gamepad: the root of its element tree.
 ///
 /// Made by QZGCHIDManager when it admits a device; lives until the manager removes it and the last client lets go. Once
 /// the device is unplugged it still answers, only its values read as 0.
-class QZGC_EXPORT QZHIDDevice final : public std::enable_shared_from_this<QZHIDDevice> {
+class QZGC_EXPORT QZHIDDevice final : public QZHIDElementOwning, public std::enable_shared_from_this<QZHIDDevice> {
     struct Private {};
 
 public:
+    /// A device with its elements, which take the stored calibration of the model over. `manager` must not be null.
     static std::shared_ptr<QZHIDDevice> create(qz::platform::IOHIDDeviceRef deviceRef,
                                                const std::shared_ptr<QZGCHIDManager>& manager);
     QZHIDDevice(Private, qz::platform::IOHIDDeviceRef deviceRef, const std::shared_ptr<QZGCHIDManager>& manager);
-    QZHIDDevice(const QZHIDDevice&) = delete;
-    QZHIDDevice& operator=(const QZHIDDevice&) = delete;
-    ~QZHIDDevice();
+    ~QZHIDDevice() override;
 
     /// The string property `key`; absent when there is none or it is of another kind.
     std::optional<std::string> stringPropertyWithKey(std::string_view key) const;
@@ -65,6 +66,35 @@ public:
     /// One line with all of the above, for people.
     std::string description() const;
 
+    /// Every element of the device in the platform's order, members of collections included; absent when the platform
+    /// gives no list.
+    const QZHIDElementList& ownedElements() const noexcept override { return ownedElements_; }
+    void setOwnedElements(QZHIDElementList elements) { ownedElements_ = std::move(elements); }
+    const QZHIDElementsByCookie& elementsByCookie() const noexcept { return elementsByCookie_; }
+    void setElementsByCookie(QZHIDElementsByCookie elements) { elementsByCookie_ = std::move(elements); }
+
+    /// Null: a device is the root.
+    std::shared_ptr<QZHIDElementOwning> elementOwner() const noexcept override { return nullptr; }
+
+    /// The device's own element with this cookie, or null. For a member of a collection this is the object in
+    /// `ownedElements()`, which takes part in calibration and input, not the collection's child.
+    std::shared_ptr<QZHIDElement> elementWithCookie(std::int64_t cookie) const;
+
+    /// Those of `ownedElements()` that are push buttons, or moving controls, in their order; absent without a list.
+    QZHIDElementList pushButtons() const;
+    QZHIDElementList movingControls() const;
+
+    /// The last raw value known of `element`, without polling the device; 0 when it cannot be read.
+    std::int64_t valueForElement(const QZHIDElement& element) const;
+
+    /// Begins, and ends, the calibration of the moving controls. The end saves their ranges as the calibration of every
+    /// device of this vendor and product, in place of an earlier one.
+    void startCalibration();
+    void endCalibration();
+
+    /// Writes the element tree to the system log.
+    void reportElements() const;
+
     /// From now on elements report only changes greater than `hysteresis`, in units of the normalised scale (0.0
     /// to 1.0; values outside are clamped). Two-state elements are not affected.
     void startLimitedValueReportingWithHysteresis(double hysteresis);
@@ -83,8 +113,13 @@ public:
     void setManager(const std::shared_ptr<QZGCHIDManager>& manager) noexcept { manager_ = manager; }
 
 private:
+    void setupElements();
+
+    qz::platform::Platform& platform_;
     bool isInLimitedVRMode_ = false;
     std::shared_ptr<qz::platform::HIDDevice> ioHIDDeviceRef_;
     double limitedVRHysteresis_ = 0.0;
     std::weak_ptr<QZGCHIDManager> manager_;
+    QZHIDElementList ownedElements_;
+    QZHIDElementsByCookie elementsByCookie_;
 };

@@ -20,6 +20,20 @@ inline std::string hexadecimal(std::uint64_t number, std::size_t digits = 1) {
     return text;
 }
 
+/// An integer in decimal, in place of a string where none is to be allocated.
+class DecimalText {
+public:
+    explicit DecimalText(std::int64_t number)
+        : length_(static_cast<std::size_t>(std::to_chars(buffer_.data(), buffer_.data() + buffer_.size(), number).ptr -
+                                           buffer_.data())) {}
+
+    std::string_view view() const { return {buffer_.data(), length_}; }
+
+private:
+    std::array<char, 20> buffer_{}; // a sign and 19 digits
+    std::size_t length_;
+};
+
 /// What tells one object from another in descriptions: its class and address, such as "<QZHIDDevice: 0x55d0c0de>".
 inline std::string identityText(std::string_view className, const void* object) {
     return "<" + std::string(className) + ": 0x" + hexadecimal(reinterpret_cast<std::uintptr_t>(object)) + ">";

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+#include "HIDWrapper/QZHIDElementNames.h"
+
+#include "HIDWrapper/QZHIDElement.h"
+#include "HIDWrapper/QZHIDUsages.h"
+#include "platform/Text.h"
+
+#include <array>
+#include <span>
+
+namespace qz::platform {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+// Hatswitch stands here for completeness: a hat is no moving control, so no name uses it.
+constexpr std::array movingControlNames{"X"sv,  "Y"sv,      "Z"sv,    "Rx"sv,    "Ry"sv,
+                                        "Rz"sv, "Slider"sv, "Dial"sv, "Wheel"sv, "Hatswitch"sv};
+constexpr std::array padPartNames{"Up"sv, "Down"sv, "Right"sv, "Left"sv};
+
+std::optional<std::string_view> entry(std::span<const std::string_view> names, std::int64_t index) {
+    if (index < 0 || index >= static_cast<std::int64_t>(names.size())) {
+        return std::nullopt;
+    }
+    return names[static_cast<std::size_t>(index)];
+}
+
+} // namespace
+
+std::optional<std::string_view> movingControlBaseName(std::int64_t usage) {
+    return entry(movingControlNames, usage - usages::x);
+}
+
+std::optional<std::string_view> padPartBaseName(std::int64_t usage) {
+    return entry(padPartNames, usage - usages::dPadUp);
+}
+
+} // namespace qz::platform
+
+using namespace qz::platform;
+
+namespace {
+
+constexpr std::string_view keyPrefix = "QZHID_";
+
+std::string genericName(const QZHIDElement& element) {
+    return std::to_string(element.usagePage()) + " / " + std::to_string(element.usage());
+}
+
+std::string genericNameKey(const QZHIDElement& element) {
+    return std::string(keyPrefix) + std::to_string(element.usagePage()) + "_" + std::to_string(element.usage());
+}
+
+/// The fixed name of a moving control, direction-pad part or Home button; absent for everything else.
+std::optional<std::string_view> fixedName(const QZHIDElement& element) {
+    if (element.isMovingControl()) {
+        return movingControlBaseName(element.usage());
+    }
+    if (element.isPartOfDirectionPad()) {
+        return padPartBaseName(element.usage());
+    }
+    if (element.isConsumerElement() && element.usage() == usages::acHome) {
+        return "Home";
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::string QZHIDElement::name() const {
+    if (isPushButton()) {
+        return "Button " + std::to_string(usage());
+    }
+    const auto fixed = fixedName(*this);
+    return fixed ? std::string(*fixed) : genericName(*this);
+}
+
+std::string QZHIDElement::nameKey() const {
+    if (isPushButton()) {
+        return std::string(keyPrefix) + "Button" + std::to_string(usage());
+    }
+    if (const auto fixed = fixedName(*this)) {
+        return std::string(keyPrefix) + std::string(*fixed);
+    }
+    // Keys are compared as whole strings and have been stored with the prefix twice: by design.
+    return isConsumerElement() ? std::string(keyPrefix) + genericNameKey(*this) : genericNameKey(*this);
+}
+
+std::string QZHIDElement::descriptionAtLevel(std::int32_t level) const {
+    std::string text;
+    appendDescription(text, level);
+    return text;
+}
+
+void QZHIDElement::appendDescription(std::string& text, std::int32_t level) const {
+    const std::string indent(level > 0 ? static_cast<std::size_t>(level) * 4 : 0, ' ');
+    text += indent + identityText("QZHIDElement", this);
+    text += "; cookie = " + std::to_string(cookie()) + ", name = " + name() + ", nameKey = " + nameKey();
+    text += ", type = " + std::to_string(type());
+    text += ", logmin/max = " + std::to_string(theoreticalMin()) + "/" + std::to_string(theoreticalMax());
+    text += ", usage = 0x" + hexadecimal(static_cast<std::uint64_t>(usage()), 4);
+    text += ", usagePage = 0x" + hexadecimal(static_cast<std::uint64_t>(usagePage()), 4);
+    if (!isCollection()) {
+        return;
+    }
+    text += ", collection type = " + std::to_string(collectionType()) + ". Children:\n";
+    text += indent + "--- begin collection ---\n";
+    if (ownedElements_) {
+        for (const auto& member : *ownedElements_) {
+            member->appendDescription(text, level + 1);
+            text += "\n";
+        }
+    }
+    text += indent + "--- end collection ---";
+}
