@@ -3,7 +3,9 @@
 
 #include "HIDWrapper/QZGCHIDManagerDelegate.h"
 #include "HIDWrapper/QZHIDDevice.h"
+#include "HIDWrapper/QZHIDElement.h"
 #include "HIDWrapper/QZHIDUsages.h"
+#include "QZGameController/QZGCConfigurationManager.h"
 
 #include <array>
 
@@ -157,8 +159,89 @@ void QZGCHIDManager::hidDeviceDisconnected(IOHIDDeviceRef deviceRef) {
 }
 
 void QZGCHIDManager::inputValueUpdate(IOHIDValueRef value) {
-    // A device has no elements yet that a value could belong to.
-    static_cast<void>(value);
+    if (calibrationMode_) {
+        inputValueUpdateForCalibration(value);
+    } else {
+        inputValueUpdateRegular(value);
+    }
+}
+
+std::shared_ptr<QZHIDElement> QZGCHIDManager::elementForValueRef(IOHIDValueRef value) const {
+    const IOHIDElementRef elementRef = IOHIDValueGetElement(value);
+    const auto* const device = connectedHIDDevices_.find(IOHIDElementGetDevice(elementRef));
+    if (device == nullptr) {
+        return nullptr;
+    }
+    // Widened with sign, while elements widen it with zeros: by design a cookie above 2^31 never finds its element.
+    return (*device)->elementWithCookie(static_cast<std::int32_t>(IOHIDElementGetCookie(elementRef)));
+}
+
+void QZGCHIDManager::inputValueUpdateRegular(IOHIDValueRef value) {
+    const auto element = elementForValueRef(value);
+    if (!element || delegate_.expired()) {
+        return;
+    }
+    const std::int64_t raw = IOHIDValueGetIntegerValue(value);
+    double reported = element->normalizedValue(raw);
+    if (configManager_ && configManager_->mustReverseDirection(*element)) {
+        reported = 1.0 - reported;
+    }
+    if (element->twoState()) {
+        reported = reported == 0.0 ? 0.0 : 1.0;
+    }
+    if (!element->valueQualifiesForReporting(reported)) {
+        return;
+    }
+    if (reportRawValues_) {
+        if (const auto told = delegate()) {
+            told->hidManagerElementNewRawValue(*this, element, raw);
+        }
+    }
+    // Read only now: the call above may have changed both.
+    if (reportMappedValues_ && configManager_) {
+        const auto action = configManager_->action(*element);
+        if (const auto told = action ? delegate() : nullptr) {
+            told->hidManagerActionNewValue(*this, action->rawValue(), reported);
+        }
+    }
+}
+
+void QZGCHIDManager::inputValueUpdateForCalibration(IOHIDValueRef value) {
+    if (const auto element = elementForValueRef(value); element && element->isSubjectToCalibration()) {
+        element->receivedNewCalibrationValue(IOHIDValueGetIntegerValue(value));
+    }
+}
+
+void QZGCHIDManager::startCalibration() {
+    if (calibrationMode_) {
+        return;
+    }
+    calibrationMode_ = true;
+    for (const auto& device : devices()) {
+        device->startCalibration();
+    }
+}
+
+void QZGCHIDManager::endCalibration() {
+    if (!calibrationMode_) {
+        return;
+    }
+    calibrationMode_ = false;
+    for (const auto& device : devices()) {
+        device->endCalibration();
+    }
+}
+
+void QZGCHIDManager::startLimitedValueReportingWithHysteresis(double hysteresis) {
+    for (const auto& device : devices()) {
+        device->startLimitedValueReportingWithHysteresis(hysteresis);
+    }
+}
+
+void QZGCHIDManager::endLimitedValueReporting() {
+    for (const auto& device : devices()) {
+        device->endLimitedValueReporting();
+    }
 }
 
 void QZGCHIDManager::hidError(IOReturn error) {

@@ -13,6 +13,7 @@
 class QZGCConfigurationManager;
 class QZGCHIDManagerDelegate;
 class QZHIDDevice;
+class QZHIDElement;
 
 /// The connected devices by their platform handle, in the order of their admission.
 class QZGC_EXPORT QZHIDDeviceTable {
@@ -77,6 +78,24 @@ public:
     void inputValueUpdate(qz::platform::IOHIDValueRef value);
     void hidError(qz::platform::IOReturn error);
 
+    /// The two ways of a value: to the delegate, or, in calibration mode, to the calibration of its element alone.
+    void inputValueUpdateRegular(qz::platform::IOHIDValueRef value);
+    void inputValueUpdateForCalibration(qz::platform::IOHIDValueRef value);
+
+    /// The element of a connected device that the value belongs to, or null.
+    std::shared_ptr<QZHIDElement> elementForValueRef(qz::platform::IOHIDValueRef value) const;
+
+    /// Enters, and leaves, calibration mode for the devices connected now: nothing is reported in between, and leaving
+    /// it saves what was seen. In a mode already entered or left nothing happens. A device that connects in between is
+    /// not calibrated, but reports nothing either.
+    void startCalibration();
+    void endCalibration();
+
+    /// Lets the devices connected now report only changes greater than `hysteresis` (normalised scale, clamped to 0.0
+    /// to 1.0), and everything again. A device that connects later reports everything.
+    void startLimitedValueReportingWithHysteresis(double hysteresis);
+    void endLimitedValueReporting();
+
     /// Whether events arrive while the run loop runs in the modal-panel mode (true) or in the default mode (false). The
     /// setter moves the scheduling at once, also before the set-up; with the current value it does nothing.
     bool modalMode() const noexcept { return modalMode_; }
@@ -92,6 +111,8 @@ public:
     bool successfullySetUp() const noexcept { return successfullySetUp_; }
     void setSuccessfullySetUp(bool setUp) noexcept { successfullySetUp_ = setUp; }
 
+    /// Where values go. The setter changes the flag alone; `startCalibration` and `endCalibration` tell the devices
+    /// too.
     bool calibrationMode() const noexcept { return calibrationMode_; }
     void setCalibrationMode(bool calibrationMode) noexcept { calibrationMode_ = calibrationMode; }
 

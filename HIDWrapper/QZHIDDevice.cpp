@@ -74,6 +74,13 @@ std::string QZHIDDevice::kind() const {
     }
 }
 
+void QZHIDDevice::setIOHIDDeviceRef(IOHIDDeviceRef deviceRef) {
+    ioHIDDeviceRef_ = pin(deviceRef);
+    // Revisions of two devices' properties do not compare.
+    knownIDs_.reset();
+    configurationLookup_ = {};
+}
+
 QZUserPrefIDs QZHIDDevice::userPrefIDs() const {
     const std::int64_t vendor = vendorID();
     const std::int64_t product = productID();
@@ -85,6 +92,14 @@ QZUserPrefIDs QZHIDDevice::userPrefIDs() const {
     const std::optional<std::string> serial = serialNo();
     // A location is a 32-bit number; one with the top bit set was widened with sign, which is no part of it.
     return {type, type + "." + (serial ? *serial : hexadecimal(static_cast<std::uint32_t>(locationID())))};
+}
+
+const QZUserPrefIDs& QZHIDDevice::currentUserPrefIDs() const {
+    const std::uint64_t revision = IOHIDDeviceGetPropertyRevision(ioHIDDeviceRef());
+    if (!knownIDs_ || knownIDs_->propertyRevision != revision) {
+        knownIDs_ = {revision, userPrefIDs()};
+    }
+    return knownIDs_->ids;
 }
 
 std::string QZHIDDevice::calibrationsPrefKey() const {

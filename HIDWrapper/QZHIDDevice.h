@@ -9,6 +9,8 @@
 #include <string_view>
 #include <unordered_map>
 
+class QZGCConfigurationManager;
+class QZGCDeviceConfiguration;
 class QZGCHIDManager;
 
 /// A device's own elements by their cookie; of several with one cookie the last. Absent when there is no list.
@@ -106,14 +108,30 @@ public:
 
     /// The handle; it answers as long as this object lives, also after the unplugging.
     qz::platform::IOHIDDeviceRef ioHIDDeviceRef() const noexcept { return ioHIDDeviceRef_.get(); }
-    void setIOHIDDeviceRef(qz::platform::IOHIDDeviceRef deviceRef) { ioHIDDeviceRef_ = qz::platform::pin(deviceRef); }
+    void setIOHIDDeviceRef(qz::platform::IOHIDDeviceRef deviceRef);
 
     /// The manager that made the device; null when it is gone.
     std::shared_ptr<QZGCHIDManager> manager() const noexcept { return manager_.lock(); }
     void setManager(const std::shared_ptr<QZGCHIDManager>& manager) noexcept { manager_ = manager; }
 
 private:
+    friend class QZGCConfigurationManager;
+
+    /// What was computed from the properties, and the revision of theirs that it holds for.
+    struct KnownIDs {
+        std::uint64_t propertyRevision = 0;
+        QZUserPrefIDs ids;
+    };
+    /// The configuration last found for the device, and what it holds for. No tables have the revision 0.
+    struct ConfigurationLookup {
+        std::uint64_t tablesRevision = 0;
+        std::uint64_t propertyRevision = 0;
+        QZGCDeviceConfiguration* configuration = nullptr;
+    };
+
     void setupElements();
+    /// The same as `userPrefIDs()` without a copy; valid until it is next asked.
+    const QZUserPrefIDs& currentUserPrefIDs() const;
 
     qz::platform::Platform& platform_;
     bool isInLimitedVRMode_ = false;
@@ -122,4 +140,6 @@ private:
     std::weak_ptr<QZGCHIDManager> manager_;
     QZHIDElementList ownedElements_;
     QZHIDElementsByCookie elementsByCookie_;
+    mutable std::optional<KnownIDs> knownIDs_;
+    mutable ConfigurationLookup configurationLookup_;
 };

@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+#include "QZGameController/QZGCDeviceConfiguration.h"
+
+#include <algorithm>
+#include <charconv>
+
+using namespace qz::platform;
+
+namespace {
+
+constexpr std::string_view mappingsKey = "QZGCMappings";
+constexpr std::string_view legacyElementsKey = "EkRealElements";
+constexpr std::string_view notReversed = "0";
+
+std::string_view elementSpecificationsKey(bool legacyStyle) {
+    return legacyStyle ? "EkDeviceElementSpecifications" : "QZGCElementSpecifications";
+}
+
+std::string_view reversedDirectionKey(bool legacyStyle) {
+    return legacyStyle ? "EkReversed" : "QZGCReversedDirection";
+}
+
+/// The cookie that a text denotes: one optional sign and decimal digits, within 64 bits, and nothing else.
+std::optional<std::int64_t> cookieOf(std::string_view text) {
+    if (text.starts_with('+')) {
+        text.remove_prefix(1);
+        if (text.starts_with('-')) {
+            return std::nullopt;
+        }
+    }
+    std::int64_t cookie = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), cookie);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        return std::nullopt;
+    }
+    return cookie;
+}
+
+const PropertyList* valueForKey(const PropertyList::Dictionary& dictionary, std::string_view key) {
+    const auto found = dictionary.find(key);
+    return found != dictionary.end() ? &found->second : nullptr;
+}
+
+/// By design anything but the text "0" means reversed, while a value that is missing or no string means not reversed.
+bool isReversed(const PropertyList* flag) {
+    const std::string* const text = flag != nullptr ? flag->string() : nullptr;
+    return text != nullptr && *text != notReversed;
+}
+
+} // namespace
+
+QZGCDeviceConfiguration::QZGCDeviceConfiguration() = default;
+
+QZGCDeviceConfiguration::~QZGCDeviceConfiguration() = default;
+
+QZGCDeviceConfiguration::QZGCDeviceConfiguration(const QZGCDeviceConfiguration&) = default;
+
+QZGCDeviceConfiguration::QZGCDeviceConfiguration(const std::shared_ptr<QZGCConfigurationManager>& owner,
+                                                 const PropertyList::Dictionary& prefs, bool legacyStyle)
+    : configManager_(owner) {
+    for (const auto& [key, value] : prefs) {
+        const PropertyList::Dictionary* const dictionary = value.dictionary();
+        if (dictionary == nullptr) {
+            continue;
+        }
+        if (key == elementSpecificationsKey(legacyStyle)) {
+            setupElementConfigurations(*dictionary, legacyStyle);
+        } else if (legacyStyle) {
+            addMappingLegacyStyle(Action(key), *dictionary);
+        } else if (key == mappingsKey) {
+            addMappingsModernStyle(*dictionary);
+        }
+    }
+}
+
+std::shared_ptr<QZGCDeviceConfiguration> QZGCDeviceConfiguration::copy() const {
+    return std::shared_ptr<QZGCDeviceConfiguration>(new QZGCDeviceConfiguration(*this));
+}
+
+void QZGCDeviceConfiguration::setupElementConfigurations(const PropertyList::Dictionary& prefs, bool legacyStyle) {
+    elements_.reserve(prefs.size());
+    for (const auto& [key, value] : prefs) {
+        const PropertyList::Dictionary* const specification = value.dictionary();
+        const auto cookie = cookieOf(key);
+        if (specification != nullptr && cookie) {
+            elements_[*cookie].reversedDirection_ =
+                isReversed(valueForKey(*specification, reversedDirectionKey(legacyStyle)));
+        }
+    }
+}
+
+void QZGCDeviceConfiguration::addMappingLegacyStyle(const Action& appAction, const PropertyList::Dictionary& prefs) {
+    const PropertyList* const value = valueForKey(prefs, legacyElementsKey);
+    const PropertyList::Array* const cookies = value != nullptr ? value->array() : nullptr;
+    // One member that is no string voids the array; a string that is no cookie voids itself alone.
+    if (cookies == nullptr ||
+        !std::ranges::all_of(*cookies, [](const PropertyList& member) { return member.string() != nullptr; })) {
+        return;
+    }
+    for (const PropertyList& cookieText : *cookies) {
+        addMapping(*cookieText.string(), appAction);
+    }
+}
+
+void QZGCDeviceConfiguration::addMappingsModernStyle(const PropertyList::Dictionary& prefs) {
+    mappings_.reserve(prefs.size());
+    for (const auto& [cookieText, value] : prefs) {
+        if (const std::string* const name = value.string()) {
+            addMapping(cookieText, Action(*name));
+        }
+    }
+}
+
+void QZGCDeviceConfiguration::addMapping(const std::string& cookieText, const Action& action) {
+    const auto cookie = cookieOf(cookieText);
+    const auto owner = configManager_.lock();
+    if (cookie && owner) {
+        mappings_.insert_or_assign(*cookie, owner->convertLegacyToModern(action));
+    }
+}
+
+PropertyList::Dictionary QZGCDeviceConfiguration::configPList() const {
+    PropertyList::Dictionary plist;
+    plist.emplace(elementSpecificationsKey(false), elementsPList());
+    plist.emplace(mappingsKey, mappingsPList());
+    return plist;
+}
+
+PropertyList::Dictionary QZGCDeviceConfiguration::elementsPList() const {
+    PropertyList::Dictionary plist;
+    for (const auto& [cookie, configuration] : elements_) {
+        PropertyList::Dictionary specification;
+        specification.emplace(reversedDirectionKey(false), configuration.reversedDirection() ? "1" : notReversed);
+        plist.emplace(std::to_string(cookie), std::move(specification));
+    }
+    return plist;
+}
+
+PropertyList::Dictionary QZGCDeviceConfiguration::mappingsPList() const {
+    PropertyList::Dictionary plist;
+    for (const auto& [cookie, action] : mappings_) {
+        plist.emplace(std::to_string(cookie), action.rawValue());
+    }
+    return plist;
+}
+
+const QZGCDeviceConfiguration::Action* QZGCDeviceConfiguration::mapping(std::int64_t cookie) const {
+    const auto found = mappings_.find(cookie);
+    return found != mappings_.end() ? &found->second : nullptr;
+}
+
+void QZGCDeviceConfiguration::setReversedDirection(std::int64_t cookie, bool reversed) {
+    if (const auto found = elements_.find(cookie); found != elements_.end()) {
+        found->second.reversedDirection_ = reversed;
+    }
+}
