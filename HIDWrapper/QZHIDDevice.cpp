@@ -12,8 +12,6 @@ using namespace qz::platform;
 
 namespace {
 
-constexpr std::string_view absent = "(null)";
-
 QZHIDElementList elementsThat(const QZHIDElementList& elements, bool (QZHIDElement::*fit)() const) {
     if (!elements) {
         return std::nullopt;
@@ -85,13 +83,14 @@ QZUserPrefIDs QZHIDDevice::userPrefIDs() const {
     const std::int64_t vendor = vendorID();
     const std::int64_t product = productID();
     if (vendor == 0 && product == 0) {
-        const std::string type = "generic_" + kind();
-        return {type, type + ".0"};
+        const std::string type = joined({"generic_", kind()});
+        return {type, joined({type, ".0"})};
     }
-    const std::string type = std::to_string(vendor) + "-" + std::to_string(product);
+    const std::string type = joined({DecimalText(vendor), "-", DecimalText(product)});
     const std::optional<std::string> serial = serialNo();
     // A location is a 32-bit number; one with the top bit set was widened with sign, which is no part of it.
-    return {type, type + "." + (serial ? *serial : hexadecimal(static_cast<std::uint32_t>(locationID())))};
+    const std::string location = hexadecimal(static_cast<std::uint32_t>(locationID()));
+    return {type, joined({type, ".", serial ? *serial : location})};
 }
 
 const QZUserPrefIDs& QZHIDDevice::currentUserPrefIDs() const {
@@ -103,7 +102,7 @@ const QZUserPrefIDs& QZHIDDevice::currentUserPrefIDs() const {
 }
 
 std::string QZHIDDevice::calibrationsPrefKey() const {
-    return "QZGameController-Calibrations-" + std::to_string(vendorID()) + "-" + std::to_string(productID());
+    return joined({"QZGameController-Calibrations-", DecimalText(vendorID()), "-", DecimalText(productID())});
 }
 
 void QZHIDDevice::startLimitedValueReportingWithHysteresis(double hysteresis) {
@@ -118,17 +117,11 @@ void QZHIDDevice::startLimitedValueReportingWithHysteresis(double hysteresis) {
 }
 
 std::string QZHIDDevice::description() const {
-    std::string text = identityText("QZHIDDevice", this);
-    text += ", " + kind();
-    text += ", product name " + productName().value_or(std::string(absent));
-    text += ", product ID " + std::to_string(productID());
-    text += ", serial no. " + serialNo().value_or(std::string(absent));
-    text += ", location ID " + std::to_string(locationID());
-    text += ", vendor ID " + std::to_string(vendorID());
-    text += ", vendor ID source " + std::to_string(vendorIDSource());
-    text += ", unique ID " + std::to_string(uniqueID());
-    text += ", physical device unique ID " + std::to_string(physicalDeviceUniqueID());
-    return text;
+    return joined({identityText("QZHIDDevice", this), ", ", kind(), ", product name ", productName().value_or("(null)"),
+                   ", product ID ", DecimalText(productID()), ", serial no. ", serialNo().value_or("(null)"),
+                   ", location ID ", DecimalText(locationID()), ", vendor ID ", DecimalText(vendorID()),
+                   ", vendor ID source ", DecimalText(vendorIDSource()), ", unique ID ", DecimalText(uniqueID()),
+                   ", physical device unique ID ", DecimalText(physicalDeviceUniqueID())});
 }
 
 void QZHIDDevice::setupElements() {

@@ -33,7 +33,7 @@ std::shared_ptr<QZHIDElement> QZHIDElement::create(IOHIDElementRef elementRef,
 
 QZHIDElement::QZHIDElement(Private /*only create makes one*/, IOHIDElementRef elementRef,
                            const std::shared_ptr<QZHIDElementOwning>& owner, const std::shared_ptr<QZHIDDevice>& device)
-    : ioHIDElementRef_(pin(elementRef)), device_(device), elementOwner_(owner) {}
+    : ioHIDElementRef_(pin(elementRef)), device_(device), devicePointer_(device.get()), elementOwner_(owner) {}
 
 void QZHIDElement::setupChildrenWithCalibrationValues(const QZGCCalibrationValues* calibrationValues) {
     if (!isCollection()) {

@@ -132,6 +132,11 @@ public:
     void setOwnedElements(QZHIDElementList elements) { ownedElements_ = std::move(elements); }
 
 private:
+    friend class QZGCConfigurationManager;
+
+    /// The device without a share in it, for what every value asks: nothing on that way can end the device.
+    QZHIDDevice* liveDevice() const noexcept { return device_.expired() ? nullptr : devicePointer_; }
+
     void setupChildrenWithCalibrationValues(const QZGCCalibrationValues* calibrationValues);
     void setupRangesWithCalibrationValues(const QZGCCalibrationValues* calibrationValues);
     void appendDescription(std::string& text, std::int32_t level) const;
@@ -139,6 +144,7 @@ private:
     bool twoState_ = false;
     std::shared_ptr<const qz::platform::HIDElement> ioHIDElementRef_;
     std::weak_ptr<QZHIDDevice> device_;
+    QZHIDDevice* devicePointer_;
     std::int64_t observedMin_ = 0;
     std::int64_t observedMax_ = 0;
     std::int64_t observedNeutral_ = 0;

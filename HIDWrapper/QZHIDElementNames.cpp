@@ -45,11 +45,11 @@ namespace {
 constexpr std::string_view keyPrefix = "QZHID_";
 
 std::string genericName(const QZHIDElement& element) {
-    return std::to_string(element.usagePage()) + " / " + std::to_string(element.usage());
+    return joined({DecimalText(element.usagePage()), " / ", DecimalText(element.usage())});
 }
 
 std::string genericNameKey(const QZHIDElement& element) {
-    return std::string(keyPrefix) + std::to_string(element.usagePage()) + "_" + std::to_string(element.usage());
+    return joined({keyPrefix, DecimalText(element.usagePage()), "_", DecimalText(element.usage())});
 }
 
 /// The fixed name of a moving control, direction-pad part or Home button; absent for everything else.
@@ -70,7 +70,7 @@ std::optional<std::string_view> fixedName(const QZHIDElement& element) {
 
 std::string QZHIDElement::name() const {
     if (isPushButton()) {
-        return "Button " + std::to_string(usage());
+        return joined({"Button ", DecimalText(usage())});
     }
     const auto fixed = fixedName(*this);
     return fixed ? std::string(*fixed) : genericName(*this);
@@ -78,13 +78,13 @@ std::string QZHIDElement::name() const {
 
 std::string QZHIDElement::nameKey() const {
     if (isPushButton()) {
-        return std::string(keyPrefix) + "Button" + std::to_string(usage());
+        return joined({keyPrefix, "Button", DecimalText(usage())});
     }
     if (const auto fixed = fixedName(*this)) {
-        return std::string(keyPrefix) + std::string(*fixed);
+        return joined({keyPrefix, *fixed});
     }
     // Keys are compared as whole strings and have been stored with the prefix twice: by design.
-    return isConsumerElement() ? std::string(keyPrefix) + genericNameKey(*this) : genericNameKey(*this);
+    return isConsumerElement() ? joined({keyPrefix, genericNameKey(*this)}) : genericNameKey(*this);
 }
 
 std::string QZHIDElement::descriptionAtLevel(std::int32_t level) const {
@@ -95,22 +95,21 @@ std::string QZHIDElement::descriptionAtLevel(std::int32_t level) const {
 
 void QZHIDElement::appendDescription(std::string& text, std::int32_t level) const {
     const std::string indent(level > 0 ? static_cast<std::size_t>(level) * 4 : 0, ' ');
-    text += indent + identityText("QZHIDElement", this);
-    text += "; cookie = " + std::to_string(cookie()) + ", name = " + name() + ", nameKey = " + nameKey();
-    text += ", type = " + std::to_string(type());
-    text += ", logmin/max = " + std::to_string(theoreticalMin()) + "/" + std::to_string(theoreticalMax());
-    text += ", usage = 0x" + hexadecimal(static_cast<std::uint64_t>(usage()), 4);
-    text += ", usagePage = 0x" + hexadecimal(static_cast<std::uint64_t>(usagePage()), 4);
+    text += joined({indent, identityText("QZHIDElement", this), "; cookie = ", DecimalText(cookie()),
+                    ", name = ", name(), ", nameKey = ", nameKey(), ", type = ", DecimalText(type()),
+                    ", logmin/max = ", DecimalText(theoreticalMin()), "/", DecimalText(theoreticalMax()),
+                    ", usage = 0x", hexadecimal(static_cast<std::uint64_t>(usage()), 4), ", usagePage = 0x",
+                    hexadecimal(static_cast<std::uint64_t>(usagePage()), 4)});
     if (!isCollection()) {
         return;
     }
-    text += ", collection type = " + std::to_string(collectionType()) + ". Children:\n";
-    text += indent + "--- begin collection ---\n";
+    text += joined({", collection type = ", DecimalText(collectionType()), ". Children:\n"});
+    text += joined({indent, "--- begin collection ---\n"});
     if (ownedElements_) {
         for (const auto& member : *ownedElements_) {
             member->appendDescription(text, level + 1);
             text += "\n";
         }
     }
-    text += indent + "--- end collection ---";
+    text += joined({indent, "--- end collection ---"});
 }

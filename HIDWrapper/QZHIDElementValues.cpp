@@ -59,8 +59,8 @@ bool QZHIDElement::valueQualifiesForReporting(double value) {
         if (twoState_) {
             return (value == normalizedMin()) != (last == normalizedMin());
         }
-        const auto itsDevice = device();
-        if (!itsDevice) {
+        const QZHIDDevice* const itsDevice = liveDevice();
+        if (itsDevice == nullptr) {
             return false;
         }
         const double change = std::fabs(value - last);

@@ -41,7 +41,7 @@ void QZGCCalibrationValues::setElement(std::int64_t cookie, std::int64_t minimum
 }
 
 const std::vector<std::int64_t>* QZGCCalibrationValues::find(std::int64_t cookie) const {
-    const auto found = calibrationValues_.find(DecimalText(cookie).view());
+    const auto found = calibrationValues_.find(std::string_view(DecimalText(cookie)));
     return found != calibrationValues_.end() ? &found->second : nullptr;
 }
 

@@ -161,8 +161,8 @@ QZGCConfigurationManager::makeAndRegisterDefaultConfiguration(const QZHIDDevice&
 }
 
 std::optional<QZGCConfigurationManager::Action> QZGCConfigurationManager::action(const QZHIDElement& element) {
-    const auto device = element.device();
-    if (!device) {
+    const QZHIDDevice* const device = element.liveDevice();
+    if (device == nullptr) {
         return std::nullopt;
     }
     const QZGCDeviceConfiguration* configuration = find(*device);
@@ -179,8 +179,8 @@ std::optional<std::string_view> QZGCConfigurationManager::actionString(const QZH
 }
 
 bool QZGCConfigurationManager::mustReverseDirection(const QZHIDElement& element) const {
-    const auto device = element.device();
-    const QZGCDeviceConfiguration* const configuration = device ? find(*device) : nullptr;
+    const QZHIDDevice* const device = element.liveDevice();
+    const QZGCDeviceConfiguration* const configuration = device != nullptr ? find(*device) : nullptr;
     if (configuration == nullptr) {
         return false;
     }

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -27,16 +28,25 @@ public:
         : length_(static_cast<std::size_t>(std::to_chars(buffer_.data(), buffer_.data() + buffer_.size(), number).ptr -
                                            buffer_.data())) {}
 
-    std::string_view view() const { return {buffer_.data(), length_}; }
+    operator std::string_view() const { return {buffer_.data(), length_}; }
 
 private:
     std::array<char, 20> buffer_{}; // a sign and 19 digits
     std::size_t length_;
 };
 
+/// The parts one after the other.
+inline std::string joined(std::initializer_list<std::string_view> parts) {
+    std::string text;
+    for (const std::string_view part : parts) {
+        text += part;
+    }
+    return text;
+}
+
 /// What tells one object from another in descriptions: its class and address, such as "<QZHIDDevice: 0x55d0c0de>".
 inline std::string identityText(std::string_view className, const void* object) {
-    return "<" + std::string(className) + ": 0x" + hexadecimal(reinterpret_cast<std::uintptr_t>(object)) + ">";
+    return joined({"<", className, ": 0x", hexadecimal(reinterpret_cast<std::uintptr_t>(object)), ">"});
 }
 
 } // namespace qz::platform
