@@ -23,31 +23,37 @@ HIDMatchingDictionary matchingDictionary(std::int64_t usagePage, std::int64_t us
 QZGCHIDManagerDelegate::~QZGCHIDManagerDelegate() = default;
 
 const std::shared_ptr<QZHIDDevice>* QZHIDDeviceTable::find(IOHIDDeviceRef handle) const {
-    const auto found = positions_.find(handle);
-    return found != positions_.end() ? &entries_[found->second].second : nullptr;
+    const auto found = places_.find(handle);
+    return found != places_.end() ? &entries_[found->second.position].second : nullptr;
+}
+
+QZHIDDevice* QZHIDDeviceTable::device(IOHIDDeviceRef handle) const {
+    const auto found = places_.find(handle);
+    return found != places_.end() ? found->second.device : nullptr;
 }
 
 void QZHIDDeviceTable::set(IOHIDDeviceRef handle, std::shared_ptr<QZHIDDevice> device) {
-    const auto [found, isNew] = positions_.try_emplace(handle, entries_.size());
+    const auto [found, isNew] = places_.try_emplace(handle, Place{entries_.size(), device.get()});
     if (isNew) {
         entries_.emplace_back(handle, std::move(device));
     } else {
+        found->second.device = device.get();
         // The replaced device goes away after the table is whole again: its end may run the client's code.
-        entries_[found->second].second.swap(device);
+        entries_[found->second.position].second.swap(device);
     }
 }
 
 void QZHIDDeviceTable::remove(IOHIDDeviceRef handle) {
-    const auto found = positions_.find(handle);
-    if (found == positions_.end()) {
+    const auto found = places_.find(handle);
+    if (found == places_.end()) {
         return;
     }
-    const auto position = static_cast<std::ptrdiff_t>(found->second);
-    positions_.erase(found);
-    const Entry removed = std::move(entries_[static_cast<std::size_t>(position)]);
-    entries_.erase(entries_.begin() + position);
-    for (auto& [key, index] : positions_) {
-        index -= index > static_cast<std::size_t>(position) ? 1 : 0;
+    const std::size_t position = found->second.position;
+    places_.erase(found);
+    const Entry removed = std::move(entries_[position]);
+    entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(position));
+    for (auto& [key, place] : places_) {
+        place.position -= place.position > position ? 1 : 0;
     }
 }
 
@@ -166,49 +172,69 @@ void QZGCHIDManager::inputValueUpdate(IOHIDValueRef value) {
     }
 }
 
-std::shared_ptr<QZHIDElement> QZGCHIDManager::elementForValueRef(IOHIDValueRef value) const {
+const std::shared_ptr<QZHIDElement>* QZGCHIDManager::findElement(IOHIDValueRef value) const {
     const IOHIDElementRef elementRef = IOHIDValueGetElement(value);
-    const auto* const device = connectedHIDDevices_.find(IOHIDElementGetDevice(elementRef));
-    if (device == nullptr) {
+    const QZHIDDevice* const device = connectedHIDDevices_.device(IOHIDElementGetDevice(elementRef));
+    if (device == nullptr || !device->elementsByCookie()) {
         return nullptr;
     }
     // Widened with sign, while elements widen it with zeros: by design a cookie above 2^31 never finds its element.
-    return (*device)->elementWithCookie(static_cast<std::int32_t>(IOHIDElementGetCookie(elementRef)));
+    const auto found = device->elementsByCookie()->find(static_cast<std::int32_t>(IOHIDElementGetCookie(elementRef)));
+    return found != device->elementsByCookie()->end() ? &found->second : nullptr;
+}
+
+std::shared_ptr<QZHIDElement> QZGCHIDManager::elementForValueRef(IOHIDValueRef value) const {
+    const auto* const found = findElement(value);
+    return found != nullptr ? *found : nullptr;
 }
 
 void QZGCHIDManager::inputValueUpdateRegular(IOHIDValueRef value) {
-    const auto element = elementForValueRef(value);
-    if (!element || delegate_.expired()) {
+    const auto* const found = findElement(value);
+    if (found == nullptr || delegate_.expired()) {
         return;
     }
+    QZHIDElement& element = **found;
     const std::int64_t raw = IOHIDValueGetIntegerValue(value);
-    double reported = element->normalizedValue(raw);
-    if (configManager_ && configManager_->mustReverseDirection(*element)) {
+    double reported = element.normalizedValue(raw);
+    if (configManager_ && configManager_->mustReverseDirection(element)) {
         reported = 1.0 - reported;
     }
-    if (element->twoState()) {
+    if (element.twoState()) {
         reported = reported == 0.0 ? 0.0 : 1.0;
     }
-    if (!element->valueQualifiesForReporting(reported)) {
+    if (!element.valueQualifiesForReporting(reported)) {
         return;
     }
     if (reportRawValues_) {
-        if (const auto told = delegate()) {
-            told->hidManagerElementNewRawValue(*this, element, raw);
-        }
+        reportRawAndMappedValue(*found, raw, reported);
+    } else {
+        reportMappedValue(element, reported);
     }
-    // Read only now: the call above may have changed both.
-    if (reportMappedValues_ && configManager_) {
-        const auto action = configManager_->action(*element);
-        if (const auto told = action ? delegate() : nullptr) {
-            told->hidManagerActionNewValue(*this, action->rawValue(), reported);
-        }
+}
+
+/// The element comes as a copy: the delegate may end the device, and the action is asked for after its call.
+void QZGCHIDManager::reportRawAndMappedValue(std::shared_ptr<QZHIDElement> element, std::int64_t raw, double reported) {
+    if (const auto told = delegate()) {
+        told->hidManagerElementNewRawValue(*this, element, raw);
+    }
+    reportMappedValue(*element, reported);
+}
+
+void QZGCHIDManager::reportMappedValue(const QZHIDElement& element, double reported) {
+    if (!reportMappedValues_ || !configManager_) {
+        return;
+    }
+    // An action of our own: the delegate may change the mapping while it reads the name.
+    const auto action = configManager_->action(element);
+    if (const auto told = action ? delegate() : nullptr) {
+        told->hidManagerActionNewValue(*this, action->rawValue(), reported);
     }
 }
 
 void QZGCHIDManager::inputValueUpdateForCalibration(IOHIDValueRef value) {
-    if (const auto element = elementForValueRef(value); element && element->isSubjectToCalibration()) {
-        element->receivedNewCalibrationValue(IOHIDValueGetIntegerValue(value));
+    const auto* const found = findElement(value);
+    if (found != nullptr && (*found)->isSubjectToCalibration()) {
+        (*found)->receivedNewCalibrationValue(IOHIDValueGetIntegerValue(value));
     }
 }
 

@@ -23,6 +23,9 @@ public:
     /// The device under this handle, or null; valid until the table is changed.
     const std::shared_ptr<QZHIDDevice>* find(qz::platform::IOHIDDeviceRef handle) const;
 
+    /// The same without a share in it, for what every value asks.
+    QZHIDDevice* device(qz::platform::IOHIDDeviceRef handle) const;
+
     /// Stores a device; one that replaces another under the same handle takes over its place.
     void set(qz::platform::IOHIDDeviceRef handle, std::shared_ptr<QZHIDDevice> device);
     void remove(qz::platform::IOHIDDeviceRef handle);
@@ -30,8 +33,13 @@ public:
     const std::vector<Entry>& entries() const noexcept { return entries_; }
 
 private:
+    struct Place {
+        std::size_t position;
+        QZHIDDevice* device;
+    };
+
     std::vector<Entry> entries_;
-    std::unordered_map<qz::platform::IOHIDDeviceRef, std::size_t> positions_;
+    std::unordered_map<qz::platform::IOHIDDeviceRef, Place> places_;
 };
 
 /// The entry point of the library: finds joysticks and gamepads, admits them with the delegate's consent, follows them
@@ -138,6 +146,9 @@ public:
 
 private:
     qz::platform::RunLoopMode scheduledMode() const noexcept;
+    const std::shared_ptr<QZHIDElement>* findElement(qz::platform::IOHIDValueRef value) const;
+    void reportRawAndMappedValue(std::shared_ptr<QZHIDElement> element, std::int64_t raw, double reported);
+    void reportMappedValue(const QZHIDElement& element, double reported);
 
     qz::platform::Platform& platform_;
     bool modalMode_ = false;

@@ -36,7 +36,7 @@ std::shared_ptr<QZHIDDevice> QZHIDDevice::create(IOHIDDeviceRef deviceRef,
 
 QZHIDDevice::QZHIDDevice(Private /*only create makes one*/, IOHIDDeviceRef deviceRef,
                          const std::shared_ptr<QZGCHIDManager>& manager)
-    : platform_(manager->platform()), ioHIDDeviceRef_(pin(deviceRef)), manager_(manager) {}
+    : ioHIDDeviceRef_(pin(deviceRef)), manager_(manager), platform_(manager->platform()) {}
 
 QZHIDDevice::~QZHIDDevice() = default;
 
@@ -132,13 +132,15 @@ void QZHIDDevice::setupElements() {
     const QZGCCalibrationValues calibration(calibrationsPrefKey(), platform_.userDefaults());
     const auto self = shared_from_this();
     std::vector<std::shared_ptr<QZHIDElement>> elements;
+    std::vector<std::pair<std::int64_t, std::shared_ptr<QZHIDElement>>> byCookie;
     elements.reserve(list->size());
-    elementsByCookie_.emplace().reserve(list->size());
+    byCookie.reserve(list->size());
     for (const IOHIDElementRef elementRef : *list) {
         elements.push_back(QZHIDElement::create(elementRef, self, self, &calibration));
-        elementsByCookie_->insert_or_assign(elements.back()->cookie(), elements.back());
+        byCookie.emplace_back(elements.back()->cookie(), elements.back());
     }
     ownedElements_ = std::move(elements);
+    elementsByCookie_.emplace(std::move(byCookie));
 }
 
 std::shared_ptr<QZHIDElement> QZHIDDevice::elementWithCookie(std::int64_t cookie) const {

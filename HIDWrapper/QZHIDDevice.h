@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "HIDWrapper/QZHIDCookieMap.h"
 #include "HIDWrapper/QZHIDElementOwning.h"
 #include "platform/HID.h"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 class QZGCConfigurationManager;
 class QZGCDeviceConfiguration;
 class QZGCHIDManager;
 
 /// A device's own elements by their cookie; of several with one cookie the last. Absent when there is no list.
-using QZHIDElementsByCookie = std::optional<std::unordered_map<std::int64_t, std::shared_ptr<QZHIDElement>>>;
+using QZHIDElementsByCookie = std::optional<QZHIDCookieMap<std::shared_ptr<QZHIDElement>>>;
 
 /// The two strings under which a device's settings are kept.
 struct QZUserPrefIDs {
@@ -133,13 +133,14 @@ private:
     /// The same as `userPrefIDs()` without a copy; valid until it is next asked.
     const QZUserPrefIDs& currentUserPrefIDs() const;
 
-    qz::platform::Platform& platform_;
-    bool isInLimitedVRMode_ = false;
-    std::shared_ptr<qz::platform::HIDDevice> ioHIDDeviceRef_;
-    double limitedVRHysteresis_ = 0.0;
-    std::weak_ptr<QZGCHIDManager> manager_;
-    QZHIDElementList ownedElements_;
+    // First what every value needs.
     QZHIDElementsByCookie elementsByCookie_;
-    mutable std::optional<KnownIDs> knownIDs_;
     mutable ConfigurationLookup configurationLookup_;
+    std::shared_ptr<qz::platform::HIDDevice> ioHIDDeviceRef_;
+    bool isInLimitedVRMode_ = false;
+    double limitedVRHysteresis_ = 0.0;
+    QZHIDElementList ownedElements_;
+    std::weak_ptr<QZGCHIDManager> manager_;
+    qz::platform::Platform& platform_;
+    mutable std::optional<KnownIDs> knownIDs_;
 };

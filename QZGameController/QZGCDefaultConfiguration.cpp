@@ -20,6 +20,8 @@ QZGCConfigurationManager::defaultConfiguration(const QZHIDDevice& device) const 
     if (!device.ownedElements()) {
         return configuration;
     }
+    std::vector<QZGCDeviceConfiguration::Elements::value_type> elements;
+    QZGCDeviceConfiguration::NewMappings mappings;
     Queue xQueue = xActions_;
     Queue yQueue = yActions_;
     Queue buttonQueue = buttonActions_;
@@ -41,11 +43,13 @@ QZGCConfigurationManager::defaultConfiguration(const QZHIDDevice& device) const 
         if (queue == nullptr) {
             continue;
         }
-        configuration->elements_.insert_or_assign(element->cookie(), QZGCElementConfiguration());
+        elements.emplace_back(element->cookie(), QZGCElementConfiguration());
         if (!queue->empty()) {
-            configuration->mappings_.insert_or_assign(element->cookie(), queue->front());
+            mappings.emplace_back(element->cookie(), queue->front());
             *queue = queue->subspan(1);
         }
     }
+    configuration->elements_ = QZGCDeviceConfiguration::Elements(std::move(elements));
+    configuration->mappings_ = QZHIDCookieMap<Action>(std::move(mappings));
     return configuration;
 }

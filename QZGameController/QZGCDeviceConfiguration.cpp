@@ -58,6 +58,7 @@ QZGCDeviceConfiguration::QZGCDeviceConfiguration(const QZGCDeviceConfiguration&)
 QZGCDeviceConfiguration::QZGCDeviceConfiguration(const std::shared_ptr<QZGCConfigurationManager>& owner,
                                                  const PropertyList::Dictionary& prefs, bool legacyStyle)
     : configManager_(owner) {
+    NewMappings mappings;
     for (const auto& [key, value] : prefs) {
         const PropertyList::Dictionary* const dictionary = value.dictionary();
         if (dictionary == nullptr) {
@@ -66,11 +67,12 @@ QZGCDeviceConfiguration::QZGCDeviceConfiguration(const std::shared_ptr<QZGCConfi
         if (key == elementSpecificationsKey(legacyStyle)) {
             setupElementConfigurations(*dictionary, legacyStyle);
         } else if (legacyStyle) {
-            addMappingLegacyStyle(Action(key), *dictionary);
+            addMappingLegacyStyle(mappings, Action(key), *dictionary);
         } else if (key == mappingsKey) {
-            addMappingsModernStyle(*dictionary);
+            addMappingsModernStyle(mappings, *dictionary);
         }
     }
+    mappings_ = QZHIDCookieMap<Action>(std::move(mappings));
 }
 
 std::shared_ptr<QZGCDeviceConfiguration> QZGCDeviceConfiguration::copy() const {
@@ -78,18 +80,22 @@ std::shared_ptr<QZGCDeviceConfiguration> QZGCDeviceConfiguration::copy() const {
 }
 
 void QZGCDeviceConfiguration::setupElementConfigurations(const PropertyList::Dictionary& prefs, bool legacyStyle) {
-    elements_.reserve(prefs.size());
+    std::vector<Elements::value_type> elements;
+    elements.reserve(prefs.size());
     for (const auto& [key, value] : prefs) {
         const PropertyList::Dictionary* const specification = value.dictionary();
         const auto cookie = cookieOf(key);
         if (specification != nullptr && cookie) {
-            elements_[*cookie].reversedDirection_ =
+            elements.emplace_back(*cookie, QZGCElementConfiguration());
+            elements.back().second.reversedDirection_ =
                 isReversed(valueForKey(*specification, reversedDirectionKey(legacyStyle)));
         }
     }
+    elements_ = Elements(std::move(elements));
 }
 
-void QZGCDeviceConfiguration::addMappingLegacyStyle(const Action& appAction, const PropertyList::Dictionary& prefs) {
+void QZGCDeviceConfiguration::addMappingLegacyStyle(NewMappings& mappings, const Action& appAction,
+                                                    const PropertyList::Dictionary& prefs) {
     const PropertyList* const value = valueForKey(prefs, legacyElementsKey);
     const PropertyList::Array* const cookies = value != nullptr ? value->array() : nullptr;
     // One member that is no string voids the array; a string that is no cookie voids itself alone.
@@ -98,24 +104,25 @@ void QZGCDeviceConfiguration::addMappingLegacyStyle(const Action& appAction, con
         return;
     }
     for (const PropertyList& cookieText : *cookies) {
-        addMapping(*cookieText.string(), appAction);
+        addMapping(mappings, *cookieText.string(), appAction);
     }
 }
 
-void QZGCDeviceConfiguration::addMappingsModernStyle(const PropertyList::Dictionary& prefs) {
-    mappings_.reserve(prefs.size());
+void QZGCDeviceConfiguration::addMappingsModernStyle(NewMappings& mappings, const PropertyList::Dictionary& prefs) {
+    mappings.reserve(prefs.size());
     for (const auto& [cookieText, value] : prefs) {
         if (const std::string* const name = value.string()) {
-            addMapping(cookieText, Action(*name));
+            addMapping(mappings, cookieText, Action(*name));
         }
     }
 }
 
-void QZGCDeviceConfiguration::addMapping(const std::string& cookieText, const Action& action) {
+void QZGCDeviceConfiguration::addMapping(NewMappings& mappings, const std::string& cookieText,
+                                         const Action& action) const {
     const auto cookie = cookieOf(cookieText);
     const auto owner = configManager_.lock();
     if (cookie && owner) {
-        mappings_.insert_or_assign(*cookie, owner->convertLegacyToModern(action));
+        mappings.emplace_back(*cookie, owner->convertLegacyToModern(action));
     }
 }
 

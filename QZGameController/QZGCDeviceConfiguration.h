@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "HIDWrapper/QZHIDCookieMap.h"
 #include "QZGameController/QZGCConfigurationManager.h"
 #include "QZGameController/QZGCElementConfiguration.h"
-
-#include <unordered_map>
 
 /// The configuration of one device, a unit or a model: for each element, by its cookie, the action it triggers and
 /// whether its direction is reversed. The two are independent: an element may have either without the other.
 class QZGC_EXPORT QZGCDeviceConfiguration final {
 public:
     using Action = QZGCConfigurationManager::Action;
-    using Elements = std::unordered_map<std::int64_t, QZGCElementConfiguration>;
+    using Elements = QZHIDCookieMap<QZGCElementConfiguration>;
 
     /// An empty configuration.
     QZGCDeviceConfiguration();
@@ -37,12 +36,15 @@ private:
     friend class QZGCConfigurationManager;
     friend struct QZGCConfigurationInternals;
 
+    using NewMappings = std::vector<std::pair<std::int64_t, Action>>;
+
     QZGCDeviceConfiguration(const QZGCDeviceConfiguration&);
 
     void setupElementConfigurations(const qz::platform::PropertyList::Dictionary& prefs, bool legacyStyle);
-    void addMappingLegacyStyle(const Action& appAction, const qz::platform::PropertyList::Dictionary& prefs);
-    void addMappingsModernStyle(const qz::platform::PropertyList::Dictionary& prefs);
-    void addMapping(const std::string& cookieText, const Action& action);
+    void addMappingLegacyStyle(NewMappings& mappings, const Action& appAction,
+                               const qz::platform::PropertyList::Dictionary& prefs);
+    void addMappingsModernStyle(NewMappings& mappings, const qz::platform::PropertyList::Dictionary& prefs);
+    void addMapping(NewMappings& mappings, const std::string& cookieText, const Action& action) const;
     qz::platform::PropertyList::Dictionary elementsPList() const;
     qz::platform::PropertyList::Dictionary mappingsPList() const;
 
@@ -53,5 +55,5 @@ private:
 
     std::weak_ptr<QZGCConfigurationManager> configManager_;
     Elements elements_;
-    std::unordered_map<std::int64_t, Action> mappings_;
+    QZHIDCookieMap<Action> mappings_;
 };

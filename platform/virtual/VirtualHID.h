@@ -16,7 +16,7 @@ struct VirtualElement {
     std::int64_t min = 0; ///< logical range
     std::int64_t max = 0;
     bool preferredState = true;
-    std::optional<std::vector<std::size_t>> children; ///< members, as indices into the device's elements
+    std::optional<std::vector<std::size_t>> children = std::nullopt; ///< members, as indices into the device's elements
 };
 
 /// What a virtual device is made of.
