@@ -13,13 +13,20 @@ install(FILES
     "${PROJECT_BINARY_DIR}/QZGameControllerConfig.cmake" "${PROJECT_BINARY_DIR}/QZGameControllerConfigVersion.cmake"
     DESTINATION "${qzgc_package_dir}")
 
-# pkg-config: the paths are relative to the file, so that an installed tree can be moved.
-file(RELATIVE_PATH qzgc_pc_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
-string(REGEX REPLACE "/$" "" qzgc_pc_prefix "${qzgc_pc_prefix}")
-if(QZGC_SHARED)
-    set(qzgc_pc_private "")
+# pkg-config: the paths are relative to the file, so that an installed tree can be moved. A directory that the packager
+# gave as an absolute path stays where it was put.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+    set(qzgc_pc_prefix "${CMAKE_INSTALL_PREFIX}")
 else()
-    set(qzgc_pc_private "-lstdc++")
+    file(RELATIVE_PATH qzgc_pc_up "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+    string(REGEX REPLACE "/$" "" qzgc_pc_prefix "\${pcfiledir}/${qzgc_pc_up}")
 endif()
+foreach(kind IN ITEMS LIB INCLUDE)
+    if(IS_ABSOLUTE "${CMAKE_INSTALL_${kind}DIR}")
+        set(qzgc_pc_${kind}dir "${CMAKE_INSTALL_${kind}DIR}")
+    else()
+        set(qzgc_pc_${kind}dir "\${prefix}/${CMAKE_INSTALL_${kind}DIR}")
+    endif()
+endforeach()
 configure_file(packaging/qzgamecontroller.pc.in "${PROJECT_BINARY_DIR}/qzgamecontroller.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/qzgamecontroller.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
