@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// Prints the controllers that come and go, and what is done with them, until interrupted; with --once, for one turn.
+#include <QZGameController/QZGameController.h>
+
+#include <iostream>
+#include <poll.h>
+
+using namespace qz::platform;
+
+struct Printer final : QZGCHIDManagerDelegate {
+    bool hidManagerShouldConnectDevice(QZGCHIDManager&, IOHIDDeviceRef) override { return true; }
+    void hidManagerDeviceConnected(QZGCHIDManager&, const std::shared_ptr<QZHIDDevice>& device) override {
+        std::cout << "+ " << device->description() << std::endl;
+    }
+    void hidManagerDeviceDisconnected(QZGCHIDManager&, const std::shared_ptr<QZHIDDevice>& device) override {
+        std::cout << "- " << (device ? device->description() : "a device that was refused") << std::endl;
+    }
+    void hidManagerElementNewRawValue(QZGCHIDManager&, const std::shared_ptr<QZHIDElement>&, std::int64_t) override {}
+    void hidManagerActionNewValue(QZGCHIDManager&, const std::string& action, double newValue) override {
+        std::cout << action << " " << newValue << std::endl;
+    }
+    void hidManagerHidError(QZGCHIDManager&, IOReturn error) override { std::cerr << "error " << error << std::endl; }
+};
+
+int main(int argc, char** /*argv*/) {
+    RunLoop& loop = Platform::standard().currentRunLoop();
+    const auto printer = std::make_shared<Printer>();
+    const auto manager = QZGCHIDManager::create(nullptr); // without a configuration no control has an action
+    if (manager->setupWithDelegate(printer) != kIOReturnSuccess) {
+        return 1;
+    }
+    pollfd ready{loop.fileDescriptor(kCFRunLoopDefaultMode), POLLIN, 0};
+    do {
+        loop.dispatch(kCFRunLoopDefaultMode);
+    } while (argc == 1 && poll(&ready, 1, -1) > 0);
+}
