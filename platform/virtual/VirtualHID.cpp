@@ -47,12 +47,13 @@ public:
     explicit Manager(VirtualHIDServices& services) : services_(services) { services_.managers_.push_back(this); }
 
     IOReturn open(IOOptionBits /*options*/) override {
-        open_ = services_.openResult_ == kIOReturnSuccess;
+        open_ = open_ || services_.openResult_ == kIOReturnSuccess;
         return services_.openResult_;
     }
 
     IOReturn close(IOOptionBits /*options*/) override {
         open_ = false;
+        std::erase_if(events_, [](const Event& event) { return event.kind == Event::Kind::Value; });
         return kIOReturnSuccess;
     }
 
@@ -71,7 +72,12 @@ public:
         std::size_t index = 0;
         std::int64_t raw = 0;
     };
-    void happened(Event event) { events_.push_back(std::move(event)); }
+    /// What a device sends while the manager is not open is lost, as it is where opening is what begins to read.
+    void happened(Event event) {
+        if (open_ || event.kind != Event::Kind::Value) {
+            events_.push_back(std::move(event));
+        }
+    }
 
 private:
     ~Manager() override = default;
@@ -104,7 +110,7 @@ private:
         case Event::Kind::Value:
             break;
         }
-        if (!open_ || !isReported(event.device.get())) {
+        if (!isReported(event.device.get())) {
             return false;
         }
         event.device->setLastKnownValue(event.index, event.raw);

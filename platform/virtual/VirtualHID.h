@@ -64,8 +64,8 @@ public:
     /// Detaches a device: from now on reading its values fails, and its removal is on the way.
     void unplug(const std::shared_ptr<VirtualDevice>& device);
 
-    /// Sends a new value of the element at `index`. It becomes the last known value when it is delivered, to a manager
-    /// that has been opened.
+    /// Sends a new value of the element at `index` to the managers that are open now. It becomes the last known value
+    /// when it is delivered.
     void send(const std::shared_ptr<VirtualDevice>& device, std::size_t index, std::int64_t raw);
 
     void deliverMatching(IOReturn result, IOHIDDeviceRef device);
