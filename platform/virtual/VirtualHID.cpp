@@ -67,10 +67,11 @@ public:
     using HIDManagerBase::callRemoval;
 
     struct Event {
-        enum class Kind : std::uint8_t { Arrival, Removal, Value } kind;
+        enum class Kind : std::uint8_t { Arrival, Removal, Value, Failure } kind;
         std::shared_ptr<VirtualDevice> device;
         std::size_t index = 0;
         std::int64_t raw = 0;
+        IOReturn result = kIOReturnSuccess;
     };
     /// What a device sends while the manager is not open is lost, as it is where opening is what begins to read.
     void happened(Event event) {
@@ -108,8 +109,15 @@ private:
         case Event::Kind::Removal:
             return reportRemoval(event.device);
         case Event::Kind::Value:
-            break;
+            return deliverValue(event);
+        case Event::Kind::Failure:
+            callMatching(event.result, event.device.get());
+            return true;
         }
+        return false;
+    }
+
+    bool deliverValue(const Event& event) {
         if (!isReported(event.device.get())) {
             return false;
         }
@@ -161,6 +169,12 @@ void VirtualHIDServices::send(const std::shared_ptr<VirtualDevice>& device, std:
     }
     for (Manager* const manager : managers_) {
         manager->happened({.kind = Manager::Event::Kind::Value, .device = device, .index = index, .raw = raw});
+    }
+}
+
+void VirtualHIDServices::fail(const std::shared_ptr<VirtualDevice>& device, IOReturn result) {
+    for (Manager* const manager : managers_) {
+        manager->happened({.kind = Manager::Event::Kind::Failure, .device = device, .result = result});
     }
 }
 

@@ -46,9 +46,9 @@ private:
 
 /// HID services without an operating system: devices come, send and go when the program says so.
 ///
-/// `plug`, `send` and `unplug` keep the order that HID.h promises: what they set off is delivered by the next turn of
-/// the run loop that a manager is scheduled on. The operations named `deliver…` call the registered callback at once
-/// and break any order, because the layer above must bear that too.
+/// `plug`, `unplug`, `send` and `fail` keep the order that HID.h promises: what they set off is delivered by the next
+/// turn of the run loop that a manager is scheduled on. The operations named `deliver…` call the registered callback at
+/// once and break any order, because the layer above must bear that too.
 class QZGC_EXPORT VirtualHIDServices final : public HIDServices {
 public:
     VirtualHIDServices();
@@ -67,6 +67,10 @@ public:
     /// Sends a new value of the element at `index` to the managers that are open now. It becomes the last known value
     /// when it is delivered.
     void send(const std::shared_ptr<VirtualDevice>& device, std::size_t index, std::int64_t raw);
+
+    /// Reports through the matching callback that a device cannot be used, as for a device that is there but cannot be
+    /// opened. It need not be plugged, and may be null.
+    void fail(const std::shared_ptr<VirtualDevice>& device, IOReturn result);
 
     void deliverMatching(IOReturn result, IOHIDDeviceRef device);
     void deliverRemoval(IOReturn result, IOHIDDeviceRef device);
