@@ -59,8 +59,8 @@ TEST_F(Dispatch, WidensACookieWithSignWhereElementsWidenItWithZeros) {
     EXPECT_THAT(eventsOf(device, 1, 1), IsEmpty());
 
     const auto negative = static_cast<std::int32_t>(0x8000'0001U);
-    std::unordered_map<std::int64_t, std::shared_ptr<QZHIDElement>> bySignedCookie;
-    bySignedCookie.emplace(negative, itsDevice->elementWithCookie(0x8000'0001));
+    QZHIDCookieMap<std::shared_ptr<QZHIDElement>> bySignedCookie;
+    bySignedCookie.insert_or_assign(negative, itsDevice->elementWithCookie(0x8000'0001));
     itsDevice->setElementsByCookie(std::move(bySignedCookie));
     EXPECT_EQ(hidManager_->elementForValueRef(&high), itsDevice->ownedElements()->at(1));
 }
