@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: MIT
+#include "QZGameController/QZGameController.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+// The tool as a whole, from its command line to its exit status.
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+
+struct Outcome {
+    int status = -1; ///< of the exit; -1 when a signal ended the process
+    std::string output;
+    std::string complaint;
+};
+
+class CommandLine : public testing::Test {
+protected:
+    CommandLine() { std::filesystem::create_directories(directory_); }
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
+    ~CommandLine() override { std::filesystem::remove_all(directory_); }
+
+    /// Runs the tool with `arguments`, as a shell reads them, redirections included, in a directory of its own.
+    Outcome run(const std::string& arguments) const {
+        const std::string command =
+            "cd '" + directory_.string() + "' && >.output 2>.complaint '" QZGC_TOOL "' " + arguments;
+        const int ended = std::system(command.c_str());
+        return {.status = WIFEXITED(ended) ? WEXITSTATUS(ended) : -1,
+                .output = contents(".output"),
+                .complaint = contents(".complaint")};
+    }
+
+    void write(const std::string& name, const std::string& text) const {
+        std::ofstream(directory_ / name, std::ios::binary) << text;
+    }
+
+private:
+    std::string contents(const std::string& name) const {
+        std::ifstream file(directory_ / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    std::filesystem::path directory_ =
+        std::filesystem::temp_directory_path() / ("qzgc-command-line-" + std::to_string(getpid()) + "-" +
+                                                  testing::UnitTest::GetInstance()->current_test_info()->name());
+};
+
+constexpr const char* smallScenario = R"({"actions": {}, "devices": {}, "steps": [{"do": "allActions"}]})";
+constexpr const char* smallOutput =
+    "{\"event\":\"setup\",\"result\":0}\n{\"result\":\"allActions\",\"actions\":[],\"count\":0}\n";
+
+TEST_F(CommandLine, PlaysAScenarioFile) {
+    write("small.json", smallScenario);
+    const Outcome outcome = run("simulate small.json");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, smallOutput);
+    EXPECT_THAT(outcome.complaint, IsEmpty());
+}
+
+TEST_F(CommandLine, PlaysAScenarioFromStandardInput) {
+    write("small.json", smallScenario);
+    const Outcome outcome = run("simulate - <small.json");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, smallOutput);
+}
+
+TEST_F(CommandLine, RefusesAFaultyScenarioWithOneLineThatNamesThePlace) {
+    write("faulty.json", R"({"actions": {}, "devices": {}, "steps": [{"do": "allActions"}, {"do": "dance"}]})");
+    const Outcome outcome = run("simulate faulty.json");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.output, IsEmpty());
+    EXPECT_EQ(outcome.complaint, "steps[1].do: there is no step \"dance\"\n");
+}
+
+TEST_F(CommandLine, SaysWhichFileCannotBeReadAndWhy) {
+    const Outcome missing = run("simulate missing.json");
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_THAT(missing.output, IsEmpty());
+    EXPECT_EQ(missing.complaint, "missing.json: cannot be read: No such file or directory\n");
+
+    const Outcome twoLines = run("simulate 'a\nb'");
+    EXPECT_EQ(twoLines.status, 2);
+    EXPECT_EQ(twoLines.complaint, "\"a\\nb\": cannot be read: No such file or directory\n");
+
+    const Outcome directory = run("simulate .");
+    EXPECT_EQ(directory.status, 2);
+    EXPECT_EQ(directory.complaint, ".: cannot be read: Is a directory\n");
+
+    const Outcome closed = run("simulate - <&-");
+    EXPECT_EQ(closed.status, 2);
+    EXPECT_EQ(closed.complaint, "standard input: cannot be read: Bad file descriptor\n");
+}
+
+TEST_F(CommandLine, FailsWhenTheOutputCannotBeWritten) {
+    write("small.json", smallScenario);
+    const Outcome outcome = run("simulate small.json >/dev/full");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.complaint, "qzgc: cannot write to standard output\n");
+}
+
+TEST_F(CommandLine, AnswersWrongUseWithOneLineThatSaysWhereToReadOn) {
+    for (const char* const arguments : {"", "dance", "--dance", "simulate", "simulate a b", "simulate --dance a"}) {
+        const Outcome outcome = run(arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments;
+        EXPECT_THAT(outcome.output, IsEmpty()) << arguments;
+        EXPECT_THAT(outcome.complaint, MatchesRegex("qzgc: [^\n]+; see 'qzgc[a-z ]* --help'\n")) << arguments;
+    }
+    EXPECT_THAT(run("dance").complaint, HasSubstr("dance"));
+    EXPECT_THAT(run("simulate").complaint, HasSubstr("'qzgc simulate --help'"));
+}
+
+TEST_F(CommandLine, PrintsHelpForTheToolAndForTheSubcommand) {
+    const Outcome help = run("--help");
+    EXPECT_EQ(help.status, 0);
+    EXPECT_THAT(help.output, HasSubstr("simulate"));
+    EXPECT_THAT(help.complaint, IsEmpty());
+
+    const Outcome ofSimulate = run("simulate --help");
+    EXPECT_EQ(ofSimulate.status, 0);
+    EXPECT_THAT(ofSimulate.output, HasSubstr("FILE"));
+    EXPECT_THAT(ofSimulate.complaint, IsEmpty());
+}
+
+TEST_F(CommandLine, PrintsTheVersionOfTheLibrary) {
+    const Outcome version = run("--version");
+    EXPECT_EQ(version.status, 0);
+    EXPECT_EQ(version.output, std::string(QZGameControllerVersionString) + "\n");
+    EXPECT_THAT(version.complaint, IsEmpty());
+}
+
+} // namespace
