@@ -33,6 +33,11 @@ QZHIDDevice* QZHIDDeviceTable::device(IOHIDDeviceRef handle) const {
 }
 
 void QZHIDDeviceTable::set(IOHIDDeviceRef handle, std::shared_ptr<QZHIDDevice> device) {
+    if (!device) {
+        remove(handle);
+        return;
+    }
+    entries_.reserve(entries_.size() + 1);
     const auto [found, isNew] = places_.try_emplace(handle, Place{entries_.size(), device.get()});
     if (isNew) {
         entries_.emplace_back(handle, std::move(device));
@@ -178,7 +183,7 @@ const std::shared_ptr<QZHIDElement>* QZGCHIDManager::findElement(IOHIDValueRef v
     if (device == nullptr || !device->elementsByCookie()) {
         return nullptr;
     }
-    // Widened with sign, while elements widen it with zeros: by design a cookie above 2^31 never finds its element.
+    // Widened with sign, while elements widen it with zeros: by design a cookie from 2^31 on never finds its element.
     const auto found = device->elementsByCookie()->find(static_cast<std::int32_t>(IOHIDElementGetCookie(elementRef)));
     return found != device->elementsByCookie()->end() ? &found->second : nullptr;
 }

@@ -26,7 +26,7 @@ public:
     /// The same without a share in it, for what every value asks.
     QZHIDDevice* device(qz::platform::IOHIDDeviceRef handle) const;
 
-    /// Stores a device; one that replaces another under the same handle takes over its place.
+    /// Stores a device; one that replaces another under the same handle takes over its place. Null removes it.
     void set(qz::platform::IOHIDDeviceRef handle, std::shared_ptr<QZHIDDevice> device);
     void remove(qz::platform::IOHIDDeviceRef handle);
 
@@ -47,7 +47,9 @@ private:
 ///
 /// Everything happens on the thread that runs the platform's run loop; use the manager on that thread only.
 class QZGC_EXPORT QZGCHIDManager final : public std::enable_shared_from_this<QZGCHIDManager> {
-    struct Private {};
+    struct Private {
+        explicit Private() = default;
+    };
 
 public:
     /// A manager that reports actions and not raw values, with nothing matched, scheduled or opened yet.
@@ -80,7 +82,7 @@ public:
     /// The connected devices, in the order of their admission.
     std::vector<std::shared_ptr<QZHIDDevice>> devices() const;
 
-    /// What the platform's callbacks call.
+    /// What the platform's callbacks call. Who calls them directly holds a share in the manager meanwhile.
     void hidDeviceConnected(qz::platform::IOHIDDeviceRef deviceRef);
     void hidDeviceDisconnected(qz::platform::IOHIDDeviceRef deviceRef);
     void inputValueUpdate(qz::platform::IOHIDValueRef value);
@@ -93,9 +95,10 @@ public:
     /// The element of a connected device that the value belongs to, or null.
     std::shared_ptr<QZHIDElement> elementForValueRef(qz::platform::IOHIDValueRef value) const;
 
-    /// Enters, and leaves, calibration mode for the devices connected now: nothing is reported in between, and leaving
-    /// it saves what was seen. In a mode already entered or left nothing happens. A device that connects in between is
-    /// not calibrated, but reports nothing either.
+    /// Enters, and leaves, calibration mode: nothing is reported in between, and leaving it ends the calibration of
+    /// every device connected then and saves what was seen. Entering it starts those connected now; one that connects
+    /// in between is not started, so its ranges widen from what its elements last had (by design). In a mode already
+    /// entered or left nothing happens.
     void startCalibration();
     void endCalibration();
 
@@ -140,7 +143,7 @@ public:
     }
 
     const QZHIDDeviceTable& connectedHIDDevices() const noexcept { return connectedHIDDevices_; }
-    void setConnectedHIDDevices(QZHIDDeviceTable devices) { connectedHIDDevices_ = std::move(devices); }
+    void setConnectedHIDDevices(QZHIDDeviceTable devices) { std::swap(connectedHIDDevices_, devices); }
 
     qz::platform::Platform& platform() const noexcept { return platform_; }
 

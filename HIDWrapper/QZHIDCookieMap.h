@@ -17,7 +17,6 @@ template<typename Value>
 class QZHIDCookieMap {
 public:
     using value_type = std::pair<std::int64_t, Value>;
-    using iterator = typename std::vector<value_type>::iterator;
     using const_iterator = typename std::vector<value_type>::const_iterator;
 
     QZHIDCookieMap() = default;
@@ -34,15 +33,17 @@ public:
 
     const_iterator begin() const noexcept { return entries_.begin(); }
     const_iterator end() const noexcept { return entries_.end(); }
-    iterator begin() noexcept { return entries_.begin(); }
-    iterator end() noexcept { return entries_.end(); }
     std::size_t size() const noexcept { return entries_.size(); }
     bool empty() const noexcept { return entries_.empty(); }
-    void reserve(std::size_t size) { entries_.reserve(size); }
 
     const_iterator find(std::int64_t cookie) const noexcept { return begin() + position(cookie); }
-    iterator find(std::int64_t cookie) noexcept { return begin() + position(cookie); }
     bool contains(std::int64_t cookie) const noexcept { return find(cookie) != end(); }
+
+    /// The value of this cookie to be changed in place, or null.
+    Value* value(std::int64_t cookie) noexcept {
+        const auto place = static_cast<std::size_t>(position(cookie));
+        return place < entries_.size() ? &entries_[place].second : nullptr;
+    }
 
     /// The value of a cookie that is in the map.
     const Value& at(std::int64_t cookie) const noexcept { return find(cookie)->second; }
@@ -63,7 +64,7 @@ public:
         if (found == entries_.end()) {
             return 0;
         }
-        const value_type removed = std::move(*found);
+        const value_type removed = std::move(entries_[static_cast<std::size_t>(found - begin())]);
         entries_.erase(found);
         return 1;
     }

@@ -5,6 +5,7 @@
 #include "HIDWrapper/QZHIDElement.h"
 #include "HIDWrapper/QZHIDUsages.h"
 #include "QZGameController/QZGCCalibrationValues.h"
+#include "platform/FatalError.h"
 #include "platform/SystemLog.h"
 #include "platform/Text.h"
 
@@ -29,6 +30,9 @@ QZHIDElementList elementsThat(const QZHIDElementList& elements, bool (QZHIDEleme
 
 std::shared_ptr<QZHIDDevice> QZHIDDevice::create(IOHIDDeviceRef deviceRef,
                                                  const std::shared_ptr<QZGCHIDManager>& manager) {
+    if (!manager) {
+        fatalError("a QZHIDDevice cannot be made without its manager");
+    }
     auto device = std::make_shared<QZHIDDevice>(Private{}, deviceRef, manager);
     device->setupElements();
     return device;
@@ -72,14 +76,14 @@ std::string QZHIDDevice::kind() const {
     }
 }
 
-void QZHIDDevice::setIOHIDDeviceRef(IOHIDDeviceRef deviceRef) {
+void QZHIDDevice::setIoHIDDeviceRef(IOHIDDeviceRef deviceRef) {
     ioHIDDeviceRef_ = pin(deviceRef);
     // Revisions of two devices' properties do not compare.
     knownIDs_.reset();
     configurationLookup_ = {};
 }
 
-QZUserPrefIDs QZHIDDevice::userPrefIDs() const {
+QZHIDUserPrefIDs QZHIDDevice::userPrefIDs() const {
     const std::int64_t vendor = vendorID();
     const std::int64_t product = productID();
     if (vendor == 0 && product == 0) {
@@ -93,7 +97,7 @@ QZUserPrefIDs QZHIDDevice::userPrefIDs() const {
     return {type, joined({type, ".", serial ? *serial : location})};
 }
 
-const QZUserPrefIDs& QZHIDDevice::currentUserPrefIDs() const {
+const QZHIDUserPrefIDs& QZHIDDevice::currentUserPrefIDs() const {
     const std::uint64_t revision = IOHIDDeviceGetPropertyRevision(ioHIDDeviceRef());
     if (!knownIDs_ || knownIDs_->propertyRevision != revision) {
         knownIDs_ = {revision, userPrefIDs()};

@@ -17,7 +17,7 @@ class QZGCHIDManager;
 using QZHIDElementsByCookie = std::optional<QZHIDCookieMap<std::shared_ptr<QZHIDElement>>>;
 
 /// The two strings under which a device's settings are kept.
-struct QZUserPrefIDs {
+struct QZHIDUserPrefIDs {
     std::string aDeviceTypeID; ///< the model; holds no "."
     std::string aInstanceID;   ///< one unit of it; the type ID, "." and a suffix
 };
@@ -27,7 +27,9 @@ struct QZUserPrefIDs {
 /// Made by QZGCHIDManager when it admits a device; lives until the manager removes it and the last client lets go. Once
 /// the device is unplugged it still answers, only its values read as 0.
 class QZGC_EXPORT QZHIDDevice final : public QZHIDElementOwning, public std::enable_shared_from_this<QZHIDDevice> {
-    struct Private {};
+    struct Private {
+        explicit Private() = default;
+    };
 
 public:
     /// A device with its elements, which take the stored calibration of the model over. `manager` must not be null.
@@ -58,9 +60,10 @@ public:
     /// "Joystick", "Gamepad" or "Unknown", from the primary usage.
     std::string kind() const;
 
-    /// The IDs that follow from the properties as they are now. A device without vendor and product is "generic_" and
-    /// its kind; the suffix of an instance is its serial number or, without one, its location in hexadecimal.
-    QZUserPrefIDs userPrefIDs() const;
+    /// The IDs that follow from the properties as they are now. The type is vendor and product; the suffix of an
+    /// instance is its serial number or, without one, its location in hexadecimal. A device without vendor and product
+    /// is "generic_" and its kind, with the suffix "0" always.
+    QZHIDUserPrefIDs userPrefIDs() const;
 
     /// The preferences key of the calibration, which all devices of one vendor and product share.
     std::string calibrationsPrefKey() const;
@@ -108,7 +111,7 @@ public:
 
     /// The handle; it answers as long as this object lives, also after the unplugging.
     qz::platform::IOHIDDeviceRef ioHIDDeviceRef() const noexcept { return ioHIDDeviceRef_.get(); }
-    void setIOHIDDeviceRef(qz::platform::IOHIDDeviceRef deviceRef);
+    void setIoHIDDeviceRef(qz::platform::IOHIDDeviceRef deviceRef);
 
     /// The manager that made the device; null when it is gone.
     std::shared_ptr<QZGCHIDManager> manager() const noexcept { return manager_.lock(); }
@@ -120,7 +123,7 @@ private:
     /// What was computed from the properties, and the revision of theirs that it holds for.
     struct KnownIDs {
         std::uint64_t propertyRevision = 0;
-        QZUserPrefIDs ids;
+        QZHIDUserPrefIDs ids;
     };
     /// The configuration last found for the device, and what it holds for. No tables have the revision 0.
     struct ConfigurationLookup {
@@ -131,7 +134,7 @@ private:
 
     void setupElements();
     /// The same as `userPrefIDs()` without a copy; valid until it is next asked.
-    const QZUserPrefIDs& currentUserPrefIDs() const;
+    const QZHIDUserPrefIDs& currentUserPrefIDs() const;
 
     // First what every value needs.
     QZHIDElementsByCookie elementsByCookie_;

@@ -17,7 +17,9 @@ class QZHIDDevice;
 /// takes part in calibration and receives input. Attributes answer as long as the object lives, also after the
 /// unplugging.
 class QZGC_EXPORT QZHIDElement final : public QZHIDElementOwning, public std::enable_shared_from_this<QZHIDElement> {
-    struct Private {};
+    struct Private {
+        explicit Private() = default;
+    };
 
 public:
     /// An element with its members and its ranges: the stored ones when `calibrationValues` (may be null) has them and
@@ -72,16 +74,17 @@ public:
     double normalizedValue(std::int64_t raw) const;
 
     /// Maps rawLow..rawHigh onto normalizedLow..normalizedHigh and clamps; normalizedLow for an empty or inverted
-    /// range.
+    /// range. Ends the process when a difference of raw values overflows 64 bits.
     static double normalizedValueInRange(std::int64_t rawLow, std::int64_t rawHigh, double normalizedLow,
                                          double normalizedHigh, std::int64_t rawValue);
 
     /// The normalised rest value; absent for a control that does not spring back.
     std::optional<double> neutralValue() const;
 
-    /// Whether `value`, on the normalised scale, differs enough from the last reported one to be reported now. A true
-    /// answer makes it the last reported one. Ends of travel and the return to rest always pass, except in limited
-    /// value reporting.
+    /// Whether `value`, on the normalised scale, differs enough from the last reported one to be reported now; true
+    /// makes it the last reported one. A change must exceed the hysteresis; but a change to an end of travel or to the
+    /// rest point is let through, except in limited value reporting. A two-state element reports changes between zero
+    /// and non-zero, and an element whose device is gone nothing else.
     bool valueQualifiesForReporting(double value);
 
     /// Begins a calibration with an empty, inverted range; nothing for an element that is not subject to it.
@@ -117,7 +120,7 @@ public:
     void setCalibrationMax(std::int64_t raw) noexcept { calibrationMax_ = raw; }
 
     qz::platform::IOHIDElementRef ioHIDElementRef() const noexcept { return ioHIDElementRef_.get(); }
-    void setIOHIDElementRef(qz::platform::IOHIDElementRef elementRef) {
+    void setIoHIDElementRef(qz::platform::IOHIDElementRef elementRef) {
         ioHIDElementRef_ = qz::platform::pin(elementRef);
     }
 

@@ -129,7 +129,7 @@ void QZGCConfigurationManager::setDeviceTypeConfig(std::string_view typeID,
 
 std::shared_ptr<QZGCDeviceConfiguration>
 QZGCConfigurationManager::existingConfiguration(const QZHIDDevice& device) const {
-    const QZUserPrefIDs& ids = device.currentUserPrefIDs();
+    const QZHIDUserPrefIDs& ids = device.currentUserPrefIDs();
     auto configuration = entry(deviceInstanceConfigs_, ids.aInstanceID);
     return configuration ? configuration : entry(deviceTypeConfigs_, ids.aDeviceTypeID);
 }
@@ -154,7 +154,7 @@ QZGCConfigurationManager::existingOrDefaultConfiguration(const QZHIDDevice& devi
 std::shared_ptr<QZGCDeviceConfiguration>
 QZGCConfigurationManager::makeAndRegisterDefaultConfiguration(const QZHIDDevice& device) {
     const auto configuration = defaultConfiguration(device);
-    const QZUserPrefIDs& ids = device.currentUserPrefIDs();
+    const QZHIDUserPrefIDs& ids = device.currentUserPrefIDs();
     setDeviceInstanceConfig(ids.aInstanceID, configuration);
     setDeviceTypeConfig(ids.aDeviceTypeID, configuration);
     return configuration;
@@ -200,7 +200,7 @@ void QZGCConfigurationManager::setReverseDirection(bool reversed, const QZHIDEle
     if (!device) {
         return;
     }
-    const QZUserPrefIDs& ids = device->currentUserPrefIDs();
+    const QZHIDUserPrefIDs& ids = device->currentUserPrefIDs();
     for (const auto& configuration :
          {entry(deviceInstanceConfigs_, ids.aInstanceID), entry(deviceTypeConfigs_, ids.aDeviceTypeID)}) {
         if (configuration) {

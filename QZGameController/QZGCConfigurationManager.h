@@ -25,7 +25,9 @@ class QZHIDElement;
 /// A device that has neither gets a default configuration when its first action is asked for, under both. Everything is
 /// loaded when the manager is made; edits take effect with the next value and are kept only by `saveUserDefaults`.
 class QZGC_EXPORT QZGCConfigurationManager final : public std::enable_shared_from_this<QZGCConfigurationManager> {
-    struct Private {};
+    struct Private {
+        explicit Private() = default;
+    };
 
 public:
     /// One of the application's commands, by its name: any string, the empty one included. Equal and ordered by the
@@ -101,7 +103,8 @@ public:
     /// The action of an element; absent when it is not mapped or its device is gone. The first question about a device
     /// without a configuration registers its default.
     std::optional<Action> action(const QZHIDElement& element);
-    /// The name of that action; valid until the element's mapping is changed.
+    /// The name of that action; valid until the element's mapping, its device's configuration or the tables are
+    /// changed, and no longer than this manager. To keep a name, keep the action.
     std::optional<std::string_view> actionString(const QZHIDElement& element);
 
     /// Whether the element works in the reversed direction; false when nothing is configured. Registers nothing.

@@ -76,7 +76,7 @@ QZGCDeviceConfiguration::QZGCDeviceConfiguration(const std::shared_ptr<QZGCConfi
 }
 
 std::shared_ptr<QZGCDeviceConfiguration> QZGCDeviceConfiguration::copy() const {
-    return std::shared_ptr<QZGCDeviceConfiguration>(new QZGCDeviceConfiguration(*this));
+    return std::make_shared<QZGCDeviceConfiguration>(*this);
 }
 
 void QZGCDeviceConfiguration::setupElementConfigurations(const PropertyList::Dictionary& prefs, bool legacyStyle) {
@@ -157,7 +157,7 @@ const QZGCDeviceConfiguration::Action* QZGCDeviceConfiguration::mapping(std::int
 }
 
 void QZGCDeviceConfiguration::setReversedDirection(std::int64_t cookie, bool reversed) {
-    if (const auto found = elements_.find(cookie); found != elements_.end()) {
-        found->second.reversedDirection_ = reversed;
+    if (QZGCElementConfiguration* const configured = elements_.value(cookie)) {
+        configured->reversedDirection_ = reversed;
     }
 }

@@ -20,11 +20,12 @@ public:
     QZGCDeviceConfiguration(const std::shared_ptr<QZGCConfigurationManager>& owner,
                             const qz::platform::PropertyList::Dictionary& prefs, bool legacyStyle);
 
+    /// An independent configuration with the same contents, and by design with the same owner.
+    QZGCDeviceConfiguration(const QZGCDeviceConfiguration& original);
+    std::shared_ptr<QZGCDeviceConfiguration> copy() const;
+
     ~QZGCDeviceConfiguration();
     QZGCDeviceConfiguration& operator=(const QZGCDeviceConfiguration&) = delete;
-
-    /// An independent configuration with the same contents, and by design with the same owner.
-    std::shared_ptr<QZGCDeviceConfiguration> copy() const;
 
     /// The configured elements by their cookie.
     const Elements& elements() const noexcept { return elements_; }
@@ -37,8 +38,6 @@ private:
     friend struct QZGCConfigurationInternals;
 
     using NewMappings = std::vector<std::pair<std::int64_t, Action>>;
-
-    QZGCDeviceConfiguration(const QZGCDeviceConfiguration&);
 
     void setupElementConfigurations(const qz::platform::PropertyList::Dictionary& prefs, bool legacyStyle);
     void addMappingLegacyStyle(NewMappings& mappings, const Action& appAction,

@@ -8,7 +8,6 @@ public:
     bool reversedDirection() const noexcept { return reversedDirection_; }
 
 private:
-    friend class QZGCConfigurationManager;
     friend class QZGCDeviceConfiguration;
 
     bool reversedDirection_ = false;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// Everything that an application needs of the library.
+// Everything that an application needs of the library.
 #include "HIDWrapper/QZGCHIDManager.h"
 #include "HIDWrapper/QZGCHIDManagerDelegate.h"
 #include "HIDWrapper/QZHIDDevice.h"

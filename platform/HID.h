@@ -16,13 +16,13 @@
 
 /// The HID services of the platform, as the layer above calls them.
 ///
-/// The operations keep the names under which the platform they were first written for knows them. Every operation takes
-/// a handle; with a null handle it does nothing and answers zero, absent or, where it answers a status, bad argument.
+/// The operations have their platform names. Every operation takes a handle; with a null handle it does nothing and
+/// answers zero, absent or, where it answers a status, bad argument.
 ///
 /// Order of the callbacks, which every back end keeps:
-/// - A device that is already present when a manager is first scheduled is reported through the matching callback like
-/// a
-///   new one. Callbacks come from the run loop, never from inside a call of the client.
+/// - A device that is present when a manager is first scheduled is reported through the matching callback like a new
+/// one.
+///   Callbacks come from the run loop, never from inside a call of the client.
 /// - Between its arrival and its removal a handle is reported once in a manager's life, so moving a manager to another
 ///   mode reports newcomers only. A removal is reported before the handle dies.
 /// - No value arrives for a device that has not been reported yet or has been removed.
@@ -59,9 +59,6 @@ inline constexpr IOOptionBits kIOHIDOptionsTypeNone = 0;
 /// Reads the last value known without asking the device.
 inline constexpr IOOptionBits kIOHIDDeviceGetValueWithoutUpdateOption = 0x40000;
 
-/// The type of an element that is a collection.
-inline constexpr std::int32_t kIOHIDElementTypeCollection = 513;
-
 /// One element of a device, the same plain record in every back end; immutable once its device is known to a client.
 struct HIDElement {
     std::uint32_t cookie = 0;
@@ -73,7 +70,7 @@ struct HIDElement {
     std::int64_t logicalMin = 0;
     std::int64_t logicalMax = 0;
     /// A collection's members in order; absent when the platform lists none. The array belongs to the device.
-    std::optional<std::span<const IOHIDElementRef>> children;
+    std::optional<std::span<const IOHIDElementRef>> children = std::nullopt;
     IOHIDDeviceRef device = nullptr;
 };
 
@@ -119,7 +116,7 @@ QZGC_EXPORT IOReturn IOHIDManagerClose(IOHIDManagerRef manager, IOOptionBits opt
 /// Gives the manager back.
 QZGC_EXPORT void CFRelease(IOHIDManagerRef manager);
 
-/// The run loop of the calling thread.
+/// The run loop of the calling thread; on the virtual platform the one loop that is driven by hand.
 QZGC_EXPORT CFRunLoopRef CFRunLoopGetCurrent(Platform& platform);
 
 /// The property with this name, or null; valid until it is next changed.

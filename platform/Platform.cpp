@@ -20,10 +20,12 @@ Platform::~Platform() = default;
 
 Platform& Platform::standard() {
 #if defined(__linux__)
-    static LinuxPlatform platform;
+    using Standard = LinuxPlatform;
 #else
-    static VirtualPlatform platform;
+    using Standard = VirtualPlatform;
 #endif
+    // Never destroyed: an application's own static objects may end after any object made here, and still need it.
+    static Standard& platform = *new Standard;
     return platform;
 }
 

@@ -13,10 +13,11 @@ class UserDefaults;
 /// Everything that the library asks of the system it runs on, in one object.
 ///
 /// The objects that an application creates take a platform, which must outlive them and everything made by them. A
-/// platform is used on one thread; a second thread makes a platform of its own.
+/// platform takes no locks for its preferences and its HID services: they are used on one thread.
 class QZGC_EXPORT Platform {
 public:
-    /// The platform of this system, made on first use: the real preferences, log and run loop.
+    /// The platform of this system, made on first use and there to the end of the process: the user's preferences, the
+    /// system's log, and a run loop for each thread that asks for one.
     static Platform& standard();
 
     Platform() = default;

@@ -26,7 +26,8 @@ public:
     template<std::same_as<bool> Boolean>
     PropertyList(Boolean value) : value_(value) {}
     template<std::integral Integer>
-    requires(!std::same_as<Integer, bool> && sizeof(Integer) <= sizeof(std::int64_t)) PropertyList(Integer value)
+    requires(!std::same_as<Integer, bool> && (std::signed_integral<Integer> || sizeof(Integer) < sizeof(std::int64_t)))
+        PropertyList(Integer value)
         : value_(static_cast<std::int64_t>(value)) {}
     PropertyList(double value) : value_(value) {}
     PropertyList(const char* value) : value_(std::string(value)) {}

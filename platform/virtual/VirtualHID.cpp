@@ -2,6 +2,7 @@
 #include "platform/virtual/VirtualHID.h"
 
 #include "platform/HIDManagerBase.h"
+#include "platform/virtual/VirtualMemberships.h"
 
 #include <algorithm>
 #include <deque>
@@ -31,6 +32,7 @@ VirtualDevice::VirtualDevice(VirtualDeviceDescription description) {
                             .device = nullptr});
         children.push_back(std::move(each.children));
     }
+    checkMemberships(children);
     setElements(std::move(elements), children);
 }
 

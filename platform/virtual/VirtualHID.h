@@ -26,7 +26,9 @@ struct VirtualDeviceDescription {
     std::vector<HIDUsagePair> usagePairs; ///< application collections; empty: the primary one alone
 };
 
-/// A device without hardware. Elements may be anything, also what no real device can declare.
+/// A device without hardware. Elements may be anything, also what no real device can declare, but for two things that
+/// end the process: a collection that contains itself, and more than 1,048,576 memberships (elements counted once for
+/// each collection around them, because the layer above makes an object for each). Made with std::make_shared only.
 class QZGC_EXPORT VirtualDevice final : public HIDDevice {
 public:
     explicit VirtualDevice(VirtualDeviceDescription description);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/VirtualHost.h"
 
+#include "HIDWrapper/QZHIDElementType.h"
+
 using namespace qz::platform;
 
 namespace qz::tests {
@@ -12,7 +14,7 @@ constexpr std::int32_t inputMiscType = 1;
 constexpr std::int32_t inputButtonType = 2;
 
 VirtualElement collectionElement(const Application& application) {
-    return {.type = kIOHIDElementTypeCollection,
+    return {.type = QZHIDElementTypeCollection,
             .collectionType = applicationCollection,
             .usagePage = application.usagePage,
             .usage = application.usage,

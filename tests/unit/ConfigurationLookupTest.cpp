@@ -90,7 +90,7 @@ TEST_F(ConfigurationLookup, FollowsTheDeviceThatAHandleIsReplacedBy) {
     EXPECT_THAT(configurations->actionString(*element), actionIs("of A"));
     const auto other = pad("B");
     // As many properties, set as often: only the device tells the two apart.
-    device->setIOHIDDeviceRef(other->ioHIDDeviceRef());
+    device->setIoHIDDeviceRef(other->ioHIDDeviceRef());
     EXPECT_THAT(configurations->actionString(*element), actionIs("of B"));
 }
 

@@ -104,7 +104,7 @@ TEST(QZHIDElement, LetsEveryFieldButTheDeviceBeWritten) {
     element.setCalibrationMax(12);
     element.setElementOwner(host.element(1));
     element.setOwnedElements(std::vector{host.element(1)});
-    element.setIOHIDElementRef(host.plugged->element(1));
+    element.setIoHIDElementRef(host.plugged->element(1));
     EXPECT_TRUE(element.twoState());
     EXPECT_EQ(element.observedMin(), -1);
     EXPECT_EQ(element.observedMax(), -2);
@@ -123,13 +123,13 @@ TEST(QZHIDElement, LetsEveryFieldButTheDeviceBeWritten) {
 TEST(QZHIDElement, ReadsTheAttributesOfAReplacedReferenceFromThenOn) {
     const ElementHost host(std::vector{xAxis(16, 0, 255), button(17, 3), collection(18)});
     QZHIDElement& element = *host.element();
-    element.setIOHIDElementRef(host.plugged->element(1));
+    element.setIoHIDElementRef(host.plugged->element(1));
     EXPECT_EQ(element.cookie(), 17);
     EXPECT_EQ(element.name(), "Button 3");
     EXPECT_TRUE(element.isPushButton());
     EXPECT_FALSE(element.isSubjectToCalibration());
     EXPECT_EQ(element.theoreticalMax(), 1);
-    element.setIOHIDElementRef(host.plugged->element(2));
+    element.setIoHIDElementRef(host.plugged->element(2));
     EXPECT_EQ(element.collectionType(), QZHIDElementCollectionTypeLogical);
     // What construction took from the first reference stays.
     EXPECT_EQ(element.observedMax(), 255);
@@ -143,7 +143,7 @@ TEST(QZHIDElement, AReplacedReferenceIsKeptLikeTheFirst) {
     const ElementHost host(std::vector{xAxis(16)});
     {
         const auto other = host.plug(std::vector{throttle(19, -5, 5)});
-        host.element()->setIOHIDElementRef(other->element(0));
+        host.element()->setIoHIDElementRef(other->element(0));
         host.platform->hidServices().unplug(other);
     }
     EXPECT_EQ(host.element()->cookie(), 19);
@@ -156,7 +156,7 @@ TEST(QZHIDElement, AnswersZeroAndNothingWithoutAReference) {
     const ElementHost host(std::vector{xAxis(16)});
     host.plugged->setLastKnownValue(0, 77);
     QZHIDElement& element = *host.element();
-    element.setIOHIDElementRef(nullptr);
+    element.setIoHIDElementRef(nullptr);
     EXPECT_EQ(element.ioHIDElementRef(), nullptr);
     EXPECT_EQ(element.cookie(), 0);
     EXPECT_EQ(element.type(), 0);

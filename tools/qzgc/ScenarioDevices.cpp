@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "HIDWrapper/QZHIDElementType.h"
 #include "tools/qzgc/ScenarioReader.h"
 #include "tools/qzgc/ScenarioReports.h"
 
@@ -124,7 +125,7 @@ private:
     void close(std::size_t index) {
         Visit& visit = visits_[index];
         visit.state = State::Done;
-        if (elements_[index].type != platform::kIOHIDElementTypeCollection || !elements_[index].children) {
+        if (elements_[index].type != QZHIDElementTypeCollection || !elements_[index].children) {
             return;
         }
         for (const std::size_t child : *elements_[index].children) {

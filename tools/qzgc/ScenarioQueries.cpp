@@ -74,7 +74,7 @@ void writeConfigurations(const QZGCConfigurationManager::DeviceConfigurations& c
 } // namespace
 
 void describeDevice(const QZHIDDevice& device, JSONText& text) {
-    const QZUserPrefIDs ids = device.userPrefIDs();
+    const QZHIDUserPrefIDs ids = device.userPrefIDs();
     text.member("kind", device.kind())
         .member("productName", device.productName())
         .member("typeID", ids.aDeviceTypeID)
