@@ -7,12 +7,12 @@
 namespace qz::platform {
 
 void fatalError(std::string_view message) noexcept {
-    std::fputs("QZGameController: fatal error: ", stderr);
+    static_cast<void>(std::fputs("QZGameController: fatal error: ", stderr));
     for (const char character : message) {
-        std::fputc(character == '\n' || character == '\r' ? ' ' : character, stderr);
+        static_cast<void>(std::fputc(character == '\n' || character == '\r' ? ' ' : character, stderr));
     }
-    std::fputc('\n', stderr);
-    std::fflush(stderr);
+    static_cast<void>(std::fputc('\n', stderr));
+    static_cast<void>(std::fflush(stderr));
     std::abort();
 }
 
