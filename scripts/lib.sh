@@ -49,6 +49,7 @@ is_provided() {
     libgmock-dev) has_header gmock/gmock.h ;;
     nlohmann-json3-dev) has_header nlohmann/json.hpp ;;
     libcli11-dev) has_header CLI/CLI.hpp ;;
+    libbenchmark-dev) has_header benchmark/benchmark.h ;;
     libsdl2-dev) has_header SDL2/SDL.h ;;
     lib*) die "is_provided does not know how to look for $1" ;;
     *) has_command "$1" ;;
@@ -77,7 +78,7 @@ apt_get() {
 }
 
 # Makes sure that what the Debian packages named provide is there: installs what is missing, or says so and stops.
-need() {
+need_packages() {
     local missing
     find_missing "$@"
     [[ ${#missing[@]} -eq 0 ]] && return
