@@ -59,7 +59,7 @@ public:
     IOHIDManagerRef createManager(IOOptionBits options) override;
 
     /// Attaches a device; the handle stays valid until its removal has been delivered, or as long as the result is
-    /// kept.
+    /// kept. A device that has been unplugged stays gone: what comes back is another one.
     std::shared_ptr<VirtualDevice> plug(VirtualDeviceDescription description);
     void plug(const std::shared_ptr<VirtualDevice>& device);
 
