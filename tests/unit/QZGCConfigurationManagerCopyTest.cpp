@@ -43,14 +43,17 @@ TEST_F(ConfigurationManagerCopy, MakesTwoOfASharedDefault) {
     const auto shared = original->existingOrDefaultConfiguration(*device);
     const auto copy = original->copy();
     const auto unit = copy->deviceInstanceConfigs().at(instanceID);
+    const auto model = copy->deviceTypeConfigs().at(typeID);
     EXPECT_NE(unit, shared);
-    EXPECT_NE(unit, copy->deviceTypeConfigs().at(typeID));
+    EXPECT_NE(model, shared);
+    EXPECT_NE(unit, model);
     copy->setMapping(*device->elementWithCookie(1), Action("new"));
     EXPECT_EQ(mapped(*unit, 1), "new");
-    EXPECT_EQ(mapped(*copy->deviceTypeConfigs().at(typeID), 1), "b1");
+    EXPECT_EQ(mapped(*model, 1), "b1");
     EXPECT_EQ(mapped(*shared, 1), "b1");
     original->setReverseDirection(true, *device->elementWithCookie(3));
     EXPECT_FALSE(isReversed(*unit, 3));
+    EXPECT_FALSE(isReversed(*model, 3));
 }
 
 TEST_F(ConfigurationManagerCopy, LeavesTheOwnerOfItsConfigurationsAsItWas) {
