@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "HIDWrapper/QZHIDElementType.h"
 #include "platform/HID.h"
 
 #include "platform/virtual/VirtualPlatform.h"
@@ -172,7 +173,7 @@ protected:
     static VirtualDeviceDescription description() {
         VirtualDeviceDescription made;
         made.properties = {{"Product", "pad"}};
-        made.elements = {{.cookie = 1, .type = kIOHIDElementTypeCollection, .children = std::vector<std::size_t>{1}},
+        made.elements = {{.cookie = 1, .type = QZHIDElementTypeCollection, .children = std::vector<std::size_t>{1}},
                          button(2),
                          button(3)};
         return made;

@@ -73,16 +73,6 @@ TEST(VirtualDevice, MayHaveNoElementList) {
     device->setLastKnownValue(0, 1);
 }
 
-TEST(VirtualDevice, MayHaveElementsThatContainEachOther) {
-    VirtualDeviceDescription description;
-    description.elements = {{.cookie = 1, .type = 513, .children = std::vector<std::size_t>{1}},
-                            {.cookie = 2, .type = 513, .children = std::vector<std::size_t>{0, 1}}};
-    const auto device = std::make_shared<VirtualDevice>(description);
-    EXPECT_THAT(IOHIDElementGetChildren(device->element(0)).value(), ElementsAre(device->element(1)));
-    EXPECT_THAT(IOHIDElementGetChildren(device->element(1)).value(),
-                ElementsAre(device->element(0), device->element(1)));
-}
-
 class VirtualHID : public ::testing::Test {
 protected:
     EventLog told() { return std::exchange(events, {}); }
