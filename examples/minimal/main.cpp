@@ -25,7 +25,9 @@ struct Printer final : QZGCHIDManagerDelegate {
 int main(int argc, char** /*argv*/) {
     RunLoop& loop = Platform::standard().currentRunLoop();
     const auto printer = std::make_shared<Printer>();
-    const auto manager = QZGCHIDManager::create(nullptr); // without a configuration no control has an action
+    using Action = QZGCConfigurationManager::Action;
+    const auto configuration = QZGCConfigurationManager::create({Action("roll")}, {Action("pitch")}, {Action("fire")});
+    const auto manager = QZGCHIDManager::create(configuration);
     if (manager->setupWithDelegate(printer) != kIOReturnSuccess) {
         return 1;
     }
