@@ -193,6 +193,18 @@ TEST_P(Admission, DisconnectsNullWhenTheDelegateWantsTheDeviceAtItsRemoval) {
     EXPECT_THAT(connected(), IsEmpty());
 }
 
+TEST_P(Admission, IgnoresTheInputOfARefusedDevice) {
+    manager->setReportRawValues(true);
+    setUp();
+    delegate->refuse("pad");
+    const DeviceId pad = host->plug(gamePad("pad"));
+    turn();
+    told();
+    host->send(pad, 0, 1);
+    turn();
+    EXPECT_THAT(told(), IsEmpty());
+}
+
 TEST_P(Admission, IsNotUndoneByARefusalLaterOn) {
     setUp();
     const DeviceId pad = host->plug(gamePad("pad"));
