@@ -13,6 +13,12 @@ std::optional<Kind> valueOfKind(const Variant& value) {
 
 } // namespace
 
+PropertyList PropertyList::foreign(std::string text) {
+    PropertyList result = false;
+    result.value_ = Foreign{std::move(text)};
+    return result;
+}
+
 std::optional<bool> PropertyList::boolean() const {
     return valueOfKind<bool>(value_);
 }
@@ -23,6 +29,11 @@ std::optional<std::int64_t> PropertyList::integer() const {
 
 std::optional<double> PropertyList::floatingPoint() const {
     return valueOfKind<double>(value_);
+}
+
+const std::string* PropertyList::foreignText() const noexcept {
+    const Foreign* const found = std::get_if<Foreign>(&value_);
+    return found != nullptr ? &found->text : nullptr;
 }
 
 } // namespace qz::platform

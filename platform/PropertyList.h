@@ -18,6 +18,10 @@ namespace qz::platform {
 /// numbers and booleans. The kinds never mix: the boolean true is no integer, and 3.0 is none either.
 ///
 /// Strings are UTF-8 by intention; nothing checks it here. Dictionaries are walked in the order of their keys' bytes.
+///
+/// A store may hold more than these kinds, such as the null of JSON. Such a foreign value answers no question about its
+/// kind, so that who reads it passes over it like over any value of a wrong kind; the store it came from writes it back
+/// as it was.
 class QZGC_EXPORT PropertyList {
 public:
     using Array = std::vector<PropertyList>;
@@ -36,6 +40,9 @@ public:
     PropertyList(Array value) : value_(std::move(value)) {}
     PropertyList(Dictionary value) : value_(std::move(value)) {}
 
+    /// A foreign value, which its store writes as `text`.
+    static PropertyList foreign(std::string text);
+
     /// The value when it is of the kind asked for; nothing, or null, when it is of another kind.
     std::optional<bool> boolean() const;
     std::optional<std::int64_t> integer() const;
@@ -43,12 +50,22 @@ public:
     const std::string* string() const noexcept { return std::get_if<std::string>(&value_); }
     const Array* array() const noexcept { return std::get_if<Array>(&value_); }
     const Dictionary* dictionary() const noexcept { return std::get_if<Dictionary>(&value_); }
+    Array* array() noexcept { return std::get_if<Array>(&value_); }
+    Dictionary* dictionary() noexcept { return std::get_if<Dictionary>(&value_); }
+
+    /// What the store of a foreign value writes for it; null for a value of one of the kinds.
+    const std::string* foreignText() const noexcept;
 
     /// Equal in kind and content; a NaN equals nothing.
     friend bool operator==(const PropertyList&, const PropertyList&) = default;
 
 private:
-    std::variant<bool, std::int64_t, double, std::string, Array, Dictionary> value_;
+    struct Foreign {
+        std::string text;
+        friend bool operator==(const Foreign&, const Foreign&) = default;
+    };
+
+    std::variant<bool, std::int64_t, double, std::string, Array, Dictionary, Foreign> value_;
 };
 
 } // namespace qz::platform

@@ -37,5 +37,23 @@ TEST(PropertyList, ComparesByKindAndContent) {
     EXPECT_NE(tree, PropertyList(PropertyList::Dictionary{{"a", PropertyList::Array{1, "y", false}}}));
 }
 
+TEST(PropertyList, AnswersNoQuestionAboutAForeignValue) {
+    const PropertyList value = PropertyList::foreign("null");
+    EXPECT_FALSE(value.boolean() || value.integer() || value.floatingPoint());
+    EXPECT_TRUE(value.string() == nullptr && value.array() == nullptr && value.dictionary() == nullptr);
+    ASSERT_NE(value.foreignText(), nullptr);
+    EXPECT_EQ(*value.foreignText(), "null");
+    EXPECT_EQ(PropertyList("null").foreignText(), nullptr);
+    EXPECT_EQ(value, PropertyList::foreign("null"));
+    EXPECT_NE(value, PropertyList::foreign("1"));
+    EXPECT_NE(value, PropertyList("null"));
+}
+
+TEST(PropertyList, LetsItsContainersBeChangedInPlace) {
+    PropertyList value(PropertyList::Dictionary{{"list", PropertyList::Array{1}}});
+    value.dictionary()->at("list").array()->push_back(2);
+    EXPECT_EQ(value, PropertyList(PropertyList::Dictionary{{"list", PropertyList::Array{1, 2}}}));
+}
+
 } // namespace
 } // namespace qz::platform
