@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
+#include <ctime>
 #include <sys/epoll.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/types.h>
 
 namespace qz::platform {
 
@@ -21,6 +26,22 @@ public:
     virtual int epollControl(int set, int operation, int descriptor, epoll_event* event);
     virtual int epollWait(int set, epoll_event* events, int capacity, int timeoutMilliseconds);
     virtual int close(int descriptor);
+
+    virtual int open(const char* path, int flags, mode_t mode);
+    virtual int openAt(int directory, const char* path, int flags, mode_t mode);
+    virtual ssize_t read(int descriptor, void* bytes, std::size_t count);
+    virtual ssize_t write(int descriptor, const void* bytes, std::size_t count);
+    virtual int synchronizeFile(int descriptor); ///< fsync
+    virtual int fileStatus(int descriptor, struct stat* status);
+    virtual int fileStatusAt(int directory, const char* path, struct stat* status, int flags);
+    virtual int lockFile(int descriptor, int operation); ///< flock
+    virtual int renameAt(int fromDirectory, const char* from, int toDirectory, const char* to);
+    virtual int unlinkAt(int directory, const char* path, int flags);
+    virtual ssize_t readLink(const char* path, char* buffer, std::size_t size);
+    virtual int makeDirectory(const char* path, mode_t mode);
+    virtual ssize_t readDirectory(int directory, void* entries, std::size_t size); ///< getdents64
+    virtual int resourceLimit(int resource, rlimit* limit);
+    virtual int sleep(const timespec* duration); ///< nanosleep, what is left of an interrupted sleep not told
 };
 
 } // namespace qz::platform
