@@ -12,6 +12,7 @@
 #include "platform/Export.h"
 #include "platform/Platform.h"
 #include "platform/RunLoop.h"
+#include "platform/UserDefaults.h"
 
 extern "C" {
 

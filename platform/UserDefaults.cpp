@@ -10,4 +10,8 @@ const PropertyList::Dictionary* UserDefaults::dictionaryForKey(std::string_view 
     return object != nullptr ? object->dictionary() : nullptr;
 }
 
+bool UserDefaults::setApplicationIdentifier(std::string_view) {
+    return true;
+}
+
 } // namespace qz::platform

@@ -39,8 +39,18 @@ public:
     /// Every stored value by its key.
     virtual const PropertyList::Dictionary& dictionaryRepresentation() const = 0;
 
-    /// What went wrong in the last operation that touched the disk, one line for a person; empty when nothing did.
+    /// What went wrong in the last operation that touched the disk, one line for a person; empty when nothing did. It
+    /// is not empty either when the operation succeeded but a person should know something: that a damaged file was set
+    /// aside, or that the store cannot hold a value as it is.
     virtual std::string lastError() const = 0;
+
+    /// Makes these the preferences of the application `identifier`, such as "org.example.racer"; an empty one means the
+    /// program's name, which it is at first. An application calls this before anything is stored or read.
+    ///
+    /// Changes not yet synchronised go to the application they were made for. False, and nothing happens, when that
+    /// failed or when the identifier is too long for a file name; `lastError` says which. What is
+    /// kept in memory alone has no application: then true, and nothing happens.
+    virtual bool setApplicationIdentifier(std::string_view identifier);
 };
 
 } // namespace qz::platform

@@ -12,4 +12,11 @@ void LinuxSystemLog::write(std::string_view text) {
     ::syslog(LOG_INFO, "%.*s", static_cast<int>(length), text.data());
 }
 
+UserDefaults& LinuxPlatform::userDefaults() {
+    if (!userDefaults_) {
+        userDefaults_.emplace();
+    }
+    return *userDefaults_;
+}
+
 } // namespace qz::platform

@@ -3,9 +3,11 @@
 
 #include "platform/Platform.h"
 #include "platform/SystemLog.h"
+#include "platform/linux/FileUserDefaults.h"
 #include "platform/linux/LinuxRunLoop.h"
 #include "platform/virtual/VirtualHID.h"
-#include "platform/virtual/VolatileUserDefaults.h"
+
+#include <optional>
 
 namespace qz::platform {
 
@@ -15,19 +17,20 @@ public:
     void write(std::string_view text) override;
 };
 
-/// The platform on Linux: run loop and log of the system. Its HID services are the virtual ones, in which no device is
-/// plugged, and its preferences live in memory.
+/// The platform on Linux: run loop and log of the system, preferences in the user's own directory. Its HID services are
+/// the virtual ones, in which no device is plugged.
 class LinuxPlatform final : public Platform {
 public:
     HIDServices& hidServices() override { return hidServices_; }
     RunLoop& currentRunLoop() override { return runLoop_; }
-    UserDefaults& userDefaults() override { return userDefaults_; }
+    /// The preferences are read when they are asked for first.
+    UserDefaults& userDefaults() override;
     SystemLog& systemLog() override { return systemLog_; }
 
 private:
     LinuxRunLoop runLoop_;
     VirtualHIDServices hidServices_;
-    VolatileUserDefaults userDefaults_;
+    std::optional<FileUserDefaults> userDefaults_;
     LinuxSystemLog systemLog_;
 };
 

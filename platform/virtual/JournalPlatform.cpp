@@ -159,6 +159,11 @@ public:
 
     std::string lastError() const override { return wrapped_.lastError(); }
 
+    bool setApplicationIdentifier(std::string_view identifier) override {
+        return journal_.record("setApplicationIdentifier", identifier) == kIOReturnSuccess &&
+               wrapped_.setApplicationIdentifier(identifier);
+    }
+
 private:
     Journal& journal_;
     UserDefaults& wrapped_;

@@ -30,8 +30,8 @@ public:
     std::vector<std::string> takeEntries();
 
     /// From now on `operation` (its platform name) does not reach the wrapped platform: one that answers a status
-    /// answers `result`, a creation answers null, a synchronisation false, any other does nothing. Success ends it.
-    /// CFRelease and CFRunLoopGetCurrent cannot fail.
+    /// answers `result`, a creation answers null, a synchronisation or the setting of an application identifier false,
+    /// any other does nothing. Success ends it. CFRelease and CFRunLoopGetCurrent cannot fail.
     void fail(std::string_view operation, IOReturn result);
 
 private:
