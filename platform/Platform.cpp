@@ -18,15 +18,31 @@ RunLoop::~RunLoop() = default;
 SystemLog::~SystemLog() = default;
 Platform::~Platform() = default;
 
-Platform& Platform::standard() {
 #if defined(__linux__)
-    using Standard = LinuxPlatform;
+
+namespace {
+
+/// Not destroyed at the end of the process: an application's own static objects may end after any object made here, and
+/// still need a platform. Only the preferences are brought to the disk.
+struct StandardPlatform {
+    ~StandardPlatform() { platform.processEnds(); }
+    LinuxPlatform& platform = *new LinuxPlatform;
+};
+
+} // namespace
+
+Platform& Platform::standard() {
+    static const StandardPlatform standard;
+    return standard.platform;
+}
+
 #else
-    using Standard = VirtualPlatform;
-#endif
-    // Never destroyed: an application's own static objects may end after any object made here, and still need it.
-    static Standard& platform = *new Standard;
+
+Platform& Platform::standard() {
+    static VirtualPlatform& platform = *new VirtualPlatform;
     return platform;
 }
+
+#endif
 
 } // namespace qz::platform

@@ -16,7 +16,7 @@ FileUserDefaults::FileUserDefaults(std::string directory, std::string_view ident
     useDocument(identifier);
 }
 
-FileUserDefaults::~FileUserDefaults() {
+void FileUserDefaults::writePending() noexcept {
     if (changed_.empty() || changedBy_ != ::getpid()) {
         return;
     }

@@ -25,7 +25,10 @@ public:
 
     /// Writes what has not been synchronised, unless it was changed by another process than this one: a forked child
     /// that ends in an orderly way leaves its parent's changes to the parent.
-    ~FileUserDefaults() override;
+    ~FileUserDefaults() override { writePending(); }
+
+    /// What the destructor does, for an object that is never destroyed.
+    void writePending() noexcept;
 
     const PropertyList* objectForKey(std::string_view key) const override;
     void setObjectForKey(PropertyList object, std::string_view key) override;

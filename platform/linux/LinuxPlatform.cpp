@@ -12,6 +12,17 @@ void LinuxSystemLog::write(std::string_view text) {
     ::syslog(LOG_INFO, "%.*s", static_cast<int>(length), text.data());
 }
 
+RunLoop& LinuxPlatform::currentRunLoop() {
+    const std::lock_guard lock(runLoopsMutex_);
+    return runLoops_[std::this_thread::get_id()];
+}
+
+void LinuxPlatform::processEnds() noexcept {
+    if (userDefaults_) {
+        userDefaults_->writePending();
+    }
+}
+
 UserDefaults& LinuxPlatform::userDefaults() {
     if (!userDefaults_) {
         userDefaults_.emplace();

@@ -7,7 +7,10 @@
 #include "platform/linux/LinuxRunLoop.h"
 #include "platform/virtual/VirtualHID.h"
 
+#include <map>
+#include <mutex>
 #include <optional>
+#include <thread>
 
 namespace qz::platform {
 
@@ -22,13 +25,18 @@ public:
 class LinuxPlatform final : public Platform {
 public:
     HIDServices& hidServices() override { return hidServices_; }
-    RunLoop& currentRunLoop() override { return runLoop_; }
+    /// The calling thread's own, made when it first asks and kept as long as the platform.
+    RunLoop& currentRunLoop() override;
     /// The preferences are read when they are asked for first.
     UserDefaults& userDefaults() override;
     SystemLog& systemLog() override { return systemLog_; }
 
+    /// Writes the preferences that are still to be written, for a platform that is never destroyed.
+    void processEnds() noexcept;
+
 private:
-    LinuxRunLoop runLoop_;
+    std::mutex runLoopsMutex_;
+    std::map<std::thread::id, LinuxRunLoop> runLoops_;
     VirtualHIDServices hidServices_;
     std::optional<FileUserDefaults> userDefaults_;
     LinuxSystemLog systemLog_;
