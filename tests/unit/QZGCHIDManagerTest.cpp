@@ -2,6 +2,7 @@
 #include "HIDWrapper/QZGCHIDManager.h"
 
 #include "HIDWrapper/QZHIDDevice.h"
+#include "QZGameController/QZGCConfigurationManager.h"
 #include "platform/virtual/VirtualPlatform.h"
 #include "tests/support/FakeHIDManager.h"
 #include "tests/support/RecordingDelegate.h"
@@ -20,12 +21,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// A configuration manager that nothing looks into: any address will do.
-std::shared_ptr<QZGCConfigurationManager> anyConfigurationManager() {
-    const auto owner = std::make_shared<int>();
-    return {owner, reinterpret_cast<QZGCConfigurationManager*>(owner.get())};
-}
-
 std::shared_ptr<VirtualDevice> makeHandle(std::string name) {
     VirtualDeviceDescription description;
     description.properties = {{"Product", std::move(name)}};
@@ -35,6 +30,10 @@ std::shared_ptr<VirtualDevice> makeHandle(std::string name) {
 class QZGCHIDManagerTest : public ::testing::Test {
 protected:
     EventLog told() { return std::exchange(events, {}); }
+
+    std::shared_ptr<QZGCConfigurationManager> makeConfigurationManager() {
+        return QZGCConfigurationManager::create({}, {}, {}, std::nullopt, std::nullopt, std::nullopt, platform);
+    }
 
     VirtualPlatform platform;
     EventLog events;
@@ -62,7 +61,7 @@ TEST_F(QZGCHIDManagerTest, UsesTheStandardPlatformWhenNoneIsNamed) {
 }
 
 TEST_F(QZGCHIDManagerTest, HoldsTheConfigurationManagerItIsMadeWith) {
-    auto configuration = anyConfigurationManager();
+    auto configuration = makeConfigurationManager();
     const std::weak_ptr<QZGCConfigurationManager> watch = configuration;
     manager = QZGCHIDManager::create(configuration, platform);
     EXPECT_EQ(manager->configManager(), configuration);
@@ -97,7 +96,7 @@ TEST_F(QZGCHIDManagerTest, LetsEverySwitchBeSet) {
 }
 
 TEST_F(QZGCHIDManagerTest, LetsEveryReferenceBeSet) {
-    const auto configuration = anyConfigurationManager();
+    const auto configuration = makeConfigurationManager();
     manager->setConfigManager(configuration);
     EXPECT_EQ(manager->configManager(), configuration);
     manager->setConfigManager(nullptr);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "HIDWrapper/QZGCHIDManager.h"
 #include "HIDWrapper/QZHIDDevice.h"
-#include "platform/virtual/VirtualHID.h"
+#include "platform/virtual/VirtualPlatform.h"
 
 #include <gmock/gmock.h>
 
@@ -17,8 +18,10 @@ constexpr std::int64_t operator""_i(unsigned long long number) {
 struct Device {
     explicit Device(Properties properties)
         : handle(std::make_shared<VirtualDevice>(VirtualDeviceDescription{std::move(properties), {}, {}})),
-          device(QZHIDDevice::create(handle.get(), nullptr)) {}
+          device(QZHIDDevice::create(handle.get(), manager)) {}
 
+    VirtualPlatform platform;
+    std::shared_ptr<QZGCHIDManager> manager = QZGCHIDManager::create(nullptr, platform);
     std::shared_ptr<VirtualDevice> handle;
     std::shared_ptr<QZHIDDevice> device;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "HIDWrapper/QZGCHIDManager.h"
 #include "HIDWrapper/QZHIDDevice.h"
-#include "platform/virtual/VirtualHID.h"
+#include "platform/virtual/VirtualPlatform.h"
 
 #include <gmock/gmock.h>
 
@@ -15,7 +15,7 @@ using ::testing::IsEmpty;
 
 class QZHIDDeviceTableTest : public ::testing::Test {
 protected:
-    static std::shared_ptr<QZHIDDevice> makeDevice() { return QZHIDDevice::create(nullptr, nullptr); }
+    std::shared_ptr<QZHIDDevice> makeDevice() const { return QZHIDDevice::create(nullptr, manager); }
 
     IOHIDDeviceRef handle(std::size_t index) const { return handles.at(index).get(); }
 
@@ -32,6 +32,8 @@ protected:
         return places;
     }
 
+    VirtualPlatform platform;
+    std::shared_ptr<QZGCHIDManager> manager = QZGCHIDManager::create(nullptr, platform);
     std::array<std::shared_ptr<VirtualDevice>, 4> handles{std::make_shared<VirtualDevice>(VirtualDeviceDescription{}),
                                                           std::make_shared<VirtualDevice>(VirtualDeviceDescription{}),
                                                           std::make_shared<VirtualDevice>(VirtualDeviceDescription{}),

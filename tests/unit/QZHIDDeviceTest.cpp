@@ -52,7 +52,7 @@ TEST_F(QZHIDDeviceTest, LetsEveryFieldBeSet) {
     EXPECT_EQ(device->manager(), nullptr);
     const auto otherHandle = std::make_shared<VirtualDevice>(VirtualDeviceDescription{});
     otherHandle->setProperty("Product", "other");
-    device->setIOHIDDeviceRef(otherHandle.get());
+    device->setIoHIDDeviceRef(otherHandle.get());
     EXPECT_EQ(device->ioHIDDeviceRef(), otherHandle.get());
     EXPECT_EQ(device->productName(), "other");
 }
@@ -146,9 +146,8 @@ TEST_F(QZHIDDeviceTest, AnswersNothingAndZeroWithoutProperties) {
 }
 
 TEST_F(QZHIDDeviceTest, AnswersNothingAndZeroWithoutAHandle) {
-    const auto nowhere = QZHIDDevice::create(nullptr, nullptr);
+    const auto nowhere = QZHIDDevice::create(nullptr, manager);
     EXPECT_EQ(nowhere->ioHIDDeviceRef(), nullptr);
-    EXPECT_EQ(nowhere->manager(), nullptr);
     EXPECT_EQ(nowhere->productName(), std::nullopt);
     EXPECT_EQ(nowhere->vendorID(), 0);
     EXPECT_EQ(nowhere->floatPropertyWithKey("any"), 0.0);
@@ -278,7 +277,7 @@ TEST_F(QZHIDDeviceTest, LetsGoOfAHandleThatIsReplaced) {
     const std::weak_ptr<VirtualDevice> watch = handle;
     handle.reset();
     EXPECT_FALSE(watch.expired());
-    device->setIOHIDDeviceRef(nullptr);
+    device->setIoHIDDeviceRef(nullptr);
     EXPECT_TRUE(watch.expired());
     EXPECT_EQ(device->ioHIDDeviceRef(), nullptr);
 }
