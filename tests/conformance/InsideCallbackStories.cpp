@@ -116,7 +116,7 @@ TEST_P(InsideEveryCallback, ReplacingTheManagerStartsAnewWithTheDevicesThatAreTh
     EventLog newEvents;
     const auto newDelegate = std::make_shared<RecordingDelegate>(newEvents);
     atTheMoment([&](QZGCHIDManager&) {
-        manager = QZGCHIDManager::create(nullptr, host->platform());
+        manager = makeManager();
         EXPECT_EQ(manager->setupWithDelegate(newDelegate), 0);
         EXPECT_THAT(newEvents, IsEmpty());
     });

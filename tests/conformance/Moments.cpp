@@ -42,6 +42,11 @@ void leadToError(ManagerStory& story) {
     story.host->plugUnusable(gamePad("pad"), -536870203);
 }
 
+void leadToValue(ManagerStory& story) {
+    story.manager->setReportRawValues(true);
+    story.host->send(plugAndTurn(story), 0, 1);
+}
+
 } // namespace
 
 std::vector<Moment> moments() {
@@ -95,6 +100,20 @@ std::vector<Moment> moments() {
          .afterwards = {},
          .connectedAfterException = {},
          .connectedAfterReturn = {}},
+        {.name = "RawValue",
+         .callback = Callback::RawValue,
+         .leadTo = leadToValue,
+         .upToCallback = {"raw pad 9:1 1"},
+         .afterwards = {"action Fire 1"},
+         .connectedAfterException = {"pad"},
+         .connectedAfterReturn = {"pad"}},
+        {.name = "ActionValue",
+         .callback = Callback::ActionValue,
+         .leadTo = leadToValue,
+         .upToCallback = {"raw pad 9:1 1", "action Fire 1"},
+         .afterwards = {},
+         .connectedAfterException = {"pad"},
+         .connectedAfterReturn = {"pad"}},
         {.name = "Error",
          .callback = Callback::Error,
          .leadTo = leadToError,

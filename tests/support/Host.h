@@ -54,6 +54,7 @@ public:
     Host& operator=(const Host&) = delete;
     virtual ~Host();
 
+    /// The platform that sees the devices. Its preferences are empty at first and live in memory.
     virtual qz::platform::Platform& platform() = 0;
 
     /// Attaches a device. When this returns, a turn of the run loop finds it.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "QZGameController/QZGCConfigurationManager.h"
 #include "tests/support/Hosts.h"
 #include "tests/support/RecordingDelegate.h"
 
@@ -11,10 +12,17 @@
 namespace qz::tests {
 
 /// The characters of a story about a QZGCHIDManager: a host, the manager, its delegate and the log of what it was told.
+/// The application has one action, "Fire", which the first button of every device triggers.
 class ManagerStory {
 public:
-    explicit ManagerStory(const HostKind& kind)
-        : host(kind.make()), manager(QZGCHIDManager::create(nullptr, host->platform())) {}
+    explicit ManagerStory(const HostKind& kind) : host(kind.make()) { manager = makeManager(); }
+
+    std::shared_ptr<QZGCHIDManager> makeManager() {
+        using Action = QZGCConfigurationManager::Action;
+        return QZGCHIDManager::create(QZGCConfigurationManager::create({}, {}, {Action("Fire")}, std::nullopt,
+                                                                       std::nullopt, std::nullopt, host->platform()),
+                                      host->platform());
+    }
 
     qz::platform::IOReturn setUp() { return manager->setupWithDelegate(delegate); }
 

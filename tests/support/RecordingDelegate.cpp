@@ -2,6 +2,7 @@
 #include "tests/support/RecordingDelegate.h"
 
 #include "HIDWrapper/QZHIDDevice.h"
+#include "HIDWrapper/QZHIDElement.h"
 
 #include <sstream>
 #include <utility>
@@ -46,9 +47,11 @@ void RecordingDelegate::hidManagerDeviceDisconnected(QZGCHIDManager& manager,
 }
 
 void RecordingDelegate::hidManagerElementNewRawValue(QZGCHIDManager& manager,
-                                                     const std::shared_ptr<QZHIDElement>& /*element*/,
+                                                     const std::shared_ptr<QZHIDElement>& element,
                                                      std::int64_t newRawValue) {
-    happened(Callback::RawValue, manager, "raw " + std::to_string(newRawValue));
+    happened(Callback::RawValue, manager,
+             "raw " + nameOf(element->device()) + " " + std::to_string(element->usagePage()) + ":" +
+                 std::to_string(element->usage()) + " " + std::to_string(newRawValue));
 }
 
 void RecordingDelegate::hidManagerActionNewValue(QZGCHIDManager& manager, const std::string& action, double newValue) {

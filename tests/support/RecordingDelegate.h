@@ -21,7 +21,8 @@ enum class Callback : std::uint8_t { ShouldConnect, Connected, Disconnected, Raw
 /// A delegate that writes down what it is told and runs any action inside any callback.
 ///
 /// The lines: "should connect pad -> yes", "should connect pad -> no", "connected pad", "disconnected pad",
-/// "disconnected null", "raw 1", "action Fire 0.5", "error -536870203". Devices go by their product name.
+/// "disconnected null", "raw pad 9:1 1" (usage page, usage and value), "action Fire 0.5", "error -536870203". Devices
+/// go by their product name.
 class RecordingDelegate final : public QZGCHIDManagerDelegate {
 public:
     using Action = std::function<void(QZGCHIDManager&)>;
