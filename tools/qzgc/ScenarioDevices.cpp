@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "HIDWrapper/QZHIDElementType.h"
 #include "tools/qzgc/ScenarioReader.h"
 #include "tools/qzgc/ScenarioReports.h"
 
@@ -125,11 +124,12 @@ private:
     void close(std::size_t index) {
         Visit& visit = visits_[index];
         visit.state = State::Done;
-        if (elements_[index].type != QZHIDElementTypeCollection || !elements_[index].children) {
-            return;
-        }
-        for (const std::size_t child : *elements_[index].children) {
-            visit.members = std::min(visit.members + 1 + visits_[child].members, most + 1);
+        // Whatever lists members counts as a collection: the platform's record has them, also where the library looks
+        // for none.
+        if (const auto& children = elements_[index].children) {
+            for (const std::size_t child : *children) {
+                visit.members = std::min(visit.members + 1 + visits_[child].members, most + 1);
+            }
         }
     }
 
