@@ -211,14 +211,15 @@ void QZGCHIDManager::inputValueUpdateRegular(IOHIDValueRef value) {
         return;
     }
     if (reportRawValues_) {
-        reportRawAndMappedValue(*found, raw, reported);
+        // A share of our own: the delegate may end the device, and the action is asked for after its call.
+        reportRawAndMappedValue(std::shared_ptr(*found), raw, reported);
     } else {
         reportMappedValue(element, reported);
     }
 }
 
-/// The element comes as a copy: the delegate may end the device, and the action is asked for after its call.
-void QZGCHIDManager::reportRawAndMappedValue(std::shared_ptr<QZHIDElement> element, std::int64_t raw, double reported) {
+void QZGCHIDManager::reportRawAndMappedValue(const std::shared_ptr<QZHIDElement>& element, std::int64_t raw,
+                                             double reported) {
     if (const auto told = delegate()) {
         told->hidManagerElementNewRawValue(*this, element, raw);
     }

@@ -150,7 +150,7 @@ public:
 private:
     qz::platform::RunLoopMode scheduledMode() const noexcept;
     const std::shared_ptr<QZHIDElement>* findElement(qz::platform::IOHIDValueRef value) const;
-    void reportRawAndMappedValue(std::shared_ptr<QZHIDElement> element, std::int64_t raw, double reported);
+    void reportRawAndMappedValue(const std::shared_ptr<QZHIDElement>& element, std::int64_t raw, double reported);
     void reportMappedValue(const QZHIDElement& element, double reported);
 
     qz::platform::Platform& platform_;

@@ -87,7 +87,7 @@ private:
         // Counting from the first cookie gives its place or, with gaps in the numbers, one behind it.
         const std::uint64_t counted =
             static_cast<std::uint64_t>(cookie) - static_cast<std::uint64_t>(entries_.front().first);
-        std::size_t place = static_cast<std::size_t>(std::min<std::uint64_t>(counted, entries_.size() - 1));
+        auto place = static_cast<std::size_t>(std::min<std::uint64_t>(counted, entries_.size() - 1));
         for (std::size_t step = 0; step < nearby && entries_[place].first > cookie; ++step) {
             --place; // never below 0: the first cookie is not greater
         }

@@ -153,7 +153,7 @@ QZGCConfigurationManager::existingOrDefaultConfiguration(const QZHIDDevice& devi
 
 std::shared_ptr<QZGCDeviceConfiguration>
 QZGCConfigurationManager::makeAndRegisterDefaultConfiguration(const QZHIDDevice& device) {
-    const auto configuration = defaultConfiguration(device);
+    auto configuration = defaultConfiguration(device);
     const QZHIDUserPrefIDs& ids = device.currentUserPrefIDs();
     setDeviceInstanceConfig(ids.aInstanceID, configuration);
     setDeviceTypeConfig(ids.aDeviceTypeID, configuration);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "HIDWrapper/QZHIDElementType.h"
 #include "platform/HID.h"
+#include "HIDWrapper/QZHIDElementType.h"
 
 #include "platform/virtual/VirtualPlatform.h"
 #include "tests/support/FakeHIDManager.h"

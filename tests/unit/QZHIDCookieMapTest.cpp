@@ -97,8 +97,9 @@ TEST(CookieMap, AnswersLikeAnOrdinaryMapWhateverTheGaps) {
 
 TEST(CookieMap, IsWholeWhenAnOldValueGoesAway) {
     struct Watcher {
-        std::function<void()> atEnd;
+        explicit Watcher(std::function<void()> action) : atEnd(std::move(action)) {}
         ~Watcher() { atEnd(); }
+        std::function<void()> atEnd;
     };
     QZHIDCookieMap<std::shared_ptr<Watcher>> map;
     int seen = 0;
