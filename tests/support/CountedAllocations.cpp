@@ -25,12 +25,19 @@ std::size_t qz::test::CountedAllocations::total() {
     return allocations.load(std::memory_order_relaxed);
 }
 
-// The forms for arrays and those that do not throw call these.
+// The forms for arrays call these; so do those that do not throw, but a sanitizer brings its own of them.
 void* operator new(std::size_t size) {
     return counted(size, __STDCPP_DEFAULT_NEW_ALIGNMENT__);
 }
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return counted(size, static_cast<std::size_t>(alignment));
+}
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    try {
+        return counted(size, __STDCPP_DEFAULT_NEW_ALIGNMENT__);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 void operator delete(void* memory) noexcept {
     std::free(memory);

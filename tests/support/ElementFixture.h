@@ -133,6 +133,26 @@ private:
     std::shared_ptr<QZHIDElement> element_;
 };
 
+/// Random numbers, the same ones in every run (SplitMix64).
+class RandomNumbers {
+public:
+    std::uint64_t operator()() {
+        std::uint64_t mixed = state_ += 0x9E3779B97F4A7C15U;
+        mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9U;
+        mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBU;
+        return mixed ^ (mixed >> 31);
+    }
+
+    /// Of every magnitude up to `bits` bits and both signs.
+    std::int64_t ofAnyMagnitude(unsigned bits = 63) {
+        const auto any = static_cast<std::int64_t>(operator()());
+        return any >> (63 - bits + operator()() % (bits + 1));
+    }
+
+private:
+    std::uint64_t state_ = 0;
+};
+
 /// The class name and address that begin an element's description.
 inline std::string identityOf(const QZHIDElement& element) {
     char text[64];

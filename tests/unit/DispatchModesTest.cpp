@@ -161,23 +161,23 @@ TEST_F(CalibrationMode, IsLeftBeforeTheDevicesAreTold) {
     EXPECT_THAT(modes, ElementsAre(false));
 }
 
-TEST_F(CalibrationMode, MayBeEnteredAgainWhileItIsLeft) {
+TEST_F(CalibrationMode, IsLeftByAllDevicesOfThatMomentWhateverHappensMeanwhile) {
     ObservedPlatform observed(platform_);
     const auto hidManager = QZGCHIDManager::create(nullptr, observed);
     hidManager->setupWithDelegate(nullptr);
-    plug("A");
+    const auto first = plug("A");
     plug("B");
     hidManager->startCalibration();
     int saves = 0;
     observed.userDefaults().onSet = [&] {
         if (++saves == 1) {
-            hidManager->setConnectedHIDDevices({});
+            hidManager->hidDeviceDisconnected(first.get());
             hidManager->startCalibration();
         }
     };
     hidManager->endCalibration();
     EXPECT_TRUE(hidManager->calibrationMode());
-    EXPECT_EQ(saves, 2) << "the devices there were at the moment of leaving";
+    EXPECT_EQ(saves, 2);
 }
 
 TEST_F(CalibrationMode, CoversDevicesThatConnectMeanwhileWithoutStartingThem) {

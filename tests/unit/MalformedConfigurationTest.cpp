@@ -54,10 +54,11 @@ void replaceEverywhere(const PropertyList& tree, const std::vector<PropertyList>
     }
     if (const auto* const dictionary = tree.dictionary()) {
         for (const auto& [key, value] : *dictionary) {
-            replaceEverywhere(value, replacements, [&, changed = *dictionary](PropertyList replaced) mutable {
-                changed.insert_or_assign(key, std::move(replaced));
-                use(changed);
-            });
+            replaceEverywhere(value, replacements,
+                              [&, key = key, changed = *dictionary](PropertyList replaced) mutable {
+                                  changed.insert_or_assign(key, std::move(replaced));
+                                  use(changed);
+                              });
         }
     } else if (const auto* const array = tree.array()) {
         for (std::size_t i = 0; i < array->size(); ++i) {

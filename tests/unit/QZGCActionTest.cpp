@@ -142,7 +142,7 @@ TEST(Action, StaysWholeInListsThatMoveTheirMembers) {
     std::ranges::sort(list);
     EXPECT_EQ(namesOf(list), orderedNames);
     list.erase(list.begin());
-    std::ranges::rotate(list, list.begin() + 1);
+    std::rotate(list.begin(), list.begin() + 1, list.end());
     EXPECT_EQ(list.back().rawValue(), orderedNames[1]);
 }
 

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <map>
-#include <random>
 
 namespace qz::platform {
 namespace {
@@ -59,22 +58,23 @@ TEST(DeviceElements, AreFoundByTheirCookieAlone) {
 }
 
 TEST(DeviceElements, AreFoundWhateverTheOrderOfTheirCookiesAndTheGapsBetweenThem) {
-    std::mt19937 random(20240607);
+    RandomNumbers random;
     for (const std::uint32_t spread : {1U, 2U, 3U, 10U, 100U, 5000U}) {
+        const std::uint32_t largest = 60 * spread;
         std::vector<VirtualElement> elements;
         std::map<std::int64_t, std::size_t> lastWithCookie;
         for (std::size_t i = 0; i < 60; ++i) {
-            const auto cookie = static_cast<std::uint32_t>(1 + random() % (60 * spread));
+            const auto cookie = static_cast<std::uint32_t>(1 + random() % largest);
             elements.push_back(button(cookie, static_cast<std::uint32_t>(i)));
             lastWithCookie[cookie] = i;
         }
         const ElementHost host(std::move(elements));
         EXPECT_EQ(host.device->elementsByCookie()->size(), lastWithCookie.size());
-        for (std::int64_t cookie = -2; cookie <= 60 * static_cast<std::int64_t>(spread) + 2; ++cookie) {
+        for (std::int64_t cookie = -2; cookie <= std::int64_t{largest} + 2; ++cookie) {
             const auto expected = lastWithCookie.find(cookie);
             ASSERT_EQ(host.device->elementWithCookie(cookie),
                       expected != lastWithCookie.end() ? host.element(expected->second) : nullptr)
-                << cookie << " of cookies up to " << 60 * spread;
+                << cookie << " of cookies up to " << largest;
         }
     }
 }

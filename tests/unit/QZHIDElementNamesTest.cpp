@@ -19,6 +19,13 @@ std::string namesOf(QZHIDElementType type, std::uint32_t page, std::uint32_t usa
     return element->name() + "|" + element->nameKey();
 }
 
+/// Name and key of what has this name in a table.
+std::string tableNames(const char* name) {
+    std::string names(name);
+    names += "|QZHID_";
+    return names += name;
+}
+
 TEST(BaseNames, OfMovingControlsRunFromXToHatswitch) {
     constexpr std::array names{"X", "Y", "Z", "Rx", "Ry", "Rz", "Slider", "Dial", "Wheel", "Hatswitch"};
     for (std::size_t i = 0; i < names.size(); ++i) {
@@ -60,9 +67,8 @@ TEST(ElementNames, OfButtonsOfAnotherTypeAreGeneric) {
 
 TEST(ElementNames, OfMovingControlsComeFromTheTable) {
     for (std::uint32_t i = 0; i < movingNames.size(); ++i) {
-        const std::string name = movingNames[i];
         for (const QZHIDElementType type : {1, 3}) {
-            EXPECT_EQ(namesOf(type, 0x01, 0x30 + i), name + "|QZHID_" + name);
+            EXPECT_EQ(namesOf(type, 0x01, 0x30 + i), tableNames(movingNames[i]));
         }
     }
 }
@@ -84,8 +90,7 @@ TEST(ElementNames, OfAHatAreGenericAndNeverHatswitch) {
 TEST(ElementNames, OfDirectionPadPartsComeFromTheTableForAnyType) {
     for (const QZHIDElementType type : {0, -1, 1, 2, 3, 4, 129, 257, 513, 999}) {
         for (std::uint32_t i = 0; i < padNames.size(); ++i) {
-            const std::string name = padNames[i];
-            EXPECT_EQ(namesOf(type, 0x01, 0x90 + i), name + "|QZHID_" + name);
+            EXPECT_EQ(namesOf(type, 0x01, 0x90 + i), tableNames(padNames[i]));
         }
         EXPECT_EQ(namesOf(type, 0x01, 0x8F), "1 / 143|QZHID_1_143");
         EXPECT_EQ(namesOf(type, 0x01, 0x94), "1 / 148|QZHID_1_148");

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <set>
 #include <type_traits>
 
@@ -280,14 +279,10 @@ TEST(QZHIDElement, BeginsWithTheLogicalRangeAndItsMidpointTruncatedTowardZero) {
 
 TEST(QZHIDElement, TheMidpointIsHalfTheTrueSumForRangesOfAnyKind) {
     __extension__ using Wide = __int128;
-    std::mt19937_64 random(20240607);
-    const auto number = [&] {
-        const std::int64_t any = static_cast<std::int64_t>(random());
-        return any >> (random() % 64);
-    };
+    RandomNumbers random;
     for (int i = 0; i < 20000; ++i) {
-        const std::int64_t min = number();
-        const std::int64_t max = number();
+        const std::int64_t min = random.ofAnyMagnitude();
+        const std::int64_t max = random.ofAnyMagnitude();
         const LooseElement element(hat(1, min, max));
         ASSERT_EQ(element->observedNeutral(), static_cast<std::int64_t>((Wide{min} + Wide{max}) / 2))
             << min << ".." << max;

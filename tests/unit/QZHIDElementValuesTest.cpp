@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <random>
 
 namespace qz::platform {
 namespace {
@@ -312,9 +311,9 @@ double plainly(bool moving, std::int64_t min, std::int64_t max, std::int64_t neu
 }
 
 TEST(NormalizedValue, StaysOnTheScaleRisesWithTheRawValueAndEqualsThePlainFormula) {
-    std::mt19937_64 random(19970101);
-    // Of every magnitude up to 2^60, so that no difference overflows.
-    const auto number = [&] { return static_cast<std::int64_t>(random()) >> (3 + random() % 61); };
+    RandomNumbers random;
+    // Small enough that no difference overflows.
+    const auto number = [&] { return random.ofAnyMagnitude(60); };
     const LooseElement axis(xAxis());
     const LooseElement other(hat(1));
     std::size_t insideRanges = 0;
