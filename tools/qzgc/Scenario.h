@@ -12,7 +12,7 @@
 #include <variant>
 #include <vector>
 
-/// A scenario that has been checked: every device and element that a step names is there. docs/scenario-format.md says
+/// A scenario that has been checked: every device and element that a step names is there. docs/scenarios.md says
 /// what the parts do.
 namespace qz::tools {
 

@@ -10,7 +10,7 @@
 namespace qz::tools {
 
 /// The scenario in `text`. Throws ScenarioError, which names the first place found at fault, unless everything in it is
-/// as docs/scenario-format.md wants it: nothing of a faulty scenario is ever run.
+/// as docs/scenarios.md wants it: nothing of a faulty scenario is ever run.
 Scenario readScenario(std::string_view text);
 
 // The parts of readScenario.

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string>
 
-// docs/scenario-format.md against the tool.
+// docs/scenarios.md against the tool.
 
 namespace qz::tools {
 namespace {
@@ -23,7 +23,7 @@ std::string takeCodeBlock(std::string& markdown) {
 }
 
 TEST(ScenarioDocument, ShowsAnExampleWithTheOutputItGives) {
-    std::ifstream file(QZGC_TEST_DATA "/../docs/scenario-format.md", std::ios::binary);
+    std::ifstream file(QZGC_TEST_DATA "/../docs/scenarios.md", std::ios::binary);
     std::string markdown{std::istreambuf_iterator<char>(file), {}};
     ASSERT_FALSE(markdown.empty());
     const std::string scenario = takeCodeBlock(markdown);
