@@ -59,10 +59,19 @@ inline constexpr IOOptionBits kIOHIDOptionsTypeNone = 0;
 /// Reads the last value known without asking the device.
 inline constexpr IOOptionBits kIOHIDDeviceGetValueWithoutUpdateOption = 0x40000;
 
+/// The types of elements; back ends may give others too.
+inline constexpr std::int32_t kIOHIDElementTypeInput_Misc = 1;
+inline constexpr std::int32_t kIOHIDElementTypeInput_Button = 2;
+inline constexpr std::int32_t kIOHIDElementTypeInput_Axis = 3;
+inline constexpr std::int32_t kIOHIDElementTypeInput_ScanCodes = 4;
+inline constexpr std::int32_t kIOHIDElementTypeOutput = 129;
+inline constexpr std::int32_t kIOHIDElementTypeFeature = 257;
+inline constexpr std::int32_t kIOHIDElementTypeCollection = 513;
+
 /// One element of a device, the same plain record in every back end; immutable once its device is known to a client.
 struct HIDElement {
     std::uint32_t cookie = 0;
-    std::int32_t type = 0;
+    std::int32_t type = 0; ///< kIOHIDElementType…, or any other number
     std::int32_t collectionType = 0;
     std::uint32_t usagePage = 0;
     std::uint32_t usage = 0;

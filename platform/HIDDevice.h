@@ -53,6 +53,8 @@ protected:
     void setUsagePairs(std::vector<HIDUsagePair> usagePairs) { usagePairs_ = std::move(usagePairs); }
 
     void setLastKnownValue(IOHIDElementRef element, std::optional<std::int64_t> value);
+    /// The last known values, in the order of `elements()`.
+    std::span<std::optional<std::int64_t>> lastKnownValues() noexcept { return lastKnownValues_; }
     void markGone() noexcept { gone_ = true; }
 
 private:

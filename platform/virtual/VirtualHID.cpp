@@ -36,12 +36,16 @@ VirtualDevice::VirtualDevice(VirtualDeviceDescription description) {
     setElements(std::move(elements), children);
 }
 
+VirtualDevice::VirtualDevice(ReportDescriptor descriptor, HIDProperties properties)
+    : ReportDevice(std::move(descriptor), std::move(properties)) {}
+
 IOHIDElementRef VirtualDevice::element(std::size_t index) const {
     return elements() && index < elements()->size() ? &(*elements())[index] : nullptr;
 }
 
 void VirtualDevice::setLastKnownValue(std::size_t index, std::optional<std::int64_t> value) {
     HIDDevice::setLastKnownValue(element(index), value);
+    forgetReports();
 }
 
 class VirtualHIDServices::Manager final : public HIDManagerBase {
@@ -55,7 +59,7 @@ public:
 
     IOReturn close(IOOptionBits /*options*/) override {
         open_ = false;
-        std::erase_if(events_, [](const Event& event) { return event.kind == Event::Kind::Value; });
+        std::erase_if(events_, [](const Event& event) { return event.isInput(); });
         return kIOReturnSuccess;
     }
 
@@ -68,16 +72,24 @@ public:
     using HIDManagerBase::callMatching;
     using HIDManagerBase::callRemoval;
 
+    /// A report on its way, shared by the managers that it goes to: the first that comes to it feeds it to the device.
+    struct Report {
+        std::vector<std::uint8_t> bytes;
+        std::optional<std::vector<HIDValue>> values;
+    };
     struct Event {
-        enum class Kind : std::uint8_t { Arrival, Removal, Value, Failure } kind;
+        enum class Kind : std::uint8_t { Arrival, Removal, Value, Report, Failure } kind;
         std::shared_ptr<VirtualDevice> device;
         std::size_t index = 0;
         std::int64_t raw = 0;
         IOReturn result = kIOReturnSuccess;
+        std::shared_ptr<Report> report = nullptr;
+
+        bool isInput() const { return kind == Kind::Value || kind == Kind::Report; }
     };
     /// What a device sends while the manager is not open is lost, as it is where opening is what begins to read.
     void happened(Event event) {
-        if (open_ || event.kind != Event::Kind::Value) {
+        if (open_ || !event.isInput()) {
             events_.push_back(std::move(event));
         }
     }
@@ -95,6 +107,10 @@ private:
 
     bool deliverNext() override {
         while (!events_.empty()) {
+            // A report stays in front until the last of its values has been delivered.
+            if (events_.front().kind == Event::Kind::Report && deliverReportValue(events_.front())) {
+                return true;
+            }
             const Event event = std::move(events_.front());
             events_.pop_front();
             if (deliver(event)) {
@@ -112,6 +128,8 @@ private:
             return reportRemoval(event.device);
         case Event::Kind::Value:
             return deliverValue(event);
+        case Event::Kind::Report:
+            return false; // delivered value by value
         case Event::Kind::Failure:
             callMatching(event.result, event.device.get());
             return true;
@@ -125,6 +143,27 @@ private:
         }
         event.device->setLastKnownValue(event.index, event.raw);
         const HIDValue value{event.device->element(event.index), event.raw};
+        callInputValue(kIOReturnSuccess, &value);
+        return true;
+    }
+
+    /// Delivers the next value of the report in `event`, whose `index` counts them; false when there is none.
+    bool deliverReportValue(Event& event) {
+        if (!isReported(event.device.get())) {
+            return false;
+        }
+        auto& values = event.report->values;
+        if (!values) {
+            values.emplace();
+            for (const std::uint32_t index : event.device->feed(event.report->bytes)) {
+                values->push_back(event.device->value(index));
+            }
+        }
+        if (event.index == values->size()) {
+            return false;
+        }
+        // A copy, because the callback may close the manager, which drops the event.
+        const HIDValue value = (*values)[event.index++];
         callInputValue(kIOReturnSuccess, &value);
         return true;
     }
@@ -174,6 +213,18 @@ void VirtualHIDServices::send(const std::shared_ptr<VirtualDevice>& device, std:
     }
 }
 
+void VirtualHIDServices::sendReport(const std::shared_ptr<VirtualDevice>& device,
+                                    std::span<const std::uint8_t> report) {
+    if (device->isGone()) {
+        return;
+    }
+    const auto sent = std::make_shared<Manager::Report>();
+    sent->bytes.assign(report.begin(), report.end());
+    for (Manager* const manager : managers_) {
+        manager->happened({.kind = Manager::Event::Kind::Report, .device = device, .report = sent});
+    }
+}
+
 void VirtualHIDServices::fail(const std::shared_ptr<VirtualDevice>& device, IOReturn result) {
     for (Manager* const manager : managers_) {
         manager->happened({.kind = Manager::Event::Kind::Failure, .device = device, .result = result});
@@ -200,6 +251,14 @@ void VirtualHIDServices::deliverRemoval(IOReturn result, IOHIDDeviceRef device) 
 
 void VirtualHIDServices::deliverInputValue(IOReturn result, IOHIDValueRef value) {
     forEachManager([&](Manager& manager) { manager.callInputValue(result, value); });
+}
+
+void VirtualHIDServices::deliverReport(const std::shared_ptr<VirtualDevice>& device,
+                                       std::span<const std::uint8_t> report) {
+    for (const std::uint32_t index : device->feed(report)) {
+        const HIDValue value = device->value(index);
+        deliverInputValue(kIOReturnSuccess, &value);
+    }
 }
 
 } // namespace qz::platform

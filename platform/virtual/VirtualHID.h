@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/HIDDevice.h"
 #include "platform/HIDManager.h"
+#include "platform/report/ReportDevice.h"
 
 namespace qz::platform {
 
@@ -21,22 +21,26 @@ struct VirtualElement {
 
 /// What a virtual device is made of.
 struct VirtualDeviceDescription {
-    std::map<std::string, PropertyValue, std::less<>> properties;
+    HIDProperties properties;
     std::optional<std::vector<VirtualElement>> elements = std::vector<VirtualElement>{}; ///< absent: no list at all
     std::vector<HIDUsagePair> usagePairs; ///< application collections; empty: the primary one alone
 };
 
-/// A device without hardware. Elements may be anything, also what no real device can declare, but for two things that
-/// end the process: a collection that contains itself, and more than 1,048,576 memberships (elements counted once for
-/// each collection around them, because the layer above makes an object for each). Made with std::make_shared only.
-class QZGC_EXPORT VirtualDevice final : public HIDDevice {
+/// A device without hardware, hand-made or made of a real one's report descriptor. Made with std::make_shared only.
+///
+/// Hand-made elements may be anything, also what no real device can declare, but for two things that end the process: a
+/// collection that contains itself, and more than 1,048,576 memberships (elements counted once for each collection
+/// around them, because the layer above makes an object for each).
+class QZGC_EXPORT VirtualDevice final : public ReportDevice {
 public:
     explicit VirtualDevice(VirtualDeviceDescription description);
+    /// The real device minus the wire: its elements follow from `descriptor`, and it takes reports.
+    VirtualDevice(ReportDescriptor descriptor, HIDProperties properties);
 
     using HIDDevice::removeProperty;
     using HIDDevice::setProperty;
 
-    /// The handle of the element at `index` of the description, or null beyond its end.
+    /// The handle of the element at `index` of the description or of the descriptor's list, or null beyond its end.
     IOHIDElementRef element(std::size_t index) const;
 
     /// What reading the element without polling answers from now on; nothing: reading it fails.
@@ -70,6 +74,10 @@ public:
     /// when it is delivered.
     void send(const std::shared_ptr<VirtualDevice>& device, std::size_t index, std::int64_t raw);
 
+    /// Sends an input report of a device made of a report descriptor to the managers that are open now. It is taken in
+    /// when it is delivered, and then each value that is new in it is delivered as one.
+    void sendReport(const std::shared_ptr<VirtualDevice>& device, std::span<const std::uint8_t> report);
+
     /// Reports through the matching callback that a device cannot be used, as for a device that is there but cannot be
     /// opened. It need not be plugged, and may be null.
     void fail(const std::shared_ptr<VirtualDevice>& device, IOReturn result);
@@ -77,6 +85,8 @@ public:
     void deliverMatching(IOReturn result, IOHIDDeviceRef device);
     void deliverRemoval(IOReturn result, IOHIDDeviceRef device);
     void deliverInputValue(IOReturn result, IOHIDValueRef value);
+    /// Takes a report in and calls the input-value callback for each value that is new in it.
+    void deliverReport(const std::shared_ptr<VirtualDevice>& device, std::span<const std::uint8_t> report);
 
     /// From now on no manager can be made, or can again.
     void setCreationFails(bool fails) { creationFails_ = fails; }

@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: MIT
+#include "platform/report/ReportDecoder.h"
+
+#include <algorithm>
+
+namespace qz::platform {
+
+namespace {
+
+constexpr std::size_t bitsPerWord = 64;
+constexpr std::size_t bytesPerWord = 8;
+
+/// How many words are kept for comparing: 32 KiB of reports, several times what the largest real device sends. Reports
+/// beyond them are decoded whole each time, which answers the same.
+constexpr std::size_t maximumWords = 4096;
+
+/// `count` ones from bit `from` on; `from` below 64, and what goes beyond bit 63 is left out.
+constexpr std::uint64_t ones(std::size_t from, std::size_t count) {
+    return (count >= bitsPerWord ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1) << from;
+}
+
+/// The first bit beyond all fields that `input` has in its report.
+std::size_t endOfFields(const ReportInput& input) {
+    return std::size_t{input.field.offset} + std::size_t{input.field.width} * input.count;
+}
+
+std::size_t bytesOf(std::size_t bits) {
+    return (bits + 7) / 8;
+}
+
+} // namespace
+
+ReportDecoder::ReportDecoder(const ReportDescriptor& descriptor) : hasReportIDs_(descriptor.inputHasReportIDs) {
+    std::array<std::size_t, 256> elements{};
+    std::size_t marks = 0;
+    for (const ReportInput& input : descriptor.inputs) {
+        elements[input.reportID] += input.elementCount;
+        marks = std::max<std::size_t>(marks, input.isArray ? input.elementCount : 0);
+    }
+    changed_.resize(*std::ranges::max_element(elements));
+    marks_.resize((marks + bitsPerWord - 1) / bitsPerWord);
+    for (std::uint32_t id = 0; id < elements.size(); ++id) {
+        if (elements[id] != 0) {
+            addReport(descriptor, id);
+        }
+    }
+}
+
+void ReportDecoder::addReport(const ReportDescriptor& descriptor, std::uint32_t id) {
+    Report report{.firstField = static_cast<std::uint32_t>(fields_.size())};
+    for (const ReportInput& input : descriptor.inputs) {
+        if (input.reportID == id) {
+            addFields(input);
+            report.end = bytesOf(endOfFields(input));
+        }
+    }
+    report.endField = static_cast<std::uint32_t>(fields_.size());
+    addWords(report);
+    reports_.push_back(report);
+    reportOfID_[id] = static_cast<std::uint16_t>(reports_.size());
+}
+
+void ReportDecoder::addFields(const ReportInput& input) {
+    if (input.isArray) {
+        fields_.push_back({input.field, true, input.isRelative, static_cast<std::uint32_t>(arrays_.size())});
+        arrays_.push_back(input);
+        return;
+    }
+    ReportField bits = input.field;
+    for (std::uint32_t i = 0; i < input.elementCount; ++i) {
+        fields_.push_back({bits, false, input.isRelative, input.firstElement + i});
+        bits.offset += bits.width;
+    }
+}
+
+std::size_t ReportDecoder::endOf(const Field& field) const {
+    return field.isArray ? endOfFields(arrays_[field.index]) : std::size_t{field.bits.offset} + field.bits.width;
+}
+
+void ReportDecoder::addWords(Report& report) {
+    report.firstWord = report.endWord = static_cast<std::uint32_t>(words_.size());
+    for (std::uint32_t f = report.firstField; f < report.endField; ++f) {
+        const std::size_t end = endOf(fields_[f]);
+        for (std::size_t at = fields_[f].bits.offset; at < end; at = endOfLastWord()) {
+            const bool isCovered = words_.size() > report.firstWord && at < endOfLastWord();
+            if (!isCovered && words_.size() == maximumWords) {
+                words_.resize(report.firstWord);
+                return;
+            }
+            if (!isCovered) {
+                words_.push_back({.offset = static_cast<std::uint32_t>(at / 8), .firstField = f});
+            }
+            enterBits(words_.back(), at, end, f);
+        }
+    }
+    report.endWord = static_cast<std::uint32_t>(words_.size());
+    report.isCompared = true;
+}
+
+std::size_t ReportDecoder::endOfLastWord() const {
+    return std::size_t{words_.back().offset} * 8 + bitsPerWord;
+}
+
+void ReportDecoder::enterBits(Word& word, std::size_t at, std::size_t end, std::uint32_t f) const {
+    const std::size_t from = at - std::size_t{word.offset} * 8;
+    for (std::size_t byte = from / 8; byte < bytesPerWord; ++byte) {
+        if ((word.carrying >> (8 * byte) & 0xffU) == 0) {
+            word.fieldOf[byte] = static_cast<std::uint8_t>(f - word.firstField);
+        }
+    }
+    const std::uint64_t bits = ones(from, end - at);
+    word.carrying |= bits;
+    word.relative |= fields_[f].isRelative ? bits : 0;
+}
+
+void ReportDecoder::forgetReports() noexcept {
+    for (Report& report : reports_) {
+        report.received = 0;
+    }
+}
+
+std::span<const std::uint32_t> ReportDecoder::feed(std::span<const std::uint8_t> report, std::span<Value> values) {
+    changedCount_ = 0;
+    if (report.empty()) {
+        return {};
+    }
+    std::uint8_t id = 0;
+    if (hasReportIDs_) {
+        id = report.front();
+        report = report.subspan(1);
+    }
+    if (reportOfID_[id] == 0) {
+        return {};
+    }
+    values_ = values;
+    Report& known = reports_[reportOfID_[id] - 1U];
+    const auto bytes = report.first(std::min(report.size(), known.end));
+    if (known.isCompared && bytes.size() == known.received) {
+        takeChanges(known, bytes);
+    } else {
+        takeAll(known, bytes);
+    }
+    return {changed_.data(), changedCount_};
+}
+
+void ReportDecoder::takeAll(Report& report, std::span<const std::uint8_t> bytes) {
+    report.received = bytes.size();
+    for (std::uint32_t w = report.firstWord; w < report.endWord; ++w) {
+        words_[w].last = loadLittleEndian(bytes, words_[w].offset);
+    }
+    for (std::uint32_t f = report.firstField; f < report.endField; ++f) {
+        takeField(fields_[f], bytes);
+    }
+}
+
+void ReportDecoder::takeChanges(const Report& report, std::span<const std::uint8_t> bytes) {
+    std::uint32_t next = report.firstField; // a field that goes on in another byte is looked at once
+    for (std::uint32_t w = report.firstWord; w < report.endWord; ++w) {
+        Word& word = words_[w];
+        const std::uint64_t now = loadLittleEndian(bytes, word.offset);
+        std::uint64_t news = ((now ^ word.last) & word.carrying) | (now & word.relative);
+        word.last = now;
+        while (news != 0) {
+            const auto byte = static_cast<std::size_t>(std::countr_zero(news)) / 8;
+            const std::size_t endOfByte = (word.offset + byte + 1) * 8;
+            next = std::max(next, word.firstField + word.fieldOf[byte]);
+            while (next < report.endField && fields_[next].bits.offset < endOfByte) {
+                takeField(fields_[next++], bytes);
+            }
+            news &= byte == bytesPerWord - 1 ? 0 : ~std::uint64_t{0} << (8 * (byte + 1));
+        }
+    }
+}
+
+void ReportDecoder::takeField(const Field& field, std::span<const std::uint8_t> bytes) {
+    if (field.isArray) {
+        if (bytesOf(endOf(field)) <= bytes.size()) {
+            takeArray(arrays_[field.index], bytes);
+        }
+    } else if (field.bits.end() <= bytes.size()) {
+        take(field.index, fieldValue(bytes, field.bits), field.isRelative);
+    }
+}
+
+void ReportDecoder::takeArray(const ReportInput& array, std::span<const std::uint8_t> bytes) {
+    std::ranges::fill(marks_, 0);
+    ReportField slot = array.field;
+    for (std::uint32_t i = 0; i < array.count; ++i) {
+        const std::int64_t value = fieldValue(bytes, slot);
+        const std::int64_t position = value - array.logicalMin;
+        if (value <= array.logicalMax && position >= 0 && position < array.elementCount) {
+            marks_[static_cast<std::size_t>(position) / bitsPerWord] |= std::uint64_t{1} << (position % bitsPerWord);
+        }
+        slot.offset += slot.width;
+    }
+    for (std::uint32_t i = 0; i < array.elementCount; ++i) {
+        take(array.firstElement + i, static_cast<std::int64_t>(marks_[i / bitsPerWord] >> (i % bitsPerWord) & 1U),
+             array.isRelative);
+    }
+}
+
+void ReportDecoder::take(std::uint32_t element, std::int64_t value, bool isRelative) {
+    Value& known = values_[element];
+    if (known != value || (isRelative && value != 0)) {
+        known = value;
+        changed_[changedCount_++] = element;
+    }
+}
+
+} // namespace qz::platform

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#include "platform/report/ReportDevice.h"
+
+#include "platform/report/ReportDecoder.h"
+
+#include <utility>
+
+namespace qz::platform {
+
+namespace {
+
+std::vector<std::optional<std::vector<std::size_t>>> childrenOf(const ReportDescriptor& descriptor) {
+    std::vector<std::optional<std::vector<std::size_t>>> children(descriptor.elements.size());
+    for (std::size_t i = 0; i < children.size(); ++i) {
+        if (descriptor.elements[i].type == kIOHIDElementTypeCollection) {
+            children[i].emplace();
+        }
+        // A collection stands before its members, so that its list is there.
+        if (descriptor.parents[i] != ReportDescriptor::noParent) {
+            children[descriptor.parents[i]]->push_back(i);
+        }
+    }
+    return children;
+}
+
+} // namespace
+
+ReportDevice::ReportDevice() = default;
+
+ReportDevice::~ReportDevice() = default;
+
+ReportDevice::ReportDevice(ReportDescriptor descriptor, HIDProperties properties)
+    : decoder_(std::make_unique<ReportDecoder>(descriptor)) {
+    if (!descriptor.applications.empty()) {
+        properties.try_emplace("PrimaryUsagePage", std::int64_t{descriptor.applications.front().usagePage});
+        properties.try_emplace("PrimaryUsage", std::int64_t{descriptor.applications.front().usage});
+    }
+    for (auto& [key, value] : properties) {
+        setProperty(key, std::move(value));
+    }
+    setUsagePairs(std::move(descriptor.applications));
+    const auto children = childrenOf(descriptor);
+    setElements(std::move(descriptor.elements), children);
+}
+
+std::span<const std::uint32_t> ReportDevice::feed(std::span<const std::uint8_t> report) {
+    return decoder_ != nullptr ? decoder_->feed(report, lastKnownValues()) : std::span<const std::uint32_t>{};
+}
+
+HIDValue ReportDevice::value(std::uint32_t index) const {
+    const HIDElement& element = (*elements())[index];
+    return {&element, lastKnownValue(&element).value_or(0)};
+}
+
+void ReportDevice::forgetReports() noexcept {
+    if (decoder_ != nullptr) {
+        decoder_->forgetReports();
+    }
+}
+
+} // namespace qz::platform
