@@ -22,7 +22,7 @@ using DeviceIndex = std::size_t;
 struct DeviceDefinition {
     std::string name;
     platform::VirtualDeviceDescription description;
-    std::optional<std::vector<std::uint8_t>> reportDescriptor; ///< what the elements come from, if not from a list
+    std::optional<platform::ReportDescriptor> reportDescriptor; ///< what the elements come from, if not from a list
 };
 
 namespace steps {

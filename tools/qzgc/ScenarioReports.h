@@ -20,8 +20,4 @@ std::optional<std::size_t> elementCount(const DeviceDefinition& definition);
 
 std::shared_ptr<platform::VirtualDevice> makeDevice(const DeviceDefinition& definition);
 
-/// Takes the report in and calls the input-value callback for each value that it delivers.
-void deliverReport(platform::VirtualHIDServices& services, const std::shared_ptr<platform::VirtualDevice>& device,
-                   std::span<const std::uint8_t> report);
-
 } // namespace qz::tools

@@ -169,7 +169,7 @@ void Runner::operator()(const steps::Value& step) {
 }
 
 void Runner::operator()(const steps::Report& step) {
-    deliverReport(platform_.hidServices(), devices_[step.device], step.bytes);
+    platform_.hidServices().deliverReport(devices_[step.device], step.bytes);
 }
 
 void Runner::operator()(const steps::LastKnown& step) {
