@@ -20,9 +20,8 @@
 /// answers zero, absent or, where it answers a status, bad argument.
 ///
 /// Order of the callbacks, which every back end keeps:
-/// - A device that is present when a manager is first scheduled is reported through the matching callback like a new
-/// one.
-///   Callbacks come from the run loop, never from inside a call of the client.
+/// - Callbacks come from the run loop, never from inside a call of the client: also a device that is already there when
+///   a manager is first scheduled is reported later, through the matching callback, like one that is plugged in then.
 /// - Between its arrival and its removal a handle is reported once in a manager's life, so moving a manager to another
 ///   mode reports newcomers only. A removal is reported before the handle dies.
 /// - No value arrives for a device that has not been reported yet or has been removed.
