@@ -72,7 +72,8 @@ public:
     /// connections, but no values: nothing is undone, by design.
     qz::platform::IOReturn setupWithDelegate(const std::shared_ptr<QZGCHIDManagerDelegate>& delegate);
 
-    /// The steps of the set-up, in its order.
+    /// The steps of the set-up, in its order. The first asks the platform for devices one of whose application
+    /// collections is a joystick (usage page 1, usage 4) or a gamepad (1, 5); no other device is ever reported.
     void matchWithGameControllers();
     void registerConnectionCallbacks();
     void scheduleWithRunLoop();

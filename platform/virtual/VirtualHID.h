@@ -64,6 +64,10 @@ public:
 
     /// Attaches a device; the handle stays valid until its removal has been delivered, or as long as the result is
     /// kept. A device that has been unplugged stays gone: what comes back is another one.
+    ///
+    /// Managers report it only if it matches what they look for, and QZGCHIDManager looks for joysticks and gamepads:
+    /// "PrimaryUsagePage" 1 with "PrimaryUsage" 4 or 5, or such a pair in `usagePairs`. A device without any stays
+    /// unseen, whatever elements it has. One that is made of a report descriptor has its pairs from there.
     std::shared_ptr<VirtualDevice> plug(VirtualDeviceDescription description);
     void plug(const std::shared_ptr<VirtualDevice>& device);
 
