@@ -118,7 +118,7 @@ LockedDocument::~LockedDocument() {
 std::unique_ptr<LockedDocument> LockedDocument::lock(SystemCalls& calls, const std::string& path, std::string& error) {
     std::string target = path;
     if (const int number = followLinks(calls, target); number != 0) {
-        error = fileErrorText("follow the link", path, number);
+        error = fileErrorText("reach", path, number);
         return nullptr;
     }
     const std::string directoryPath(parentOf(target));

@@ -121,6 +121,17 @@ TEST_F(FailingDiskTest, NeverOverwritesWhatItCannotRead) {
     EXPECT_EQ(tests::readFile(document()), R"({"theirs": 1})");
 }
 
+TEST_F(FailingDiskTest, NamesTheDocumentWhoseDirectoryIsClosed) {
+    ASSERT_EQ(::chmod(directory().c_str(), 0), 0);
+    const std::string result = tests::asOrdinaryUser([&] {
+        FileUserDefaults store(directory(), "app");
+        return errorOfWriting(store);
+    });
+    EXPECT_EQ(::chmod(directory().c_str(), 0755), 0);
+    EXPECT_EQ(result, "cannot reach " + document() +
+                          ": Permission denied; check the owner and the permissions of the file and its directories");
+}
+
 TEST_F(FailingDiskTest, ReadsWhereItMayNotWrite) {
     tests::writeFile(document(), R"({"theirs": 1})");
     ASSERT_EQ(::chmod(document().c_str(), 0644), 0);
