@@ -59,6 +59,12 @@ QZGCConfigurationManager::create(Actions xActions, Actions yActions, Actions but
     return manager;
 }
 
+std::shared_ptr<QZGCConfigurationManager> QZGCConfigurationManager::create(Actions xActions, Actions yActions,
+                                                                           Actions buttonActions, Platform& platform) {
+    return create(std::move(xActions), std::move(yActions), std::move(buttonActions), std::nullopt, std::nullopt,
+                  std::nullopt, platform);
+}
+
 std::shared_ptr<QZGCConfigurationManager> QZGCConfigurationManager::create() {
     fatalError("class \"QZGameController.QZGCConfigurationManager\" cannot be made by \"init()\": it needs the "
                "application's action lists");

@@ -67,6 +67,10 @@ public:
            std::optional<Actions> legacyButtonActions = std::nullopt,
            qz::platform::Platform& platform = qz::platform::Platform::standard());
 
+    /// The same without legacy lists.
+    static std::shared_ptr<QZGCConfigurationManager> create(Actions xActions, Actions yActions, Actions buttonActions,
+                                                            qz::platform::Platform& platform);
+
     /// There is no manager without action lists: ends the process.
     [[noreturn]] static std::shared_ptr<QZGCConfigurationManager> create();
 

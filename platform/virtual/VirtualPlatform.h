@@ -21,7 +21,9 @@ private:
     std::vector<std::string> entries_;
 };
 
-/// A system in one object, for tests, demonstrations and replays: nothing on the machine is read or written.
+/// A system in one object, for tests, demonstrations and replays: nothing on the machine is read or written. For that,
+/// QZGCConfigurationManager::create and QZGCHIDManager::create both have to be given it; whichever is not uses the real
+/// system.
 class QZGC_EXPORT VirtualPlatform final : public Platform {
 public:
     VirtualPlatform() = default;

@@ -390,6 +390,21 @@ TEST_F(ConfigurationManager, SavesOnlyWhenItIsAskedTo) {
     EXPECT_THAT(journal.takeEntries(), ElementsAre("setObjectForKey(QZGameControllerConfig)", "synchronize()"));
 }
 
+TEST_F(ConfigurationManager, TakesThePlatformRightAfterTheActions) {
+    platform::JournalPlatform journal(platform_);
+    store({{instanceID, storedDevice("old", "0")}});
+    const auto configurations =
+        QZGCConfigurationManager::create(actions({"x"}), actions({"y"}), actions({"b"}), journal);
+    EXPECT_THAT(journal.takeEntries(), ElementsAre("objectForKey(QZGameControllerConfig)"));
+    EXPECT_EQ(configurations->xActions(), actions({"x"}));
+    EXPECT_EQ(configurations->yActions(), actions({"y"}));
+    EXPECT_EQ(configurations->buttonActions(), actions({"b"}));
+    const auto device = pad("A");
+    EXPECT_EQ(name(*configurations, *device, firstButton), "old") << "stored on that platform, and not converted";
+    configurations->saveUserDefaults();
+    EXPECT_THAT(journal.takeEntries(), ElementsAre("setObjectForKey(QZGameControllerConfig)", "synchronize()"));
+}
+
 TEST(ConfigurationManagerDeathTest, CannotBeMadeWithoutActionLists) {
     EXPECT_EXIT(QZGCConfigurationManager::create(), testing::KilledBySignal(SIGABRT),
                 testing::StrEq("QZGameController: fatal error: class \"QZGameController.QZGCConfigurationManager\" "

@@ -32,7 +32,7 @@ protected:
     EventLog told() { return std::exchange(events, {}); }
 
     std::shared_ptr<QZGCConfigurationManager> makeConfigurationManager() {
-        return QZGCConfigurationManager::create({}, {}, {}, std::nullopt, std::nullopt, std::nullopt, platform);
+        return QZGCConfigurationManager::create({}, {}, {}, platform);
     }
 
     VirtualPlatform platform;
