@@ -10,16 +10,18 @@ using namespace qz::platform;
 struct Printer final : QZGCHIDManagerDelegate {
     bool hidManagerShouldConnectDevice(QZGCHIDManager&, IOHIDDeviceRef) override { return true; }
     void hidManagerDeviceConnected(QZGCHIDManager&, const std::shared_ptr<QZHIDDevice>& device) override {
-        std::cout << "+ " << device->description() << std::endl;
+        std::cout << "+ " << device->productName().value_or("?") << std::endl;
     }
     void hidManagerDeviceDisconnected(QZGCHIDManager&, const std::shared_ptr<QZHIDDevice>& device) override {
-        std::cout << "- " << (device ? device->description() : "a device that was refused") << std::endl;
+        std::cout << "- " << (device ? device->productName().value_or("?") : "a device that was refused") << std::endl;
     }
     void hidManagerElementNewRawValue(QZGCHIDManager&, const std::shared_ptr<QZHIDElement>&, std::int64_t) override {}
     void hidManagerActionNewValue(QZGCHIDManager&, const std::string& action, double newValue) override {
         std::cout << action << " " << newValue << std::endl;
     }
-    void hidManagerHidError(QZGCHIDManager&, IOReturn error) override { std::cerr << "error " << error << std::endl; }
+    void hidManagerHidError(QZGCHIDManager&, IOReturn error) override {
+        std::cerr << "error 0x" << std::hex << error << (error == kIOReturnNotPermitted ? ": no access" : "") << '\n';
+    }
 };
 
 int main(int argc, char** /*argv*/) {
