@@ -25,6 +25,23 @@ die() {
     exit 1
 }
 
+# answer_help SYNOPSIS SUMMARY "$@": prints these two lines and ends where the command's own arguments ask for help.
+answer_help() {
+    local synopsis=$1 summary=$2
+    shift 2
+    case ${1-} in
+    -h | --help)
+        printf 'usage: %s\n%s\n' "$synopsis" "$summary"
+        exit 0
+        ;;
+    esac
+}
+
+# refuse_arguments "$@": for a command that takes none.
+refuse_arguments() {
+    [[ $# -eq 0 ]] || die "takes no arguments: $*"
+}
+
 has_command() { command -v "$1" >/dev/null 2>&1; }
 
 has_header() { printf '#include <%s>\n' "$1" | ${CXX:-c++} -std=c++20 -E -x c++ - >/dev/null 2>&1; }
@@ -119,6 +136,30 @@ build() {
     say "Building (preset $1)"
     configure "$@"
     cmake --build --preset "$1"
+}
+
+# run_tests PRESET [ARGUMENT...]: runs the tests of a preset, with these arguments for ctest. Without arguments what is
+# printed is short: on a terminal it is one line that changes, elsewhere the tests that passed are left out. At the end
+# it says why tests were skipped, which ctest keeps to itself.
+run_tests() {
+    local preset=$1 log="build/$1/Testing/Temporary/LastTest.log" status=0 reasons
+    shift
+    rm -f -- "$log"
+    if [[ $# -gt 0 ]]; then
+        ctest --preset "$preset" "$@" || status=$?
+    elif [[ -t 1 ]]; then
+        ctest --preset "$preset" --progress || status=$?
+    else
+        ctest --preset "$preset" |
+            sed -u -E -e '/^ *Start +[0-9]+: /d' -e '/^ *[0-9]+\/[0-9]+ Test +#[0-9]+: .* Passed +[0-9.]+ sec *$/d' ||
+            status=$?
+    fi
+    if [[ -f $log ]]; then
+        reasons=$(awk '/^[0-9]+\/[0-9]+ Testing: / { name = $3 } /^not run here: / { print name ": " $0 }' "$log" |
+            sort -u)
+        [[ -z $reasons ]] || say "Skipped, and why"$'\n'"$reasons"
+    fi
+    return "$status"
 }
 
 # The files of the repository in the current directory, those that git ignores excepted, one to a line.
