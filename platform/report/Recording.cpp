@@ -330,9 +330,7 @@ void RecordingReader::finish() {
 }
 
 void RecordingReader::failAt(std::size_t line, std::initializer_list<std::string_view> message) {
-    if (!error_) { // what follows from the first error is of no interest
-        error_ = {line, joined({"line ", DecimalText(static_cast<std::int64_t>(line)), ": ", joined(message)})};
-    }
+    error_ = {line, joined({"line ", DecimalText(static_cast<std::int64_t>(line)), ": ", joined(message)})};
 }
 
 std::string padded(std::int64_t number) {
