@@ -3,6 +3,7 @@
 
 #include "QZGameController/QZGameController.h"
 #include "platform/Text.h"
+#include "platform/report/Recording.h"
 #include "platform/virtual/VirtualPlatform.h"
 #include "tools/qzgc/TextFile.h"
 
@@ -10,7 +11,6 @@
 #include <iomanip>
 #include <iostream>
 #include <set>
-#include <sstream>
 
 using qz::platform::hexadecimal;
 using qz::platform::parseReportDescriptor;
@@ -46,17 +46,38 @@ std::optional<Bytes> bytesOfHexadecimal(std::string_view text) {
     return bytes;
 }
 
-Bytes readDescriptor(const std::string& source) {
+struct NamedDescriptor {
+    std::string name; ///< empty where the source is a descriptor alone
+    Bytes bytes;
+};
+
+/// Only a recording has a line that begins with a descriptor's key: as an item that prefix would have data.
+bool looksLikeRecording(std::string_view contents) {
+    return contents.starts_with("R: ") || contents.find("\nR: ") != std::string_view::npos;
+}
+
+std::vector<NamedDescriptor> readDescriptors(const std::string& source) {
     std::error_code error;
     const bool isFile = source == "-" || std::filesystem::exists(source, error);
     if (const auto bytes = bytesOfHexadecimal(source); bytes && !isFile) {
-        return *bytes;
+        return {{"", *bytes}};
     }
     if (!isFile) {
         throw FileError(source, "no such file, and not hexadecimal digits, two for each byte");
     }
     const std::string contents = readFile(source);
-    return bytesOfHexadecimal(contents).value_or(Bytes(contents.begin(), contents.end()));
+    if (!looksLikeRecording(contents)) {
+        return {{"", bytesOfHexadecimal(contents).value_or(Bytes(contents.begin(), contents.end()))}};
+    }
+    auto recording = platform::readRecording(contents);
+    if (const auto* const refusal = std::get_if<platform::RecordingError>(&recording)) {
+        throw FileError(source, refusal->message);
+    }
+    std::vector<NamedDescriptor> descriptors;
+    for (platform::RecordedDevice& device : std::get<platform::Recording>(recording).devices) {
+        descriptors.push_back({std::move(device.name), std::move(device.descriptor)});
+    }
+    return descriptors;
 }
 
 std::string typeText(QZHIDElementType type) {
@@ -115,22 +136,31 @@ void printElements(const QZHIDDevice& device) {
     }
 }
 
+void printElementsOf(const NamedDescriptor& descriptor, const std::string& source) {
+    auto parsed = parseReportDescriptor(descriptor.bytes);
+    if (const auto* const error = std::get_if<ReportDescriptorError>(&parsed)) {
+        throw FileError(source, "the descriptor is refused at byte " + std::to_string(error->offset) + ": " +
+                                    std::string(error->reason));
+    }
+    VirtualPlatform virtualPlatform;
+    const auto handle =
+        std::make_shared<VirtualDevice>(std::get<ReportDescriptor>(std::move(parsed)), platform::HIDProperties{});
+    const auto manager = QZGCHIDManager::create(nullptr, virtualPlatform);
+    manager->hidDeviceConnected(handle.get());
+    if (!descriptor.name.empty()) {
+        std::cout << descriptor.name << '\n';
+    }
+    for (const auto& device : manager->devices()) {
+        printElements(*device);
+    }
+}
+
 } // namespace
 
 ExitStatus printElementsOfDescriptor(const std::string& source) {
     try {
-        auto parsed = parseReportDescriptor(readDescriptor(source));
-        if (const auto* const error = std::get_if<ReportDescriptorError>(&parsed)) {
-            throw FileError(source, "the descriptor is refused at byte " + std::to_string(error->offset) + ": " +
-                                        std::string(error->reason));
-        }
-        VirtualPlatform platform;
-        const auto handle =
-            std::make_shared<VirtualDevice>(std::get<ReportDescriptor>(std::move(parsed)), platform::HIDProperties{});
-        const auto manager = QZGCHIDManager::create(nullptr, platform);
-        manager->hidDeviceConnected(handle.get());
-        for (const auto& device : manager->devices()) {
-            printElements(*device);
+        for (const NamedDescriptor& descriptor : readDescriptors(source)) {
+            printElementsOf(descriptor, source);
         }
     } catch (const FileError& error) {
         std::cerr << error.what() << '\n';

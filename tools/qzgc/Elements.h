@@ -7,8 +7,8 @@
 
 namespace qz::tools {
 
-/// Prints the element tree of a device that is nothing but a report descriptor. `source` is a file, whose bytes are
-/// the descriptor or hexadecimal digits for them, or else the digits themselves.
+/// Prints the element tree of a device that is nothing but a report descriptor. `source` is a file, which holds the
+/// descriptor's bytes, hexadecimal digits for them, or a recording of devices, or else it is the digits themselves.
 ExitStatus printElementsOfDescriptor(const std::string& source);
 
 } // namespace qz::tools

@@ -37,8 +37,9 @@ int run(int argc, char** argv) {
     CLI::App* const elementsCommand = app.add_subcommand(
         "elements", "Prints the elements that a report descriptor makes, each under its collection.");
     elementsCommand
-        ->add_option("--descriptor", descriptor,
-                     "A file with the descriptor's bytes or hexadecimal digits for them, or the digits themselves")
+        ->add_option(
+            "--descriptor", descriptor,
+            "A file with the descriptor's bytes, hexadecimal digits for them, or a recording; or the digits themselves")
         ->type_name("FILE-OR-HEX")
         ->required();
 

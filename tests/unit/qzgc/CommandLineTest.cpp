@@ -164,6 +164,18 @@ TEST_F(CommandLine, PrintsTheElementsOfADescriptor) {
     EXPECT_EQ(run("elements --descriptor '05 01 C0'").status, 2);
 }
 
+TEST_F(CommandLine, PrintsTheElementsOfARecordedDevice) {
+    write("knob.hid", "# a knob\nR: 4 a0 c0 a0 c0\nN: Knob\nI: 3 0001 0002\n");
+    const Outcome outcome = run("elements --descriptor knob.hid");
+    EXPECT_EQ(outcome.status, 0) << outcome.complaint;
+    EXPECT_EQ(outcome.output, "Knob\ncookie  type       usage     range             name\n"
+                              "     1  collection 00:00                       0 / 0\n"
+                              "     2  collection 00:00                       0 / 0\n");
+    write("faulty.hid", "R: 4 a0 c0 a0\nN: Knob\n");
+    EXPECT_EQ(run("elements --descriptor faulty.hid").status, 2);
+    EXPECT_THAT(run("elements --descriptor faulty.hid").complaint, HasSubstr("faulty.hid: line 1"));
+}
+
 TEST_F(CommandLine, SaysWhereADescriptorIsRefusedAndWhy) {
     const Outcome outcome = run("elements --descriptor '05 01 c0'");
     EXPECT_EQ(outcome.status, 2);
