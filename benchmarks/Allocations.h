@@ -9,7 +9,12 @@ namespace qz::bench {
 struct Allocations {
     std::size_t count = 0;
     std::size_t bytes = 0;
+    std::size_t live = 0; ///< bytes not given back yet, with what the allocator adds to each
+    std::size_t peak = 0; ///< the most of them at a time since `beginPeak`
 };
 Allocations allocations();
+
+/// Counts the peak anew, from what is live now.
+void beginPeak();
 
 } // namespace qz::bench

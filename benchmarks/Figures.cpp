@@ -82,6 +82,27 @@ private:
     double yardstick_;
 };
 
+void addReports(Table& table) {
+    table.addTime("report with 5 changes to 5 actions", "ReportRoad", 1.2);
+    table.add("  allocations", "", table.counter("ReportRoad", "allocations"), 0);
+    // The peer's time is that of one event.
+    table.add("  SDL2's time for 5 events against ours", "times",
+              5 * table.time("SDLControllerEvent") / table.time("ReportRoad"), 6, true);
+    table.addTime("report with nothing new", "ReportUnchanged", 0.1);
+    table.add("  allocations", "", table.counter("ReportUnchanged", "allocations"), 0);
+    table.addTime("decode a report with 5 changes", "Decode");
+    table.addTime("the same by a decoder written for it", "DecodeByHand");
+    table.add("  our time against its", "times", table.time("Decode") / table.time("DecodeByHand"), std::nullopt);
+    table.addTime("device from its descriptor, per element object", "MakeDevice", 0.5);
+
+    constexpr double million = 1e6;
+    constexpr double mebibyte = 1024.0 * 1024.0;
+    table.add("dearest 4,096 bytes, descriptor and decoder", "ms", table.time("Hostile/0") / million, 5);
+    table.add("  heap", "MiB", table.counter("Hostile/0", "peak") / mebibyte, 4);
+    table.add("dearest 4,096 bytes, a whole device", "ms", table.time("Hostile/1") / million, 60);
+    table.add("  heap", "MiB", table.counter("Hostile/1", "peak") / mebibyte, 16);
+}
+
 } // namespace
 
 std::vector<Figure> figures(const Medians& medians) {
@@ -117,6 +138,7 @@ std::vector<Figure> figures(const Medians& medians) {
     table.addTime("SDL2: virtual joystick to controller event", "SDLControllerEvent");
     table.add("  SDL2's time against ours", "times", table.time("SDLControllerEvent") / table.time(roads.front()), 8,
               true);
+    addReports(table);
     return table.lines;
 }
 

@@ -55,6 +55,7 @@ protected:
     void setLastKnownValue(IOHIDElementRef element, std::optional<std::int64_t> value);
     /// The last known values, in the order of `elements()`.
     std::span<std::optional<std::int64_t>> lastKnownValues() noexcept { return lastKnownValues_; }
+    std::span<const std::optional<std::int64_t>> lastKnownValues() const noexcept { return lastKnownValues_; }
     void markGone() noexcept { gone_ = true; }
 
 private:

@@ -187,9 +187,10 @@ void ReportDecoder::takeArray(const ReportInput& array, std::span<const std::uin
     ReportField slot = array.field;
     for (std::uint32_t i = 0; i < array.count; ++i) {
         const std::int64_t value = fieldValue(bytes, slot);
-        const std::int64_t position = value - array.logicalMin;
-        if (value <= array.logicalMax && position >= 0 && position < array.elementCount) {
-            marks_[static_cast<std::size_t>(position) / bitsPerWord] |= std::uint64_t{1} << (position % bitsPerWord);
+        // Below the minimum this is a number that is no position at all.
+        const auto position = static_cast<std::uint64_t>(value - array.logicalMin);
+        if (value <= array.logicalMax && position < array.elementCount) {
+            marks_[position / bitsPerWord] |= std::uint64_t{1} << (position % bitsPerWord);
         }
         slot.offset += slot.width;
     }

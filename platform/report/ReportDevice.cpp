@@ -48,8 +48,7 @@ std::span<const std::uint32_t> ReportDevice::feed(std::span<const std::uint8_t> 
 }
 
 HIDValue ReportDevice::value(std::uint32_t index) const {
-    const HIDElement& element = (*elements())[index];
-    return {&element, lastKnownValue(&element).value_or(0)};
+    return {&(*elements())[index], lastKnownValues()[index].value_or(0)};
 }
 
 void ReportDevice::forgetReports() noexcept {

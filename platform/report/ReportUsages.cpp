@@ -51,14 +51,15 @@ void UsageList::clear() {
 }
 
 void UsageList::settlePages(std::uint32_t pageInForce) {
-    for (auto range = ranges_.rbegin(); range != ranges_.rend(); ++range) {
-        if (!range->isShort) {
+    for (std::size_t i = ranges_.size(); i-- > 0;) {
+        Range& range = ranges_[i];
+        if (!range.isShort) {
             continue;
         }
-        if (range->usagePage == pageInForce) {
+        if (range.usagePage == pageInForce) {
             return;
         }
-        range->usagePage = pageInForce;
+        range.usagePage = pageInForce;
     }
 }
 

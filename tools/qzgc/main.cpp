@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "QZGameController/QZGameController.h"
+#include "tools/qzgc/Elements.h"
 #include "tools/qzgc/Simulate.h"
 
 #include <CLI/CLI.hpp>
@@ -32,6 +33,16 @@ int run(int argc, char** argv) {
         "simulate", "Plays a scenario file on virtual devices and prints what the application receives, a line each.");
     simulateCommand->add_option("FILE", scenario, "The scenario; - is the standard input")->required();
 
+    std::string descriptor;
+    CLI::App* const elementsCommand = app.add_subcommand(
+        "elements", "Prints the elements that a report descriptor makes, each under its collection.");
+    elementsCommand
+        ->add_option(
+            "--descriptor", descriptor,
+            "A file with the descriptor's bytes, hexadecimal digits for them, or a recording; or the digits themselves")
+        ->type_name("FILE-OR-HEX")
+        ->required();
+
     try {
         app.parse(argc, argv);
         // Not by the parser, which would say this of an unknown subcommand too.
@@ -43,7 +54,7 @@ int run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return explain(app, error);
     }
-    return simulate(scenario);
+    return *elementsCommand ? printElementsOfDescriptor(descriptor) : simulate(scenario);
 }
 
 } // namespace

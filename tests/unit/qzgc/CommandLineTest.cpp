@@ -142,4 +142,56 @@ TEST_F(CommandLine, PrintsTheVersionOfTheLibrary) {
     EXPECT_THAT(version.complaint, IsEmpty());
 }
 
+constexpr const char* stickDescriptor = "05010904a101150026ff00750895010930810205090901250175018102c0";
+
+TEST_F(CommandLine, PrintsTheElementsOfADescriptor) {
+    const std::string tree = "cookie  type       usage     range             name\n"
+                             "     1  collection 01:04                       1 / 4\n"
+                             "     2  axis       01:30     0..255              X\n"
+                             "     3  button     09:01     0..1                Button 1\n";
+    const std::string digits = std::string("elements --descriptor ") + stickDescriptor;
+    EXPECT_EQ(run(digits).output, tree);
+    EXPECT_EQ(run(digits).status, 0);
+    write("digits.txt", std::string("05 01 0904\n") + (stickDescriptor + 8) + "\n");
+    EXPECT_EQ(run("elements --descriptor digits.txt").output, tree);
+    EXPECT_EQ(run("elements --descriptor - <digits.txt").output, tree);
+    std::string bytes;
+    for (const char* at = stickDescriptor; *at != '\0'; at += 2) {
+        bytes += static_cast<char>(std::stoi(std::string(at, 2), nullptr, 16));
+    }
+    write("bytes", bytes);
+    EXPECT_EQ(run("elements --descriptor bytes").output, tree);
+    EXPECT_EQ(run("elements --descriptor '05 01 C0'").status, 2);
+}
+
+TEST_F(CommandLine, PrintsTheElementsOfARecordedDevice) {
+    write("knob.hid", "# a knob\nR: 4 a0 c0 a0 c0\nN: Knob\nI: 3 0001 0002\n");
+    const Outcome outcome = run("elements --descriptor knob.hid");
+    EXPECT_EQ(outcome.status, 0) << outcome.complaint;
+    EXPECT_EQ(outcome.output, "Knob\ncookie  type       usage     range             name\n"
+                              "     1  collection 00:00                       0 / 0\n"
+                              "     2  collection 00:00                       0 / 0\n");
+    write("faulty.hid", "R: 4 a0 c0 a0\nN: Knob\n");
+    EXPECT_EQ(run("elements --descriptor faulty.hid").status, 2);
+    EXPECT_THAT(run("elements --descriptor faulty.hid").complaint, HasSubstr("faulty.hid: line 1"));
+}
+
+TEST_F(CommandLine, SaysWhereADescriptorIsRefusedAndWhy) {
+    const Outcome outcome = run("elements --descriptor '05 01 c0'");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.output, IsEmpty());
+    EXPECT_EQ(outcome.complaint,
+              "05 01 c0: the descriptor is refused at byte 2: no collection is open that could end here\n");
+}
+
+TEST_F(CommandLine, SaysWhatIsNeitherAFileNorADescriptor) {
+    EXPECT_EQ(run("elements --descriptor 05x1").complaint,
+              "05x1: no such file, and not hexadecimal digits, two for each byte\n");
+    EXPECT_EQ(run("elements --descriptor 050").status, 2);
+    EXPECT_EQ(run("elements --descriptor .").complaint, ".: cannot be read: Is a directory\n");
+    EXPECT_EQ(run("elements").complaint, "qzgc: --descriptor is required; see 'qzgc elements --help'\n");
+    EXPECT_EQ(run("elements --descriptor 05 >/dev/full").status, 2) << "a truncated item";
+    EXPECT_EQ(run("elements --descriptor a0c0 >/dev/full").status, 1);
+}
+
 } // namespace

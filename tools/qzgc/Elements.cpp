@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/Elements.h"
+
+#include "QZGameController/QZGameController.h"
+#include "platform/Text.h"
+#include "platform/report/Recording.h"
+#include "platform/virtual/VirtualPlatform.h"
+#include "tools/qzgc/TextFile.h"
+
+#include <filesystem>
+#include <iomanip>
+#include <iostream>
+#include <set>
+
+using qz::platform::hexadecimal;
+using qz::platform::parseReportDescriptor;
+using qz::platform::ReportDescriptor;
+using qz::platform::ReportDescriptorError;
+using qz::platform::VirtualDevice;
+using qz::platform::VirtualPlatform;
+
+namespace qz::tools {
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::string_view blanks = " \t\r\n";
+
+/// The bytes that `text` stands for, blanks between them allowed; nothing when it is anything else.
+std::optional<Bytes> bytesOfHexadecimal(std::string_view text) {
+    constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
+    Bytes bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (blanks.find(text[i]) != std::string_view::npos) {
+            continue;
+        }
+        const auto high = digits.find(text[i]);
+        const auto low = i + 1 < text.size() ? digits.find(text[i + 1]) : std::string_view::npos;
+        if (high == std::string_view::npos || low == std::string_view::npos) {
+            return std::nullopt;
+        }
+        bytes.push_back(static_cast<std::uint8_t>((high % 16) << 4U | low % 16));
+        ++i;
+    }
+    return bytes;
+}
+
+struct NamedDescriptor {
+    std::string name; ///< empty where the source is a descriptor alone
+    Bytes bytes;
+};
+
+/// Only a recording has a line that begins with a descriptor's key: as an item that prefix would have data.
+bool looksLikeRecording(std::string_view contents) {
+    return contents.starts_with("R: ") || contents.find("\nR: ") != std::string_view::npos;
+}
+
+std::vector<NamedDescriptor> readDescriptors(const std::string& source) {
+    std::error_code error;
+    const bool isFile = source == "-" || std::filesystem::exists(source, error);
+    if (const auto bytes = bytesOfHexadecimal(source); bytes && !isFile) {
+        return {{"", *bytes}};
+    }
+    if (!isFile) {
+        throw FileError(source, "no such file, and not hexadecimal digits, two for each byte");
+    }
+    const std::string contents = readFile(source);
+    if (!looksLikeRecording(contents)) {
+        return {{"", bytesOfHexadecimal(contents).value_or(Bytes(contents.begin(), contents.end()))}};
+    }
+    auto recording = platform::readRecording(contents);
+    if (const auto* const refusal = std::get_if<platform::RecordingError>(&recording)) {
+        throw FileError(source, refusal->message);
+    }
+    std::vector<NamedDescriptor> descriptors;
+    for (platform::RecordedDevice& device : std::get<platform::Recording>(recording).devices) {
+        descriptors.push_back({std::move(device.name), std::move(device.descriptor)});
+    }
+    return descriptors;
+}
+
+std::string typeText(QZHIDElementType type) {
+    switch (type) {
+    case QZHIDElementTypeMisc:
+        return "input";
+    case QZHIDElementTypeButton:
+        return "button";
+    case QZHIDElementTypeAxis:
+        return "axis";
+    case QZHIDElementTypeScanCodes:
+        return "key";
+    case QZHIDElementTypeOutput:
+        return "output";
+    case QZHIDElementTypeFeature:
+        return "feature";
+    case QZHIDElementTypeCollection:
+        return "collection";
+    default:
+        return std::to_string(type);
+    }
+}
+
+void printElement(const QZHIDElement& element, std::size_t depth) {
+    std::string range;
+    if (!element.isCollection()) {
+        range = std::to_string(element.theoreticalMin()) + ".." + std::to_string(element.theoreticalMax());
+    }
+    const std::string usage = hexadecimal(static_cast<std::uint64_t>(element.usagePage()), 2) + ":" +
+                              hexadecimal(static_cast<std::uint64_t>(element.usage()), 2);
+    std::cout << std::right << std::setw(6) << element.cookie() << "  " << std::left << std::setw(11)
+              << typeText(element.type()) << std::setw(10) << usage << std::setw(18) << range
+              << std::string(2 * depth, ' ') << element.name() << '\n';
+    if (element.ownedElements()) {
+        for (const auto& member : *element.ownedElements()) {
+            printElement(*member, depth + 1);
+        }
+    }
+}
+
+/// The device lists every element; those that are members of another are printed under it.
+void printElements(const QZHIDDevice& device) {
+    std::set<std::int64_t> members;
+    for (const auto& element : *device.ownedElements()) {
+        if (element->ownedElements()) {
+            for (const auto& member : *element->ownedElements()) {
+                members.insert(member->cookie());
+            }
+        }
+    }
+    std::cout << "cookie  type       usage     range             name\n";
+    for (const auto& element : *device.ownedElements()) {
+        if (!members.contains(element->cookie())) {
+            printElement(*element, 0);
+        }
+    }
+}
+
+void printElementsOf(const NamedDescriptor& descriptor, const std::string& source) {
+    auto parsed = parseReportDescriptor(descriptor.bytes);
+    if (const auto* const error = std::get_if<ReportDescriptorError>(&parsed)) {
+        throw FileError(source, "the descriptor is refused at byte " + std::to_string(error->offset) + ": " +
+                                    std::string(error->reason));
+    }
+    VirtualPlatform virtualPlatform;
+    const auto handle =
+        std::make_shared<VirtualDevice>(std::get<ReportDescriptor>(std::move(parsed)), platform::HIDProperties{});
+    const auto manager = QZGCHIDManager::create(nullptr, virtualPlatform);
+    manager->hidDeviceConnected(handle.get());
+    if (!descriptor.name.empty()) {
+        std::cout << descriptor.name << '\n';
+    }
+    for (const auto& device : manager->devices()) {
+        printElements(*device);
+    }
+}
+
+} // namespace
+
+ExitStatus printElementsOfDescriptor(const std::string& source) {
+    try {
+        for (const NamedDescriptor& descriptor : readDescriptors(source)) {
+            printElementsOf(descriptor, source);
+        }
+    } catch (const FileError& error) {
+        std::cerr << error.what() << '\n';
+        return exitRefused;
+    }
+    if (!std::cout.flush()) {
+        std::cerr << "qzgc: cannot write to standard output\n";
+        return exitFailure;
+    }
+    return exitSuccess;
+}
+
+} // namespace qz::tools
