@@ -1,24 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "platform/report/Recording.h"
-
-#include <cstdlib>
+#include "tests/support/ReportDescriptorChecks.h"
 
 using namespace qz::platform;
 
-/// Any bytes are a recording, which is read back as it is written, or refused with one line that names a line.
+/// Any text is a recording, which can be written and read back, or refused with one line that names its line.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const auto read = readRecording({reinterpret_cast<const char*>(data), size});
-    if (const auto* const error = std::get_if<RecordingError>(&read)) {
-        const std::string place = "line " + std::to_string(error->line) + ": ";
-        if (!error->message.starts_with(place) || error->message.find('\n') != std::string::npos) {
-            std::abort();
-        }
-        return 0;
-    }
-    const std::string text = writeRecording(std::get<Recording>(read));
-    const auto again = readRecording(text);
-    if (!std::holds_alternative<Recording>(again) || writeRecording(std::get<Recording>(again)) != text) {
-        std::abort();
+    const auto result = readRecording({reinterpret_cast<const char*>(data), size});
+    if (const auto* const error = std::get_if<RecordingError>(&result)) {
+        qz::test::check(error->message.find_first_of("\r\n") == std::string::npos && !error->message.empty());
+    } else {
+        const std::string written = writeRecording(std::get<Recording>(result));
+        const auto again = readRecording(written);
+        qz::test::check(std::holds_alternative<Recording>(again));
+        qz::test::check(writeRecording(std::get<Recording>(again)) == written);
     }
     return 0;
 }
