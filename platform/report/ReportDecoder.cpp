@@ -110,7 +110,9 @@ void ReportDecoder::enterBits(Word& word, std::size_t at, std::size_t end, std::
     }
     const std::uint64_t bits = ones(from, end - at);
     word.carrying |= bits;
-    word.relative |= fields_[f].isRelative ? bits : 0;
+    if (fields_[f].isRelative) {
+        (fields_[f].isArray ? word.always : word.relative) |= bits;
+    }
 }
 
 void ReportDecoder::forgetReports() noexcept {
@@ -158,7 +160,7 @@ void ReportDecoder::takeChanges(const Report& report, std::span<const std::uint8
     for (std::uint32_t w = report.firstWord; w < report.endWord; ++w) {
         Word& word = words_[w];
         const std::uint64_t now = loadLittleEndian(bytes, word.offset);
-        std::uint64_t news = ((now ^ word.last) & word.carrying) | (now & word.relative);
+        std::uint64_t news = ((now ^ word.last) & word.carrying) | (now & word.relative) | word.always;
         word.last = now;
         while (news != 0) {
             const auto byte = static_cast<std::size_t>(std::countr_zero(news)) / 8;

@@ -36,6 +36,7 @@ private:
         std::uint32_t firstField = 0;          ///< the first field that has bits here
         std::uint64_t carrying = 0;            ///< the bits that belong to fields
         std::uint64_t relative = 0;            ///< the bits that belong to relative fields
+        std::uint64_t always = 0;              ///< the bits that belong to relative Arrays: their 0 may name a usage
         std::uint64_t last = 0;                ///< as in the last report
         std::array<std::uint8_t, 8> fieldOf{}; ///< for each byte its first field, counted from `firstField`
     };

@@ -197,6 +197,8 @@ TEST(ReportDevice, DeliversAnArraysRelativeValuesWhileTheyAreOne) {
     const auto keys = device("05 09 15 00 25 01 75 08 95 01 09 05 09 06 81 04");
     EXPECT_THAT(fed(*keys, "01"), ElementsAre("1=0", "2=1"));
     EXPECT_THAT(fed(*keys, "01"), ElementsAre("2=1"));
+    EXPECT_THAT(fed(*keys, "00"), ElementsAre("1=1", "2=0"));
+    EXPECT_THAT(fed(*keys, "00"), ElementsAre("1=1")) << "a slot of 0 names the first usage";
 }
 
 TEST(ReportDevice, ReadsFieldsThatStraddleBytesAndWords) {
