@@ -136,19 +136,22 @@ void printElements(const QZHIDDevice& device) {
     }
 }
 
-void printElementsOf(const NamedDescriptor& descriptor, const std::string& source) {
+ReportDescriptor parse(const NamedDescriptor& descriptor, const std::string& source) {
     auto parsed = parseReportDescriptor(descriptor.bytes);
     if (const auto* const error = std::get_if<ReportDescriptorError>(&parsed)) {
         throw FileError(source, "the descriptor is refused at byte " + std::to_string(error->offset) + ": " +
                                     std::string(error->reason));
     }
+    return std::get<ReportDescriptor>(std::move(parsed));
+}
+
+void printElementsOf(ReportDescriptor descriptor, const std::string& name) {
     VirtualPlatform virtualPlatform;
-    const auto handle =
-        std::make_shared<VirtualDevice>(std::get<ReportDescriptor>(std::move(parsed)), platform::HIDProperties{});
+    const auto handle = std::make_shared<VirtualDevice>(std::move(descriptor), platform::HIDProperties{});
     const auto manager = QZGCHIDManager::create(nullptr, virtualPlatform);
     manager->hidDeviceConnected(handle.get());
-    if (!descriptor.name.empty()) {
-        std::cout << descriptor.name << '\n';
+    if (!name.empty()) {
+        std::cout << name << '\n';
     }
     for (const auto& device : manager->devices()) {
         printElements(*device);
@@ -159,8 +162,14 @@ void printElementsOf(const NamedDescriptor& descriptor, const std::string& sourc
 
 ExitStatus printElementsOfDescriptor(const std::string& source) {
     try {
-        for (const NamedDescriptor& descriptor : readDescriptors(source)) {
-            printElementsOf(descriptor, source);
+        const auto descriptors = readDescriptors(source);
+        std::vector<ReportDescriptor> parsed; // all of them before the first is printed
+        parsed.reserve(descriptors.size());
+        for (const NamedDescriptor& each : descriptors) {
+            parsed.push_back(parse(each, source));
+        }
+        for (std::size_t i = 0; i < parsed.size(); ++i) {
+            printElementsOf(std::move(parsed[i]), descriptors[i].name);
         }
     } catch (const FileError& error) {
         std::cerr << error.what() << '\n';

@@ -171,6 +171,10 @@ TEST_F(CommandLine, PrintsTheElementsOfARecordedDevice) {
     EXPECT_EQ(outcome.output, "Knob\ncookie  type       usage     range             name\n"
                               "     1  collection 00:00                       0 / 0\n"
                               "     2  collection 00:00                       0 / 0\n");
+    write("two.hid", "D: 0\nR: 2 a0 c0\nN: Knob\nI: 3 1 2\nD: 1\nR: 1 c0\nN: Other\nI: 3 1 2\n");
+    EXPECT_EQ(run("elements --descriptor two.hid").status, 2);
+    EXPECT_THAT(run("elements --descriptor two.hid").output, IsEmpty());
+    EXPECT_THAT(run("elements --descriptor two.hid").complaint, HasSubstr("two.hid: the descriptor is refused"));
     write("faulty.hid", "R: 4 a0 c0 a0\nN: Knob\n");
     EXPECT_EQ(run("elements --descriptor faulty.hid").status, 2);
     EXPECT_THAT(run("elements --descriptor faulty.hid").complaint, HasSubstr("faulty.hid: line 1"));
