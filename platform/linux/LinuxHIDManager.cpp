@@ -91,7 +91,8 @@ void LinuxHIDManager::endTurn() noexcept {
 }
 
 bool LinuxHIDManager::hasWork() const noexcept {
-    return !values_.indices.empty() || !notices_.empty() || !ready_.empty() || propertiesWait_;
+    return !values_.indices.empty() || !notices_.empty() || !ready_.empty() || nextChange_ < changes_.size() ||
+           propertiesWait_;
 }
 
 bool LinuxHIDManager::deliverValue() {
@@ -165,6 +166,9 @@ void LinuxHIDManager::poll() {
     hasPolled_ = true;
     polled_.clear();
     watch_.poll(polled_);
+    if (nextChange_ < changes_.size()) {
+        polled_.push_back({HIDRawWatch::changes, false});
+    }
     for (const HIDRawWatch::Ready& each : polled_) {
         if (Node* const node = findNode(each.serial)) {
             node->hasEnded = node->hasEnded || each.hasEnded;

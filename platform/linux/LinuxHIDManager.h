@@ -33,6 +33,7 @@ private:
         std::shared_ptr<LinuxHIDDevice> device = nullptr; ///< null when it is not wanted, or not known yet
         bool isKnown = false;                             ///< whether its descriptor has been read
         bool hasEnded = false;                            ///< open, and nothing comes after what can still be read
+        bool isDeleted = false;                           ///< ended, and the name may be another node's by now
         IOReturn reported = kIOReturnSuccess;             ///< why it cannot be opened, as far as that has been told
     };
     /// Something to report, in its turn.
@@ -76,6 +77,7 @@ private:
     void nodeDeleted(Node& node);
     void end(Node& node);
     bool isStale(const Node& node) const;
+    bool isDraining() const noexcept;
     bool hasWork() const noexcept;
 
     Node* findNode(std::string_view name);
@@ -92,6 +94,7 @@ private:
     std::size_t nextReady_ = 0;
     std::vector<HIDRawWatch::Ready> polled_;
     std::vector<NodeChange> changes_;
+    std::size_t nextChange_ = 0; ///< those in `changes_` from here on are still to be taken in
     std::vector<std::uint8_t> buffer_;
     std::uint64_t nextSerial_ = HIDRawWatch::changes + 1;
     std::size_t reads_ = 0; ///< in this turn

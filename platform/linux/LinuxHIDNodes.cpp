@@ -10,7 +10,7 @@ void LinuxHIDManager::list() {
     isListed_ = listHIDRawNodes(calls_, paths_.classDirectory, names);
     for (auto next = nodes_.begin(); isListed_ && next != nodes_.end();) {
         Node& node = *next++;
-        if (!node.hasEnded && std::ranges::find(names, node.name) == names.end()) {
+        if (!node.isDeleted && std::ranges::find(names, node.name) == names.end()) {
             nodeDeleted(node);
         }
     }
@@ -36,17 +36,27 @@ bool LinuxHIDManager::isStale(const Node& node) const {
                : readDevicePath(calls_, paths_.classDirectory, node.name).path != node.device->sysfsPath();
 }
 
-/// Takes in a part of the changes of nodes; false when there are none.
+/// Takes in a part of the changes of nodes; false when there are none. What happened after a deletion waits until the
+/// deleted node is drained, so that its removal is reported before what came in its place.
 bool LinuxHIDManager::applyChanges() {
-    changes_.clear();
-    const bool mayHaveMore = watch_.readChanges(changes_);
-    for (const NodeChange& change : changes_) {
-        apply(change);
+    if (nextChange_ == changes_.size()) {
+        nextChange_ = 0;
+        changes_.clear();
+        if (!watch_.readChanges(changes_)) {
+            return false;
+        }
     }
-    if (mayHaveMore && !isListed_) {
+    while (nextChange_ < changes_.size() && !isDraining()) {
+        apply(changes_[nextChange_++]);
+    }
+    if (!isListed_) {
         list();
     }
-    return mayHaveMore;
+    return true;
+}
+
+bool LinuxHIDManager::isDraining() const noexcept {
+    return std::ranges::any_of(nodes_, &Node::isDeleted);
 }
 
 void LinuxHIDManager::apply(const NodeChange& change) {
@@ -146,6 +156,7 @@ void LinuxHIDManager::nodeDeleted(Node& node) {
         return;
     }
     node.hasEnded = true;
+    node.isDeleted = true;
     if (std::ranges::find(ready_, node.serial) == ready_.end()) {
         ready_.push_back(node.serial);
     }
@@ -167,7 +178,7 @@ void LinuxHIDManager::end(Node& node) {
 
 LinuxHIDManager::Node* LinuxHIDManager::findNode(std::string_view name) {
     const auto found =
-        std::ranges::find_if(nodes_, [&](const Node& node) { return node.name == name && !node.hasEnded; });
+        std::ranges::find_if(nodes_, [&](const Node& node) { return node.name == name && !node.isDeleted; });
     return found != nodes_.end() ? &*found : nullptr;
 }
 
