@@ -17,16 +17,16 @@ namespace qz::platform::tests {
 /// What a fake device is to sysfs.
 struct FakeHIDDevice {
     std::string name = "pad";
-    std::vector<std::uint8_t> descriptor;
+    std::vector<std::uint8_t> descriptor = {};
     std::uint32_t bus = 3; ///< USB; 5 Bluetooth
     std::uint32_t vendor = 0x1234;
     std::uint32_t product = 0x5678;
-    std::string phys;
-    std::string uniq;
-    std::string parent = "virtual/misc/uhid";    ///< the directory of the device's parent, below /sys/devices
-    std::map<std::string, std::string> usbFiles; ///< in the parent's parent, such as "product" to "Stick\n"
-    bool hasSysfs = true;                        ///< false: `addSysfs` comes later
-    bool hasNode = true;                         ///< false: `addNode` comes later
+    std::string phys = {};
+    std::string uniq = {};
+    std::string parent = "virtual/misc/uhid";         ///< the directory of the device's parent, below /sys/devices
+    std::map<std::string, std::string> usbFiles = {}; ///< in the parent's parent, such as "product" to "Stick\n"
+    bool hasSysfs = true;                             ///< false: `addSysfs` comes later
+    bool hasNode = true;                              ///< false: `addNode` comes later
 };
 
 /// The devices of a kernel, made of files: the trees of sysfs and of device nodes are in a temporary directory, and

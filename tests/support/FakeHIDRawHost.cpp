@@ -15,8 +15,7 @@ qz::platform::tests::FakeHIDDevice fakeDevice(const DeviceDescription& descripti
             .vendor = static_cast<std::uint32_t>(description.vendorID),
             .product = static_cast<std::uint32_t>(description.productID),
             .phys = "usb-0000:00:14.0-1/input0",
-            .uniq = description.serialNumber,
-            .usbFiles = {}};
+            .uniq = description.serialNumber};
 }
 
 /// An error of the system that is reported as `result`.
