@@ -13,8 +13,13 @@ public:
     CallbackInProgress(const CallbackInProgress&) = delete;
     CallbackInProgress& operator=(const CallbackInProgress&) = delete;
     ~CallbackInProgress() {
-        if (--manager_.callbacksInProgress_ == 0 && manager_.released_) {
+        if (--manager_.callbacksInProgress_ != 0) {
+            return;
+        }
+        if (manager_.released_) {
             delete &manager_;
+        } else if (std::exchange(manager_.heldBack_, false)) {
+            manager_.serveSchedules();
         }
     }
 
@@ -102,9 +107,23 @@ void HIDManagerBase::release() {
     }
 }
 
+/// In a nested turn the callback that runs it comes first. A loop that waits inside that callback would be woken all
+/// the time by what has to wait for the callback's end.
+void HIDManagerBase::holdBack() {
+    if (fileDescriptor() < 0) {
+        return;
+    }
+    heldBack_ = true;
+    for (Schedule& schedule : schedules_) {
+        schedule.served = false;
+        schedule.runLoop->removeSource(*this, schedule.mode);
+    }
+}
+
 std::size_t HIDManagerBase::perform() {
     if (callbacksInProgress_ != 0) {
-        return 0; // a nested turn: the callback that runs it comes first
+        holdBack();
+        return 0;
     }
     const CallbackInProgress keepAlive(*this);
     const Turn turn(*this);

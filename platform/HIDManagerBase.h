@@ -71,6 +71,7 @@ private:
     class Turn;
 
     std::size_t perform() override;
+    void holdBack();
 
     std::vector<HIDMatchingDictionary> criteria_;
     Registration<IOHIDDeviceCallback> matching_;
@@ -80,6 +81,7 @@ private:
     std::vector<std::shared_ptr<HIDDevice>> reported_;
     std::uint64_t scheduleRevision_ = 0;
     int callbacksInProgress_ = 0;
+    bool heldBack_ = false; ///< until the callback in progress ends
     bool discovering_ = false;
     bool released_ = false;
 };

@@ -125,6 +125,14 @@ std::string FakeHIDRaw::sysfsPath(int number) const {
     return "/devices/" + devices_.at(number).directory + "/hidraw/hidraw" + std::to_string(number);
 }
 
+std::vector<int> FakeHIDRaw::descriptors() const {
+    std::vector<int> result;
+    for (const auto& [descriptor, reader] : readers_) {
+        result.push_back(descriptor);
+    }
+    return result;
+}
+
 int FakeHIDRaw::open(const char* path, int flags, mode_t mode) {
     const std::string prefix = paths().deviceDirectory + "/hidraw";
     const std::string text = path;

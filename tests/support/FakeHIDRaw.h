@@ -65,7 +65,8 @@ public:
     /// The path of the node's directory in sysfs, as the kernel names it.
     std::string sysfsPath(int number) const;
 
-    /// How many descriptors of the nodes are open, and of all calls how many were made.
+    /// The descriptors that are open to nodes.
+    std::vector<int> descriptors() const;
     std::size_t openNodes() const { return readers_.size(); }
     std::map<std::string, int> opened; ///< how often a node of this name was opened, or that was tried
 
