@@ -66,9 +66,9 @@ void FakeHIDRaw::addSysfs(int number) {
     for (const auto& [file, text] : what.usbFiles) {
         writeFile(directory + "/../../" + file, text);
     }
-    writeFile(directory + "/uevent", "DRIVER=hid-generic\nHID_ID=" + numbersText(what, 8) + "\nHID_NAME=" + what.name +
-                                         "\nHID_PHYS=" + what.phys + "\nHID_UNIQ=" + what.uniq +
-                                         "\nMODALIAS=hid:b0003g0001v00001234p00005678\n");
+    writeFile(directory + "/uevent",
+              joined({"DRIVER=hid-generic\nHID_ID=", numbersText(what, 8), "\nHID_NAME=", what.name, "\nHID_PHYS=",
+                      what.phys, "\nHID_UNIQ=", what.uniq, "\nMODALIAS=hid:b0003g0001v00001234p00005678\n"}));
     writeFile(directory + "/report_descriptor",
               {reinterpret_cast<const char*>(what.descriptor.data()), what.descriptor.size()});
     std::filesystem::create_directory_symlink("../.." + sysfsPath(number), paths().classDirectory + "/" + name);

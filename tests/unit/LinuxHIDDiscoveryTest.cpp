@@ -7,12 +7,23 @@
 namespace qz::platform::tests {
 namespace {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-class LinuxHIDDiscovery : public LinuxHIDFixture {};
+class LinuxHIDDiscovery : public LinuxHIDFixture {
+protected:
+    /// Has so much happen to two nodes that the kernel no longer tells of what comes after it.
+    void loseChanges(int first, int second) {
+        // fs.inotify.max_queued_events; equal ones in a row the kernel takes for one.
+        int limit = 16384;
+        std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> limit;
+        for (int i = 0; i <= limit / 2; ++i) {
+            kernel.touchNode(first);
+            kernel.touchNode(second);
+        }
+    }
+};
 
 TEST_F(LinuxHIDDiscovery, OpensOnlyWhatMatchesAndOnlyOnceTheManagerIsOpen) {
     const int pad = kernel.plug(fakePad("pad"));
@@ -273,13 +284,7 @@ TEST_F(LinuxHIDDiscovery, ListsAgainWhenChangesWereLost) {
     const int changes = kernel.plug(fakePad("changes"));
     turn();
     told();
-    // More than the kernel keeps (fs.inotify.max_queued_events); equal ones in a row it takes for one.
-    int limit = 16384;
-    std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> limit;
-    for (int i = 0; i <= limit / 2; ++i) {
-        kernel.touchNode(stays);
-        kernel.touchNode(goes);
-    }
+    loseChanges(stays, goes);
     kernel.unplug(changes);
     ASSERT_EQ(kernel.plug(fakePad("changed")), changes);
     kernel.plug(fakePad("new"));
@@ -292,18 +297,14 @@ TEST_F(LinuxHIDDiscovery, ListsAgainWhenChangesWereLost) {
     EXPECT_FALSE(wouldWake());
 }
 
-TEST_F(LinuxHIDDiscovery, ListsAgainAlsoForAManagerThatIsNotOpen) {
+TEST_F(LinuxHIDDiscovery, ListsAgainWhenChangesWereLostAlsoForAManagerThatIsNotOpen) {
     client.schedule();
     const int stays = plugReported(fakePad("stays"));
     const int changes = plugReported(fakePad("changes"));
+    loseChanges(stays, changes);
     kernel.unplug(changes);
-    kernel.plug(fakePad("changed"));
-    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
-    EXPECT_THAT(turnAndTold(), Contains("removed changes"));
-    kernel.unplug(stays);
-    kernel.unplug(changes);
-    turn();
-    EXPECT_THAT(events, Contains("removed stays"));
+    ASSERT_EQ(kernel.plug(fakePad("changed")), changes);
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed changes", "matched changed"));
 }
 
 TEST_F(LinuxHIDDiscovery, WorksWithoutAListOfDevices) {

@@ -32,7 +32,18 @@ inline std::vector<std::uint8_t> button(bool pressed) {
 /// A client of the Linux back end on fake devices.
 class LinuxHIDFixture : public ::testing::Test {
 protected:
-    std::size_t turn() { return host.turn(); }
+    /// Turns of the loop until it would sleep.
+    std::size_t turn() {
+        std::size_t handled = 0;
+        for (int i = 0; i < 1000; ++i) {
+            handled += host.turn();
+            if (!wouldWake()) {
+                return handled;
+            }
+        }
+        ADD_FAILURE() << "it spins";
+        return handled;
+    }
     std::size_t dispatch() { return host.platform().currentRunLoop().dispatch(kCFRunLoopDefaultMode); }
     EventLog told() { return std::exchange(events, {}); }
 

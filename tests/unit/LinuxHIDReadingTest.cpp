@@ -9,7 +9,6 @@
 namespace qz::platform::tests {
 namespace {
 
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -183,6 +182,14 @@ TEST_F(LinuxHIDReading, RemovesADeviceThatHangsUpWhateverBecomesOfItsNode) {
     kernel.hangUp(pad);
     EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
     EXPECT_FALSE(wouldWake());
+}
+
+TEST_F(LinuxHIDReading, RemovesADeviceThatHasHungUpAlsoWhenReadingDoesNotSaySo) {
+    const int pad = plugReported(fakePad("pad"));
+    kernel.hangUp(pad);
+    kernel.setScript([](std::string_view call) { return call == "read" ? EAGAIN : 0; });
+    dispatch();
+    EXPECT_THAT(told(), ElementsAre("removed pad"));
 }
 
 TEST_F(LinuxHIDReading, RemovesADeviceWhoseNodeIsDeletedAlsoWhenNothingHangsUp) {
