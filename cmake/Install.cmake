@@ -30,3 +30,8 @@ foreach(kind IN ITEMS LIB INCLUDE)
 endforeach()
 configure_file(packaging/qzgamecontroller.pc.in "${PROJECT_BINARY_DIR}/qzgamecontroller.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/qzgamecontroller.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    # Not below CMAKE_INSTALL_LIBDIR, which may name an architecture: udev looks into lib/udev alone.
+    install(FILES packaging/60-qzgamecontroller.rules DESTINATION lib/udev/rules.d)
+endif()

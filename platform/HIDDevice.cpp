@@ -21,7 +21,12 @@ bool isInteger(const PropertyValue* property, std::int64_t wanted) {
 HIDDevice::~HIDDevice() = default;
 
 const PropertyValue* HIDDevice::property(std::string_view key) const {
-    const auto found = properties_.find(key);
+    auto found = properties_.find(key);
+    if (found == properties_.end()) {
+        // Of the device's value nothing changes: what is set now would have been the answer all along.
+        const_cast<HIDDevice*>(this)->loadProperties();
+        found = properties_.find(key);
+    }
     return found != properties_.end() ? &found->second : nullptr;
 }
 

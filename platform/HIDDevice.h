@@ -41,6 +41,10 @@ public:
 protected:
     HIDDevice() = default;
 
+    /// Called when a property is asked for that is not there: a back end that takes its time may set what it has left
+    /// out so far.
+    virtual void loadProperties() {}
+
     void setProperty(std::string_view key, PropertyValue value);
     void removeProperty(std::string_view key);
 

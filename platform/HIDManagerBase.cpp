@@ -13,8 +13,29 @@ public:
     CallbackInProgress(const CallbackInProgress&) = delete;
     CallbackInProgress& operator=(const CallbackInProgress&) = delete;
     ~CallbackInProgress() {
-        if (--manager_.callbacksInProgress_ == 0 && manager_.released_) {
+        if (--manager_.callbacksInProgress_ != 0) {
+            return;
+        }
+        if (manager_.released_) {
             delete &manager_;
+        } else if (std::exchange(manager_.heldBack_, false)) {
+            manager_.serveSchedules();
+        }
+    }
+
+private:
+    HIDManagerBase& manager_;
+};
+
+/// What belongs around the deliveries of a turn, whichever way they end.
+class HIDManagerBase::Turn {
+public:
+    explicit Turn(HIDManagerBase& manager) : manager_(manager) { manager_.beginTurn(); }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() {
+        if (!manager_.released_) {
+            manager_.endTurn();
         }
     }
 
@@ -44,11 +65,9 @@ void HIDManagerBase::registerInputValueCallback(IOHIDValueCallback callback, voi
 }
 
 void HIDManagerBase::scheduleWithRunLoop(RunLoop& runLoop, RunLoopMode mode) {
-    if (!runLoop.addSource(*this, mode)) {
-        return;
-    }
-    schedules_.push_back({&runLoop, mode});
+    schedules_.push_back({&runLoop, mode, false});
     ++scheduleRevision_;
+    serveSchedules();
     if (!discovering_) {
         discovering_ = true;
         discover();
@@ -62,6 +81,16 @@ void HIDManagerBase::unscheduleFromRunLoop(RunLoop& runLoop, RunLoopMode mode) {
         runLoop.removeSource(*this, mode);
         ++scheduleRevision_;
     }
+}
+
+bool HIDManagerBase::serveSchedules() {
+    if (!acquire()) {
+        return false;
+    }
+    for (Schedule& schedule : schedules_) {
+        schedule.served = schedule.served || schedule.runLoop->addSource(*this, schedule.mode);
+    }
+    return std::ranges::all_of(schedules_, &Schedule::served);
 }
 
 void HIDManagerBase::release() {
@@ -78,15 +107,30 @@ void HIDManagerBase::release() {
     }
 }
 
+/// In a nested turn the callback that runs it comes first. A loop that waits inside that callback would be woken all
+/// the time by what has to wait for the callback's end.
+void HIDManagerBase::holdBack() {
+    if (fileDescriptor() < 0) {
+        return;
+    }
+    heldBack_ = true;
+    for (Schedule& schedule : schedules_) {
+        schedule.served = false;
+        schedule.runLoop->removeSource(*this, schedule.mode);
+    }
+}
+
 std::size_t HIDManagerBase::perform() {
     if (callbacksInProgress_ != 0) {
-        return 0; // a nested turn: the callback that runs it comes first
+        holdBack();
+        return 0;
     }
     const CallbackInProgress keepAlive(*this);
+    const Turn turn(*this);
     const std::uint64_t scheduledAs = scheduleRevision_;
     std::size_t delivered = 0;
     // What the callbacks themselves set off is left to the next turn only when they move the manager elsewhere.
-    while (scheduleRevision_ == scheduledAs && deliverNext()) {
+    while (delivered < deliveriesPerTurn && scheduleRevision_ == scheduledAs && deliverNext()) {
         ++delivered;
     }
     return delivered;
@@ -96,10 +140,12 @@ bool HIDManagerBase::isReported(IOHIDDeviceRef device) const {
     return std::ranges::any_of(reported_, [&](const auto& reported) { return reported.get() == device; });
 }
 
+bool HIDManagerBase::isWanted(const HIDDevice& device) const {
+    return std::ranges::any_of(criteria_, [&](const HIDMatchingDictionary& each) { return device.matches(each); });
+}
+
 bool HIDManagerBase::reportArrival(const std::shared_ptr<HIDDevice>& device) {
-    const bool matches =
-        std::ranges::any_of(criteria_, [&](const HIDMatchingDictionary& each) { return device->matches(each); });
-    if (!matches || device->isGone() || isReported(device.get())) {
+    if (!isWanted(*device) || device->isGone() || isReported(device.get())) {
         return false;
     }
     reported_.push_back(device);

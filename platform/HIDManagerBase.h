@@ -24,8 +24,26 @@ protected:
     /// Called when the first scheduling, or new criteria after it, may have made devices visible.
     virtual void discover() = 0;
 
-    /// Takes the next thing that happened and delivers it; false when nothing is left.
+    /// Takes the next thing that happened and delivers it; false when nothing is left or the turn has had enough.
     virtual bool deliverNext() = 0;
+
+    /// Called around the deliveries of one turn; the end also when a callback threw, but not after the release. What is
+    /// left then has to make the descriptor readable.
+    virtual void beginTurn() {}
+    virtual void endTurn() noexcept {}
+
+    /// A turn ends after this many deliveries, so that it ends at all when every callback sets off another one.
+    static constexpr std::size_t deliveriesPerTurn = 1024;
+
+    /// Gets what serving a run loop takes; false when the system has none left.
+    virtual bool acquire() { return true; }
+
+    /// Has the run loops serve what they could not when it was scheduled; false when one still cannot.
+    bool serveSchedules();
+    bool isDiscovering() const noexcept { return discovering_; }
+
+    /// Whether the device matches any one of the criteria.
+    bool isWanted(const HIDDevice& device) const;
 
     /// Reports a device that matches and has not been reported; says whether it did.
     bool reportArrival(const std::shared_ptr<HIDDevice>& device);
@@ -47,10 +65,13 @@ private:
     struct Schedule {
         RunLoop* runLoop;
         RunLoopMode mode;
+        bool served;
     };
     class CallbackInProgress;
+    class Turn;
 
     std::size_t perform() override;
+    void holdBack();
 
     std::vector<HIDMatchingDictionary> criteria_;
     Registration<IOHIDDeviceCallback> matching_;
@@ -60,6 +81,7 @@ private:
     std::vector<std::shared_ptr<HIDDevice>> reported_;
     std::uint64_t scheduleRevision_ = 0;
     int callbacksInProgress_ = 0;
+    bool heldBack_ = false; ///< until the callback in progress ends
     bool discovering_ = false;
     bool released_ = false;
 };

@@ -4,8 +4,8 @@
 #include "platform/Platform.h"
 #include "platform/SystemLog.h"
 #include "platform/linux/FileUserDefaults.h"
+#include "platform/linux/LinuxHIDServices.h"
 #include "platform/linux/LinuxRunLoop.h"
-#include "platform/virtual/VirtualHID.h"
 
 #include <map>
 #include <mutex>
@@ -20,8 +20,7 @@ public:
     void write(std::string_view text) override;
 };
 
-/// The platform on Linux: run loop and log of the system, preferences in the user's own directory. Its HID services are
-/// the virtual ones, in which no device is plugged.
+/// The platform on Linux: devices, run loop and log of the system, preferences in the user's own directory.
 class LinuxPlatform final : public Platform {
 public:
     HIDServices& hidServices() override { return hidServices_; }
@@ -37,7 +36,7 @@ public:
 private:
     std::mutex runLoopsMutex_;
     std::map<std::thread::id, LinuxRunLoop> runLoops_;
-    VirtualHIDServices hidServices_;
+    LinuxHIDServices hidServices_;
     std::optional<FileUserDefaults> userDefaults_;
     LinuxSystemLog systemLog_;
 };

@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/eventfd.h>
 #include <sys/file.h>
+#include <sys/inotify.h>
 #include <unistd.h>
 
 namespace qz::platform {
@@ -26,6 +28,18 @@ int SystemCalls::epollControl(int set, int operation, int descriptor, epoll_even
 
 int SystemCalls::epollWait(int set, epoll_event* events, int capacity, int timeoutMilliseconds) {
     return ::epoll_wait(set, events, capacity, timeoutMilliseconds);
+}
+
+int SystemCalls::eventCreate(unsigned count, int flags) {
+    return ::eventfd(count, flags);
+}
+
+int SystemCalls::inotifyCreate(int flags) {
+    return ::inotify_init1(flags);
+}
+
+int SystemCalls::inotifyAddWatch(int inotify, const char* path, std::uint32_t mask) {
+    return ::inotify_add_watch(inotify, path, mask);
 }
 
 int SystemCalls::close(int descriptor) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <ctime>
 #include <sys/epoll.h>
 #include <sys/resource.h>
@@ -25,6 +26,9 @@ public:
     virtual int epollCreate(int flags);
     virtual int epollControl(int set, int operation, int descriptor, epoll_event* event);
     virtual int epollWait(int set, epoll_event* events, int capacity, int timeoutMilliseconds);
+    virtual int eventCreate(unsigned count, int flags); ///< eventfd
+    virtual int inotifyCreate(int flags);
+    virtual int inotifyAddWatch(int inotify, const char* path, std::uint32_t mask);
     virtual int close(int descriptor);
 
     virtual int open(const char* path, int flags, mode_t mode);

@@ -5,6 +5,7 @@
 
 #if defined(__linux__)
 #include "platform/linux/LinuxRunLoop.h"
+#include "tests/support/FakeHIDRawHost.h"
 #endif
 
 using namespace qz::platform;
@@ -25,6 +26,10 @@ std::unique_ptr<Host> makeJournaledVirtual() {
 std::unique_ptr<Host> makeVirtualOnEpoll() {
     return std::make_unique<VirtualHost>(std::make_unique<LinuxRunLoop>());
 }
+
+std::unique_ptr<Host> makeFakeHIDRaw() {
+    return std::make_unique<FakeHIDRawHost>();
+}
 #endif
 
 } // namespace
@@ -33,7 +38,7 @@ std::vector<HostKind> hostKinds() {
     return {
         {"Virtual", makeVirtual}, {"JournaledVirtual", makeJournaledVirtual},
 #if defined(__linux__)
-            {"VirtualOnEpoll", makeVirtualOnEpoll},
+            {"VirtualOnEpoll", makeVirtualOnEpoll}, {"FakeHIDRaw", makeFakeHIDRaw},
 #endif
     };
 }

@@ -18,6 +18,23 @@ public:
 
     explicit ScriptedSystemCalls(Script script) : script_(std::move(script)) {}
 
+    /// None: all calls get through.
+    void setScript(Script script) { script_ = std::move(script); }
+
+    int epollCreate(int flags) override { return asked("epollCreate") ? SystemCalls::epollCreate(flags) : -1; }
+    int epollControl(int set, int operation, int descriptor, epoll_event* event) override {
+        return asked("epollControl") ? SystemCalls::epollControl(set, operation, descriptor, event) : -1;
+    }
+    int epollWait(int set, epoll_event* events, int capacity, int timeoutMilliseconds) override {
+        return asked("epollWait") ? SystemCalls::epollWait(set, events, capacity, timeoutMilliseconds) : -1;
+    }
+    int eventCreate(unsigned count, int flags) override {
+        return asked("eventCreate") ? SystemCalls::eventCreate(count, flags) : -1;
+    }
+    int inotifyCreate(int flags) override { return asked("inotifyCreate") ? SystemCalls::inotifyCreate(flags) : -1; }
+    int inotifyAddWatch(int inotify, const char* path, std::uint32_t mask) override {
+        return asked("inotifyAddWatch") ? SystemCalls::inotifyAddWatch(inotify, path, mask) : -1;
+    }
     int close(int descriptor) override {
         // A descriptor is closed whatever close reports.
         const int result = SystemCalls::close(descriptor);
@@ -67,13 +84,14 @@ public:
     }
     int sleep(const timespec* duration) override { return asked("sleep") ? SystemCalls::sleep(duration) : -1; }
 
-private:
+protected:
     bool asked(std::string_view call) {
-        const int number = script_(call);
+        const int number = script_ ? script_(call) : 0;
         errno = number;
         return number == 0;
     }
 
+private:
     Script script_;
 };
 

@@ -228,6 +228,29 @@ TEST_F(VirtualHID, CallsBackAtOnceWhenItIsToldToBreakTheOrder) {
                                     "error 1", "error 2", "error 3"));
 }
 
+TEST_F(VirtualHID, EndsATurnAlsoWhenEveryCallbackSetsOffAnotherOne) {
+    client.schedule();
+    client.open();
+    const auto device = services.plug(describe("pad"));
+    turn();
+    told();
+    constexpr std::size_t all = 10000;
+    std::size_t values = 0;
+    client.onValue = [&](IOHIDValueRef) {
+        if (++values < all) {
+            services.send(device, 1, static_cast<std::int64_t>(values % 2));
+        }
+    };
+    services.send(device, 1, 1);
+    const std::size_t handled = turn();
+    EXPECT_GT(handled, 0U);
+    EXPECT_LT(handled, all);
+    EXPECT_EQ(values, handled);
+    while (turn() > 0) {
+    }
+    EXPECT_EQ(values, all) << "what is left comes in the turns after it";
+}
+
 TEST_F(VirtualHID, CallsEveryManagerBackThatIsStillThere) {
     EventLog otherEvents;
     auto other = std::make_unique<PlatformClient>(platform, otherEvents);

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/HIDRawWatch.h"
+
+#include "platform/linux/HIDSysfs.h"
+#include "platform/linux/RetryInterrupted.h"
+
+#include <array>
+#include <cstring>
+#include <limits>
+#include <sys/eventfd.h>
+#include <sys/inotify.h>
+#include <utility>
+
+namespace qz::platform {
+
+namespace {
+
+constexpr std::uint64_t wakeSerial = std::numeric_limits<std::uint64_t>::max();
+
+} // namespace
+
+HIDRawWatch::HIDRawWatch(SystemCalls& calls, std::string deviceDirectory)
+    : calls_(calls), deviceDirectory_(std::move(deviceDirectory)) {}
+
+HIDRawWatch::~HIDRawWatch() {
+    release();
+}
+
+bool HIDRawWatch::acquire() {
+    if (isAcquired()) {
+        return true;
+    }
+    const bool complete = acquireAll();
+    if (!complete) {
+        release();
+    }
+    return complete;
+}
+
+bool HIDRawWatch::acquireAll() {
+    set_ = calls_.epollCreate(EPOLL_CLOEXEC);
+    if (set_ < 0) {
+        return false;
+    }
+    wake_ = calls_.eventCreate(1, EFD_CLOEXEC | EFD_NONBLOCK);
+    awake_ = true;
+    if (wake_ < 0 || !watch(wake_, wakeSerial)) {
+        return false;
+    }
+    inotify_ = calls_.inotifyCreate(IN_CLOEXEC | IN_NONBLOCK);
+    return inotify_ >= 0 &&
+           calls_.inotifyAddWatch(inotify_, deviceDirectory_.c_str(), IN_CREATE | IN_ATTRIB | IN_DELETE | IN_ONLYDIR) >=
+               0 &&
+           watch(inotify_, changes);
+}
+
+void HIDRawWatch::release() noexcept {
+    closeDescriptor(inotify_);
+    closeDescriptor(wake_);
+    closeDescriptor(set_);
+}
+
+void HIDRawWatch::closeDescriptor(int& descriptor) noexcept {
+    if (descriptor >= 0) {
+        calls_.close(std::exchange(descriptor, -1));
+    }
+}
+
+bool HIDRawWatch::watch(int descriptor, std::uint64_t serial) {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.u64 = serial;
+    return calls_.epollControl(set_, EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+bool HIDRawWatch::add(int descriptor, std::uint64_t serial) {
+    return watch(descriptor, serial);
+}
+
+void HIDRawWatch::remove(int descriptor) {
+    // Closing alone would not do: a child process may have a copy of the descriptor, which keeps the set's entry alive.
+    calls_.epollControl(set_, EPOLL_CTL_DEL, descriptor, nullptr);
+}
+
+void HIDRawWatch::setAwake(bool awake) noexcept {
+    if (awake == awake_ || !isAcquired()) {
+        return;
+    }
+    eventfd_t count = 1;
+    const ssize_t size = retryInterrupted(
+        [&] { return awake ? calls_.write(wake_, &count, sizeof count) : calls_.read(wake_, &count, sizeof count); });
+    if (size >= 0) {
+        awake_ = awake;
+    }
+}
+
+void HIDRawWatch::poll(std::vector<Ready>& ready) {
+    // What does not fit is still ready at the next turn; the kernel takes turns among the ready ones.
+    std::array<epoll_event, 32> events{};
+    const int count = isAcquired() ? calls_.epollWait(set_, events.data(), static_cast<int>(events.size()), 0) : 0;
+    for (int i = 0; i < count; ++i) {
+        const epoll_event& event = events[static_cast<std::size_t>(i)];
+        if (event.data.u64 != wakeSerial) {
+            ready.push_back({event.data.u64, (event.events & (EPOLLHUP | EPOLLERR)) != 0});
+        }
+    }
+}
+
+bool HIDRawWatch::readChanges(std::vector<NodeChange>& list) {
+    std::array<char, 4096> buffer{};
+    const ssize_t size = retryInterrupted([&] { return calls_.read(inotify_, buffer.data(), buffer.size()); });
+    for (std::size_t offset = 0;
+         offset + sizeof(inotify_event) <= static_cast<std::size_t>(std::max<ssize_t>(size, 0));) {
+        inotify_event event{};
+        std::memcpy(&event, buffer.data() + offset, sizeof event);
+        // The name is padded with zeros up to `len`.
+        const char* const name = event.len != 0 ? buffer.data() + offset + sizeof event : "";
+        offset += sizeof event + event.len;
+        if ((event.mask & IN_Q_OVERFLOW) != 0) {
+            list.push_back({NodeChange::Kind::Lost});
+        } else if (isHIDRawName(name)) {
+            const auto kind = (event.mask & IN_DELETE) != 0   ? NodeChange::Kind::Deleted
+                              : (event.mask & IN_CREATE) != 0 ? NodeChange::Kind::Created
+                                                              : NodeChange::Kind::Altered;
+            list.push_back({kind, name});
+        }
+    }
+    return size > 0;
+}
+
+} // namespace qz::platform

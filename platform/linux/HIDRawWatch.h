@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/linux/SystemCalls.h"
+
+#include <string>
+#include <vector>
+
+namespace qz::platform {
+
+/// What happened to a device node.
+struct NodeChange {
+    enum class Kind : std::uint8_t {
+        Created,
+        Altered, ///< its owner, mode or access list
+        Deleted,
+        Lost, ///< changes of any nodes that are not told: there were too many
+    };
+    Kind kind;
+    std::string name = {}; ///< of the node, within its directory
+};
+
+/// All that one HID manager waits for, behind one descriptor: the changes of device nodes, input on the nodes that are
+/// open, and a wake-up of its own.
+class HIDRawWatch {
+public:
+    static constexpr std::uint64_t changes = 0; ///< stands for changes of nodes where a serial is given
+
+    /// Something is ready: the node with this serial, or changes.
+    struct Ready {
+        std::uint64_t serial;
+        bool hasEnded; ///< nothing will come after what can still be read
+    };
+
+    HIDRawWatch(SystemCalls& calls, std::string deviceDirectory);
+    HIDRawWatch(const HIDRawWatch&) = delete;
+    HIDRawWatch& operator=(const HIDRawWatch&) = delete;
+    ~HIDRawWatch();
+
+    /// Gets from the kernel what all this takes, and is awake then; false, and it has nothing, when that failed. Having
+    /// it already, it changes nothing.
+    bool acquire();
+    bool isAcquired() const noexcept { return set_ >= 0; }
+
+    /// -1 before `acquire`.
+    int fileDescriptor() const noexcept { return set_; }
+
+    /// Watches a node that was opened; `serial` is above 0. False when the kernel has no resources left.
+    bool add(int descriptor, std::uint64_t serial);
+    void remove(int descriptor);
+
+    /// While awake, the descriptor is readable.
+    void setAwake(bool awake) noexcept;
+
+    /// Appends to `ready` what is ready now. Never waits.
+    void poll(std::vector<Ready>& ready);
+
+    /// Appends the next changes; false when there are none for now. They may all be of nodes that are no HID devices',
+    /// and then nothing is appended.
+    bool readChanges(std::vector<NodeChange>& list);
+
+private:
+    bool acquireAll();
+    void release() noexcept;
+    bool watch(int descriptor, std::uint64_t serial);
+    void closeDescriptor(int& descriptor) noexcept;
+
+    SystemCalls& calls_;
+    std::string deviceDirectory_;
+    int set_ = -1;
+    int inotify_ = -1;
+    int wake_ = -1;
+    bool awake_ = false;
+};
+
+} // namespace qz::platform

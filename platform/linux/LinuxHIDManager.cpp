@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/LinuxHIDManager.h"
+
+#include "platform/linux/RetryInterrupted.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qz::platform {
+
+namespace {
+
+/// What one read of a node can bring: a report and its ID.
+constexpr std::size_t largestRead = ReportDescriptorLimits::reportBytes + 1;
+
+} // namespace
+
+LinuxHIDManager::LinuxHIDManager(const LinuxHIDPaths& paths, SystemCalls& calls)
+    : paths_(paths), calls_(calls), watch_(calls, paths.deviceDirectory), buffer_(largestRead) {}
+
+LinuxHIDManager::~LinuxHIDManager() {
+    for (const Node& node : nodes_) {
+        if (node.device) {
+            node.device->detach();
+        }
+    }
+}
+
+IOReturn LinuxHIDManager::open(IOOptionBits /*options*/) {
+    if (!serveSchedules()) {
+        return kIOReturnNoResources;
+    }
+    if (isDiscovering() && !isListed_) {
+        list();
+        if (!isListed_) {
+            return kIOReturnNoResources;
+        }
+    }
+    open_ = true;
+    for (Node& node : nodes_) {
+        examine(node);
+    }
+    watch_.setAwake(hasWork());
+    return kIOReturnSuccess;
+}
+
+IOReturn LinuxHIDManager::close(IOOptionBits /*options*/) {
+    open_ = false;
+    values_ = {};
+    ready_.clear();
+    std::erase_if(notices_, [](const Notice& notice) { return notice.kind == Notice::Kind::Failure; });
+    for (auto next = nodes_.begin(); next != nodes_.end();) {
+        Node& node = *next++;
+        node.reported = kIOReturnSuccess;
+        if (node.hasEnded) {
+            end(node);
+        } else if (node.device) {
+            closeNode(node);
+            arrive(node);
+        }
+    }
+    watch_.setAwake(hasWork());
+    return kIOReturnSuccess;
+}
+
+void LinuxHIDManager::discover() {
+    if (watch_.isAcquired()) {
+        list();
+        watch_.setAwake(hasWork());
+    }
+}
+
+void LinuxHIDManager::beginTurn() {
+    reads_ = 0;
+    hasPolled_ = false;
+    propertiesDue_ = propertiesWait_;
+}
+
+bool LinuxHIDManager::deliverNext() {
+    while (!deliverValue() && !deliverNotice()) {
+        if (!takeInput()) {
+            loadProperties();
+            return false;
+        }
+    }
+    return true;
+}
+
+void LinuxHIDManager::endTurn() noexcept {
+    watch_.setAwake(hasWork());
+}
+
+bool LinuxHIDManager::hasWork() const noexcept {
+    return !values_.indices.empty() || !notices_.empty() || !ready_.empty() || nextChange_ < changes_.size() ||
+           propertiesWait_;
+}
+
+bool LinuxHIDManager::deliverValue() {
+    if (values_.indices.empty()) {
+        return false;
+    }
+    const HIDValue value = values_.device->value(values_.indices.front());
+    values_.indices = values_.indices.subspan(1);
+    callInputValue(kIOReturnSuccess, &value);
+    return true;
+}
+
+bool LinuxHIDManager::deliverNotice() {
+    while (!notices_.empty()) {
+        const Notice notice = std::move(notices_.front());
+        notices_.pop_front();
+        if (deliver(notice)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool LinuxHIDManager::deliver(const Notice& notice) {
+    switch (notice.kind) {
+    case Notice::Kind::Arrival:
+        // One that cannot be opened now arrives when it can.
+        if (open_ && !notice.device->isOpen()) {
+            return false;
+        }
+        propertiesWait_ = true;
+        return reportArrival(notice.device);
+    case Notice::Kind::Removal:
+        return reportRemoval(notice.device);
+    case Notice::Kind::Failure:
+        if (notice.device->isGone()) {
+            return false;
+        }
+        callMatching(notice.result, notice.device.get());
+        return true;
+    }
+    return false;
+}
+
+/// Reads once, from what has waited longest; false when nothing is left or the turn has had enough.
+bool LinuxHIDManager::takeInput() {
+    if (!hasPolled_) {
+        poll();
+    }
+    if (ready_.empty() || reads_ == readsPerTurn) {
+        return false;
+    }
+    ++reads_;
+    nextReady_ = nextReady_ < ready_.size() ? nextReady_ : 0;
+    const std::uint64_t serial = ready_[nextReady_];
+    bool mayHaveMore = false;
+    if (serial == HIDRawWatch::changes) {
+        mayHaveMore = applyChanges();
+    } else if (Node* const node = findNode(serial); node != nullptr && node->device->isOpen()) {
+        mayHaveMore = readReport(*node);
+    }
+    if (mayHaveMore) {
+        ++nextReady_;
+    } else {
+        ready_.erase(ready_.begin() + static_cast<std::ptrdiff_t>(nextReady_));
+    }
+    return true;
+}
+
+void LinuxHIDManager::poll() {
+    hasPolled_ = true;
+    polled_.clear();
+    watch_.poll(polled_);
+    if (nextChange_ < changes_.size()) {
+        polled_.push_back({HIDRawWatch::changes, false});
+    }
+    for (const HIDRawWatch::Ready& each : polled_) {
+        if (Node* const node = findNode(each.serial)) {
+            node->hasEnded = node->hasEnded || each.hasEnded;
+        }
+        if (std::ranges::find(ready_, each.serial) == ready_.end()) {
+            ready_.push_back(each.serial);
+        }
+    }
+}
+
+bool LinuxHIDManager::readReport(Node& node) {
+    const ssize_t size =
+        retryInterrupted([&] { return calls_.read(node.device->descriptor(), buffer_.data(), buffer_.size()); });
+    if (size > 0) {
+        const auto indices = node.device->feed({buffer_.data(), static_cast<std::size_t>(size)});
+        if (isReported(node.device.get())) {
+            values_ = {node.device, indices};
+        }
+        return true;
+    }
+    if (size < 0 && errno == EAGAIN && !node.hasEnded) {
+        return false;
+    }
+    // Unplugged, or an error that will not pass: a descriptor that stays readable and brings nothing must not be kept.
+    end(node);
+    return false;
+}
+
+/// Reads what nobody has asked for, one turn after the arrivals: reporting those does not wait for it, and it must be
+/// known when the device is gone.
+void LinuxHIDManager::loadProperties() {
+    if (!std::exchange(propertiesDue_, false)) {
+        return;
+    }
+    propertiesWait_ = false;
+    for (const Node& node : nodes_) {
+        if (node.device && isReported(node.device.get())) {
+            node.device->loadProperties();
+        }
+    }
+}
+
+} // namespace qz::platform

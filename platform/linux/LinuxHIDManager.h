@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/HIDManagerBase.h"
+#include "platform/linux/HIDRawWatch.h"
+#include "platform/linux/LinuxHIDDevice.h"
+#include "platform/linux/LinuxHIDServices.h"
+
+#include <deque>
+#include <list>
+#include <span>
+
+namespace qz::platform {
+
+/// A manager of the kernel's HID devices.
+///
+/// A node is known by its name only from its creation to its deletion; what is open is known by the descriptor alone,
+/// because the kernel gives the number of a node that has gone to the next device at once.
+class LinuxHIDManager final : public HIDManagerBase {
+public:
+    LinuxHIDManager(const LinuxHIDPaths& paths, SystemCalls& calls);
+
+    IOReturn open(IOOptionBits options) override;
+    IOReturn close(IOOptionBits options) override;
+
+private:
+    /// Reports taken in one turn, from all devices together. A device's own queue in the kernel holds 63.
+    static constexpr std::size_t readsPerTurn = 128;
+
+    struct Node {
+        std::uint64_t serial; ///< tells a node from a later one of the same name
+        std::string name;
+        std::shared_ptr<LinuxHIDDevice> device = nullptr; ///< null when it is not wanted, or not known yet
+        bool isKnown = false;                             ///< whether its descriptor has been read
+        bool hasEnded = false;                            ///< open, and nothing comes after what can still be read
+        bool isDeleted = false;                           ///< ended, and the name may be another node's by now
+        IOReturn reported = kIOReturnSuccess;             ///< why it cannot be opened, as far as that has been told
+    };
+    /// Something to report, in its turn.
+    struct Notice {
+        enum class Kind : std::uint8_t { Arrival, Removal, Failure } kind;
+        std::shared_ptr<LinuxHIDDevice> device;
+        IOReturn result = kIOReturnSuccess;
+    };
+    /// The values of one report that are still to be delivered.
+    struct Values {
+        std::shared_ptr<LinuxHIDDevice> device;
+        std::span<const std::uint32_t> indices;
+    };
+
+    ~LinuxHIDManager() override;
+
+    int fileDescriptor() const noexcept override { return watch_.fileDescriptor(); }
+    bool acquire() override { return watch_.acquire(); }
+    void discover() override;
+    void beginTurn() override;
+    bool deliverNext() override;
+    void endTurn() noexcept override;
+
+    bool deliverValue();
+    bool deliverNotice();
+    bool deliver(const Notice& notice);
+    bool takeInput();
+    void poll();
+    bool readReport(Node& node);
+    void loadProperties();
+
+    void list();
+    void visit(const std::string& name);
+    bool applyChanges();
+    void apply(const NodeChange& change);
+    void examine(Node& node);
+    void identify(Node& node);
+    void openNode(Node& node);
+    void closeNode(Node& node);
+    void arrive(const Node& node);
+    void nodeDeleted(Node& node);
+    void end(Node& node);
+    bool isStale(const Node& node) const;
+    bool isDraining() const noexcept;
+    bool hasWork() const noexcept;
+
+    Node* findNode(std::string_view name);
+    Node* findNode(std::uint64_t serial);
+    Node& nodeNamed(const std::string& name);
+
+    const LinuxHIDPaths& paths_;
+    SystemCalls& calls_;
+    HIDRawWatch watch_;
+    std::list<Node> nodes_;
+    std::deque<Notice> notices_;
+    Values values_;
+    std::vector<std::uint64_t> ready_; ///< serials of what has something to read, which takes turns
+    std::size_t nextReady_ = 0;
+    std::vector<HIDRawWatch::Ready> polled_;
+    std::vector<NodeChange> changes_;
+    std::size_t nextChange_ = 0; ///< those in `changes_` from here on are still to be taken in
+    std::vector<std::uint8_t> buffer_;
+    std::uint64_t nextSerial_ = HIDRawWatch::changes + 1;
+    std::size_t reads_ = 0; ///< in this turn
+    bool open_ = false;
+    bool isListed_ = false;       ///< whether all nodes that were there have been looked at
+    bool hasPolled_ = false;      ///< in this turn
+    bool propertiesWait_ = false; ///< whether devices have been reported whose properties are still to be read
+    bool propertiesDue_ = false;  ///< whether that is to be done in this turn
+};
+
+} // namespace qz::platform

@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/LinuxHIDManager.h"
+
+#include <algorithm>
+
+namespace qz::platform {
+
+void LinuxHIDManager::list() {
+    std::vector<std::string> names;
+    isListed_ = listHIDRawNodes(calls_, paths_.classDirectory, names);
+    for (auto next = nodes_.begin(); isListed_ && next != nodes_.end();) {
+        Node& node = *next++;
+        if (!node.isDeleted && std::ranges::find(names, node.name) == names.end()) {
+            nodeDeleted(node);
+        }
+    }
+    for (const std::string& name : names) {
+        visit(name);
+    }
+}
+
+/// Looks at the node that has this name now, which may be another than the one known.
+void LinuxHIDManager::visit(const std::string& name) {
+    if (Node* const node = findNode(name); node != nullptr && isStale(*node)) {
+        nodeDeleted(*node);
+    }
+    examine(nodeNamed(name));
+}
+
+bool LinuxHIDManager::isStale(const Node& node) const {
+    if (!node.device) {
+        return true; // nothing is lost by looking again
+    }
+    return node.device->isOpen()
+               ? node.device->isNodeDeleted()
+               : readDevicePath(calls_, paths_.classDirectory, node.name).path != node.device->sysfsPath();
+}
+
+/// Takes in a part of the changes of nodes; false when there are none. What happened after a deletion waits until the
+/// deleted node is drained, so that its removal is reported before what came in its place.
+bool LinuxHIDManager::applyChanges() {
+    if (nextChange_ == changes_.size()) {
+        nextChange_ = 0;
+        changes_.clear();
+        if (!watch_.readChanges(changes_)) {
+            return false;
+        }
+    }
+    while (nextChange_ < changes_.size() && !isDraining()) {
+        apply(changes_[nextChange_++]);
+    }
+    if (!isListed_) {
+        list();
+    }
+    return true;
+}
+
+bool LinuxHIDManager::isDraining() const noexcept {
+    return std::ranges::any_of(nodes_, &Node::isDeleted);
+}
+
+void LinuxHIDManager::apply(const NodeChange& change) {
+    switch (change.kind) {
+    case NodeChange::Kind::Created:
+        visit(change.name);
+        return;
+    case NodeChange::Kind::Altered:
+        examine(nodeNamed(change.name));
+        return;
+    case NodeChange::Kind::Deleted:
+        // A list may have been quicker than the news: what is open may be a later node of this name.
+        if (Node* const node = findNode(change.name);
+            node != nullptr && !(node->device && node->device->isOpen() && !node->device->isNodeDeleted())) {
+            nodeDeleted(*node);
+        }
+        return;
+    case NodeChange::Kind::Lost:
+        list();
+        return;
+    }
+}
+
+/// Does what can be done for a node at present.
+void LinuxHIDManager::examine(Node& node) {
+    if (!node.isKnown) {
+        identify(node);
+    }
+    if (!node.device) {
+        return;
+    }
+    if (open_) {
+        openNode(node);
+    } else {
+        arrive(node);
+    }
+}
+
+void LinuxHIDManager::identify(Node& node) {
+    std::vector<std::uint8_t> bytes;
+    if (!readReportDescriptor(calls_, paths_.classDirectory, node.name, bytes)) {
+        return;
+    }
+    node.isKnown = true;
+    auto descriptor = parseReportDescriptor(bytes);
+    if (std::holds_alternative<ReportDescriptorError>(descriptor)) {
+        return;
+    }
+    auto device = std::make_shared<LinuxHIDDevice>(calls_, std::get<ReportDescriptor>(std::move(descriptor)));
+    device->locate(paths_.classDirectory, node.name);
+    if (isWanted(*device)) {
+        node.device = std::move(device);
+    }
+}
+
+void LinuxHIDManager::openNode(Node& node) {
+    if (node.device->isOpen()) {
+        return;
+    }
+    const int error = node.device->openNode(paths_.deviceDirectory + "/" + node.name);
+    if (error == ENOENT) {
+        return; // it has gone again, or comes later than what sysfs says of it
+    }
+    IOReturn result = statusOfOpening(error);
+    if (result == kIOReturnSuccess && !watch_.add(node.device->descriptor(), node.serial)) {
+        node.device->closeNode();
+        result = kIOReturnNoResources;
+    }
+    if (result == kIOReturnSuccess) {
+        arrive(node);
+    } else if (result != node.reported) {
+        notices_.push_back({Notice::Kind::Failure, node.device, result});
+    }
+    node.reported = result;
+}
+
+void LinuxHIDManager::closeNode(Node& node) {
+    if (node.device->isOpen()) {
+        watch_.remove(node.device->descriptor());
+        node.device->closeNode();
+    }
+}
+
+void LinuxHIDManager::arrive(const Node& node) {
+    const bool isOnItsWay = std::ranges::any_of(notices_, [&](const Notice& notice) {
+        return notice.kind == Notice::Kind::Arrival && notice.device == node.device;
+    });
+    if (!isOnItsWay && !isReported(node.device.get())) {
+        notices_.push_back({Notice::Kind::Arrival, node.device});
+    }
+}
+
+/// The node has lost its name. What has been read into the kernel's queue before still counts.
+void LinuxHIDManager::nodeDeleted(Node& node) {
+    if (!node.device || !node.device->isOpen()) {
+        end(node);
+        return;
+    }
+    node.hasEnded = true;
+    node.isDeleted = true;
+    if (std::ranges::find(ready_, node.serial) == ready_.end()) {
+        ready_.push_back(node.serial);
+    }
+}
+
+/// The device is gone; `node` too.
+void LinuxHIDManager::end(Node& node) {
+    if (node.device) {
+        closeNode(node);
+        node.device->detach();
+        node.device->markGone();
+        notices_.push_back({Notice::Kind::Removal, node.device});
+        if (values_.device == node.device) {
+            values_ = {}; // it keeps no handle alive
+        }
+    }
+    nodes_.remove_if([serial = node.serial](const Node& each) { return each.serial == serial; });
+}
+
+LinuxHIDManager::Node* LinuxHIDManager::findNode(std::string_view name) {
+    const auto found =
+        std::ranges::find_if(nodes_, [&](const Node& node) { return node.name == name && !node.isDeleted; });
+    return found != nodes_.end() ? &*found : nullptr;
+}
+
+LinuxHIDManager::Node* LinuxHIDManager::findNode(std::uint64_t serial) {
+    const auto found = std::ranges::find(nodes_, serial, &Node::serial);
+    return found != nodes_.end() ? &*found : nullptr;
+}
+
+LinuxHIDManager::Node& LinuxHIDManager::nodeNamed(const std::string& name) {
+    Node* const node = findNode(name);
+    return node != nullptr ? *node : nodes_.emplace_back(Node{.serial = nextSerial_++, .name = name});
+}
+
+} // namespace qz::platform

@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/CountedAllocations.h"
+#include "tests/unit/LinuxHIDFixture.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace qz::platform::tests {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// A device with this many sticks of one byte each, in one report without an ID.
+FakeHIDDevice fakeSticks(std::uint8_t count) {
+    FakeHIDDevice device = fakePad("sticks");
+    device.descriptor = {0x05, 0x01, 0x09, 0x05,  0xa1, 0x01,        // Game Pad, application
+                         0x09, 0x30, 0x15, 0x00,  0x26, 0xff, 0x00,  // X, 0..255
+                         0x75, 0x08, 0x95, count, 0x81, 0x02, 0xc0}; // count fields of 8 bits, variable
+    return device;
+}
+
+class LinuxHIDReading : public LinuxHIDFixture {
+protected:
+    void SetUp() override { setUp(); }
+};
+
+TEST_F(LinuxHIDReading, DeliversAllValuesOfAReportBeforeItReadsTheNext) {
+    const int sticks = plugReported(fakeSticks(3));
+    kernel.send(sticks, {1, 2, 3});
+    kernel.send(sticks, {1, 9, 3});
+    kernel.send(sticks, {7, 9, 8});
+    EXPECT_THAT(turnAndTold(), ElementsAre("value sticks 1:48 1", "value sticks 1:48 2", "value sticks 1:48 3",
+                                           "value sticks 1:48 9", "value sticks 1:48 7", "value sticks 1:48 8"));
+}
+
+TEST_F(LinuxHIDReading, LeavesTheRestOfAReportWaitingDuringACallback) {
+    const int sticks = plugReported(fakeSticks(2));
+    client.onValue = [&](IOHIDValueRef) {
+        client.onValue = nullptr;
+        EXPECT_EQ(turn(), 0U);
+        events.emplace_back("ran the loop");
+    };
+    kernel.send(sticks, {1, 2});
+    kernel.send(sticks, {3, 2});
+    EXPECT_THAT(turnAndTold(),
+                ElementsAre("value sticks 1:48 1", "ran the loop", "value sticks 1:48 2", "value sticks 1:48 3"));
+}
+
+TEST_F(LinuxHIDReading, WakesNoLoopThatWaitsInsideACallback) {
+    const int pad = plugReported(fakePad("pad"));
+    client.onValue = [&](IOHIDValueRef) {
+        client.onValue = nullptr;
+        EXPECT_EQ(dispatch(), 0U);
+        EXPECT_FALSE(wouldWake()) << "nothing can be done before the callback ends";
+        kernel.plug(fakePad("other"));
+        EXPECT_FALSE(wouldWake());
+    };
+    kernel.send(pad, button(true));
+    kernel.send(pad, button(false));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1", "value pad 9:1 0", "matched other"));
+    kernel.send(pad, button(true));
+    EXPECT_TRUE(wouldWake());
+}
+
+TEST_F(LinuxHIDReading, StaysUnscheduledWhenALoopRanInsideTheCallbackThatDidIt) {
+    const int pad = plugReported(fakePad("pad"));
+    client.onValue = [&](IOHIDValueRef) {
+        client.onValue = nullptr;
+        dispatch();
+        client.unschedule();
+    };
+    kernel.send(pad, button(true));
+    kernel.send(pad, button(false));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1"));
+    EXPECT_FALSE(wouldWake());
+    client.schedule();
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 0"));
+}
+
+TEST_F(LinuxHIDReading, GoesOnWithinAReportAfterACallbackThatThrew) {
+    const int sticks = plugReported(fakeSticks(2));
+    client.onValue = [&](IOHIDValueRef) {
+        client.onValue = nullptr;
+        throw std::runtime_error("out of the callback");
+    };
+    kernel.send(sticks, {1, 2});
+    EXPECT_THROW(turn(), std::runtime_error);
+    EXPECT_TRUE(wouldWake()) << "something is left, though nothing is in the kernel";
+    told();
+    EXPECT_THAT(turnAndTold(), ElementsAre("value sticks 1:48 2"));
+    EXPECT_FALSE(wouldWake());
+}
+
+TEST_F(LinuxHIDReading, LetsNoDeviceStarveAnother) {
+    const int flood = plugReported(fakePad("flood"));
+    const int calm = plugReported(fakePad("calm"));
+    bool pressed = false;
+    std::size_t floods = 0;
+    client.onValue = [&](IOHIDValueRef value) {
+        if (IOHIDElementGetDevice(IOHIDValueGetElement(value)) != handle && ++floods < 10000) {
+            kernel.send(flood, button(pressed = !pressed));
+        }
+    };
+    for (int i = 0; i < 63; ++i) {
+        kernel.send(flood, button(pressed = !pressed));
+    }
+    kernel.send(calm, button(true));
+    const std::size_t handled = dispatch();
+    EXPECT_LT(handled, 1000U) << "a turn ends although the flood does not";
+    const auto place = std::ranges::find(events, "value calm 9:1 1") - events.begin();
+    EXPECT_LE(place, 2) << "it takes turns";
+    EXPECT_TRUE(wouldWake());
+}
+
+TEST_F(LinuxHIDReading, LetsNoDeviceStarveOneThatSendsInALaterTurn) {
+    const int flood = plugReported(fakePad("flood"));
+    const int calm = plugReported(fakePad("calm"));
+    bool pressed = false;
+    const auto fill = [&] {
+        for (int i = 0; i < 200; ++i) {
+            kernel.send(flood, button(pressed = !pressed));
+        }
+    };
+    fill();
+    dispatch();
+    for (int i = 0; i < 5; ++i) {
+        told();
+        fill();
+        kernel.send(calm, button(i % 2 == 0));
+        dispatch();
+        EXPECT_THAT(events, ::testing::Contains(::testing::StartsWith("value calm")));
+    }
+}
+
+TEST_F(LinuxHIDReading, LetsNoFloodHoldBackArrivalsAndRemovals) {
+    const int flood = plugReported(fakePad("flood"));
+    const int calm = plugReported(fakePad("calm"));
+    bool pressed = false;
+    std::size_t floods = 0;
+    client.onValue = [&](IOHIDValueRef) {
+        if (++floods < 10000) {
+            kernel.send(flood, button(pressed = !pressed));
+        }
+    };
+    for (int i = 0; i < 200; ++i) {
+        kernel.send(flood, button(pressed = !pressed));
+    }
+    dispatch();
+    kernel.unplug(calm);
+    kernel.plug(fakePad("new"));
+    dispatch();
+    EXPECT_THAT(events, ::testing::IsSupersetOf({"removed calm", "matched new"}));
+}
+
+TEST_F(LinuxHIDReading, EndsATurnAlsoWhenReportsBringNothingNew) {
+    const int pad = plugReported(fakePad("pad"));
+    for (int i = 0; i < 200; ++i) {
+        kernel.send(pad, button(true));
+    }
+    EXPECT_EQ(dispatch(), 1U);
+    EXPECT_TRUE(wouldWake());
+    while (wouldWake()) {
+        dispatch();
+    }
+    EXPECT_THAT(told(), ElementsAre("value pad 9:1 1"));
+}
+
+TEST_F(LinuxHIDReading, DrainsWhatADeviceSentBeforeItWentAndThenRemovesIt) {
+    const int pad = plugReported(fakePad("pad"));
+    kernel.send(pad, button(true));
+    kernel.send(pad, button(false));
+    kernel.unplug(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1", "value pad 9:1 0", "removed pad"));
+    EXPECT_EQ(kernel.openNodes(), 0U);
+    EXPECT_FALSE(wouldWake());
+}
+
+TEST_F(LinuxHIDReading, RemovesADeviceThatHangsUpWhateverBecomesOfItsNode) {
+    const int pad = plugReported(fakePad("pad"));
+    kernel.hangUp(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
+    EXPECT_FALSE(wouldWake());
+}
+
+TEST_F(LinuxHIDReading, RemovesADeviceThatHasHungUpAlsoWhenReadingDoesNotSaySo) {
+    const int pad = plugReported(fakePad("pad"));
+    kernel.hangUp(pad);
+    kernel.setScript([](std::string_view call) { return call == "read" ? EAGAIN : 0; });
+    dispatch();
+    EXPECT_THAT(told(), ElementsAre("removed pad"));
+}
+
+TEST_F(LinuxHIDReading, RemovesADeviceWhoseNodeIsDeletedAlsoWhenNothingHangsUp) {
+    const int pad = plugReported(fakePad("pad"));
+    kernel.send(pad, button(true));
+    kernel.removeNode(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1", "removed pad"));
+    EXPECT_EQ(kernel.openNodes(), 0U);
+    EXPECT_FALSE(wouldWake());
+}
+
+TEST_F(LinuxHIDReading, RemovesADeviceOnceForAllThatSaysItIsGone) {
+    const int pad = plugReported(fakePad("pad"));
+    kernel.setScript([](std::string_view call) { return call == "read" ? EIO : 0; });
+    kernel.send(pad, button(true));
+    EXPECT_EQ(dispatch(), 1U);
+    kernel.setScript(nullptr);
+    kernel.unplug(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
+}
+
+TEST_F(LinuxHIDReading, KeepsNoDescriptorThatOnlyFails) {
+    for (const int error : {EIO, ENODEV, ESHUTDOWN, EBADF, ENOMEM, EINVAL}) {
+        const int pad = plugReported(fakePad("pad"));
+        kernel.send(pad, button(true));
+        kernel.setScript([error](std::string_view call) { return call == "read" ? error : 0; });
+        dispatch();
+        EXPECT_THAT(told(), ElementsAre("removed pad")) << error;
+        EXPECT_EQ(kernel.openNodes(), 0U);
+        kernel.setScript(nullptr);
+        kernel.unplug(pad);
+        EXPECT_THAT(turnAndTold(), IsEmpty());
+        EXPECT_FALSE(wouldWake());
+    }
+}
+
+TEST_F(LinuxHIDReading, ReadsAgainWhenASignalInterruptsIt) {
+    const int pad = plugReported(fakePad("pad"));
+    int interruptions = 3;
+    kernel.setScript([&](std::string_view call) { return call == "read" && interruptions-- > 0 ? EINTR : 0; });
+    kernel.send(pad, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1"));
+    EXPECT_LE(interruptions, 0);
+}
+
+TEST_F(LinuxHIDReading, WaitsOnWhenThereIsNothingToReadAfterAll) {
+    const int pad = plugReported(fakePad("pad"));
+    kernel.send(pad, button(true));
+    kernel.setScript([](std::string_view call) { return call == "read" ? EAGAIN : 0; });
+    EXPECT_EQ(dispatch(), 0U);
+    kernel.setScript(nullptr);
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1"));
+}
+
+TEST_F(LinuxHIDReading, TakesTheBeginningOfAReportThatIsLongerThanAnyMayBe) {
+    const int sticks = plugReported(fakeSticks(2));
+    std::vector<std::uint8_t> report(40000, 0xff);
+    report[0] = 1;
+    report[1] = 2;
+    kernel.send(sticks, report);
+    kernel.send(sticks, {3, 2});
+    EXPECT_THAT(turnAndTold(), ElementsAre("value sticks 1:48 1", "value sticks 1:48 2", "value sticks 1:48 3"));
+}
+
+TEST_F(LinuxHIDReading, IsNotWokenByADescriptorThatAChildProcessKeeps) {
+    const int pad = plugReported(fakePad("pad"));
+    // What a child that did not execute another program yet has.
+    ASSERT_THAT(kernel.descriptors(), ::testing::SizeIs(1));
+    const int copy = ::dup(kernel.descriptors().front());
+    kernel.unplug(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
+    EXPECT_FALSE(wouldWake());
+    ::close(copy);
+}
+
+TEST_F(LinuxHIDReading, AllocatesNothing) {
+    const int sticks = plugReported(fakeSticks(8));
+    std::vector<std::uint8_t> report(8, 1);
+    std::size_t values = 0;
+    IOHIDManagerRegisterInputValueCallback(
+        client.manager(),
+        [](void* context, IOReturn, void*, IOHIDValueRef) { *static_cast<std::size_t*>(context) += 1; }, &values);
+    kernel.send(sticks, report);
+    turn();
+    for (std::uint8_t i = 2; i < 60; ++i) {
+        std::ranges::fill(report, i);
+        kernel.send(sticks, report);
+    }
+    const ::qz::test::CountedAllocations allocations;
+    dispatch();
+    EXPECT_EQ(allocations.count(), 0U);
+    EXPECT_EQ(values, 8U * 59U);
+}
+
+TEST_F(LinuxHIDReading, LetsTheHandleDieWithTheRemoval) {
+    const int pad = plugReported(fakePad("pad"));
+    const std::weak_ptr<HIDDevice> watch = handle->weak_from_this();
+    kernel.send(pad, button(true));
+    turn();
+    kernel.unplug(pad);
+    client.onRemoved = [&](IOHIDDeviceRef) { EXPECT_FALSE(watch.expired()); };
+    turn();
+    EXPECT_TRUE(watch.expired());
+}
+
+TEST_F(LinuxHIDReading, ClosesEverythingWithTheManagerWhateverAClientKeeps) {
+    plugReported(fakePad("pad"));
+    const auto kept = pin(handle);
+    client.release();
+    EXPECT_EQ(kernel.openNodes(), 0U);
+    EXPECT_NE(kept->property("Product"), nullptr);
+    EXPECT_EQ(kept->property("SerialNumber"), nullptr);
+}
+
+} // namespace
+} // namespace qz::platform::tests
