@@ -219,7 +219,17 @@ void RecordingReader::readDescription(std::size_t key, std::string_view value) {
     }
     // One blank belongs to the key, further ones to the text.
     value.remove_prefix(!value.empty() && isBlank(value.front()) ? 1 : 0);
-    (describingKeys[key] == 'N' ? recorded.name : describingKeys[key] == 'P' ? recorded.phys : recorded.uniq) = value;
+    switch (describingKeys[key]) {
+    case 'N':
+        recorded.name = value;
+        break;
+    case 'P':
+        recorded.phys = value;
+        break;
+    default:
+        recorded.uniq = value;
+        break;
+    }
 }
 
 void RecordingReader::readIdentity(std::string_view value) {
@@ -251,7 +261,7 @@ std::vector<std::uint8_t> RecordingReader::readBytes(std::string_view value, std
         const auto byte = word.size() > 2 ? std::nullopt : parseNumber(word, 16, 0xff);
         if (!byte) {
             fail({"byte ", DecimalText(static_cast<std::int64_t>(bytes.size() + 1)),
-                  " is not one of two hexadecimal digits; write it as 00 to ff"});
+                  " is no byte in hexadecimal; write it as 00 to ff"});
             return {};
         }
         bytes.push_back(static_cast<std::uint8_t>(*byte));

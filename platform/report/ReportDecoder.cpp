@@ -32,13 +32,13 @@ std::size_t bytesOf(std::size_t bits) {
 
 ReportDecoder::ReportDecoder(const ReportDescriptor& descriptor) : hasReportIDs_(descriptor.inputHasReportIDs) {
     std::array<std::size_t, 256> elements{};
-    std::size_t marks = 0;
+    std::size_t usages = 0; // of the Array with the most
     for (const ReportInput& input : descriptor.inputs) {
         elements[input.reportID] += input.elementCount;
-        marks = std::max<std::size_t>(marks, input.isArray ? input.elementCount : 0);
+        usages = std::max<std::size_t>(usages, input.isArray ? input.elementCount : 0);
     }
     changed_.resize(*std::ranges::max_element(elements));
-    marks_.resize((marks + bitsPerWord - 1) / bitsPerWord);
+    marks_.resize((usages + bitsPerWord - 1) / bitsPerWord);
     for (std::uint32_t id = 0; id < elements.size(); ++id) {
         if (elements[id] != 0) {
             addReport(descriptor, id);
@@ -134,28 +134,27 @@ std::span<const std::uint32_t> ReportDecoder::feed(std::span<const std::uint8_t>
     if (reportOfID_[id] == 0) {
         return {};
     }
-    values_ = values;
     Report& known = reports_[reportOfID_[id] - 1U];
     const auto bytes = report.first(std::min(report.size(), known.end));
     if (known.isCompared && bytes.size() == known.received) {
-        takeChanges(known, bytes);
+        takeChanges(known, bytes, values);
     } else {
-        takeAll(known, bytes);
+        takeAll(known, bytes, values);
     }
     return {changed_.data(), changedCount_};
 }
 
-void ReportDecoder::takeAll(Report& report, std::span<const std::uint8_t> bytes) {
+void ReportDecoder::takeAll(Report& report, std::span<const std::uint8_t> bytes, std::span<Value> values) {
     report.received = bytes.size();
     for (std::uint32_t w = report.firstWord; w < report.endWord; ++w) {
         words_[w].last = loadLittleEndian(bytes, words_[w].offset);
     }
     for (std::uint32_t f = report.firstField; f < report.endField; ++f) {
-        takeField(fields_[f], bytes);
+        readField(fields_[f], bytes, values);
     }
 }
 
-void ReportDecoder::takeChanges(const Report& report, std::span<const std::uint8_t> bytes) {
+void ReportDecoder::takeChanges(const Report& report, std::span<const std::uint8_t> bytes, std::span<Value> values) {
     std::uint32_t next = report.firstField; // a field that goes on in another byte is looked at once
     for (std::uint32_t w = report.firstWord; w < report.endWord; ++w) {
         Word& word = words_[w];
@@ -167,24 +166,24 @@ void ReportDecoder::takeChanges(const Report& report, std::span<const std::uint8
             const std::size_t endOfByte = (word.offset + byte + 1) * 8;
             next = std::max(next, word.firstField + word.fieldOf[byte]);
             while (next < report.endField && fields_[next].bits.offset < endOfByte) {
-                takeField(fields_[next++], bytes);
+                readField(fields_[next++], bytes, values);
             }
             news &= byte == bytesPerWord - 1 ? 0 : ~std::uint64_t{0} << (8 * (byte + 1));
         }
     }
 }
 
-void ReportDecoder::takeField(const Field& field, std::span<const std::uint8_t> bytes) {
+void ReportDecoder::readField(const Field& field, std::span<const std::uint8_t> bytes, std::span<Value> values) {
     if (field.isArray) {
         if (bytesOf(endOf(field)) <= bytes.size()) {
-            takeArray(arrays_[field.index], bytes);
+            readArray(arrays_[field.index], bytes, values);
         }
     } else if (field.bits.end() <= bytes.size()) {
-        take(field.index, fieldValue(bytes, field.bits), field.isRelative);
+        update(values[field.index], field.index, fieldValue(bytes, field.bits), field.isRelative);
     }
 }
 
-void ReportDecoder::takeArray(const ReportInput& array, std::span<const std::uint8_t> bytes) {
+void ReportDecoder::readArray(const ReportInput& array, std::span<const std::uint8_t> bytes, std::span<Value> values) {
     std::ranges::fill(marks_, 0);
     ReportField slot = array.field;
     for (std::uint32_t i = 0; i < array.count; ++i) {
@@ -197,13 +196,12 @@ void ReportDecoder::takeArray(const ReportInput& array, std::span<const std::uin
         slot.offset += slot.width;
     }
     for (std::uint32_t i = 0; i < array.elementCount; ++i) {
-        take(array.firstElement + i, static_cast<std::int64_t>(marks_[i / bitsPerWord] >> (i % bitsPerWord) & 1U),
-             array.isRelative);
+        update(values[array.firstElement + i], array.firstElement + i,
+               static_cast<std::int64_t>(marks_[i / bitsPerWord] >> (i % bitsPerWord) & 1U), array.isRelative);
     }
 }
 
-void ReportDecoder::take(std::uint32_t element, std::int64_t value, bool isRelative) {
-    Value& known = values_[element];
+void ReportDecoder::update(Value& known, std::uint32_t element, std::int64_t value, bool isRelative) {
     if (known != value || (isRelative && value != 0)) {
         known = value;
         changed_[changedCount_++] = element;

@@ -56,11 +56,11 @@ private:
     void enterBits(Word& word, std::size_t at, std::size_t end, std::uint32_t f) const;
     std::size_t endOf(const Field& field) const;
     std::size_t endOfLastWord() const;
-    void takeAll(Report& report, std::span<const std::uint8_t> bytes);
-    void takeChanges(const Report& report, std::span<const std::uint8_t> bytes);
-    void takeField(const Field& field, std::span<const std::uint8_t> bytes);
-    void takeArray(const ReportInput& array, std::span<const std::uint8_t> bytes);
-    void take(std::uint32_t element, std::int64_t value, bool isRelative);
+    void takeAll(Report& report, std::span<const std::uint8_t> bytes, std::span<Value> values);
+    void takeChanges(const Report& report, std::span<const std::uint8_t> bytes, std::span<Value> values);
+    void readField(const Field& field, std::span<const std::uint8_t> bytes, std::span<Value> values);
+    void readArray(const ReportInput& array, std::span<const std::uint8_t> bytes, std::span<Value> values);
+    void update(Value& known, std::uint32_t element, std::int64_t value, bool isRelative);
 
     bool hasReportIDs_;
     std::array<std::uint16_t, 256> reportOfID_{}; ///< one more than the index in `reports_`; 0: no such report
@@ -68,10 +68,9 @@ private:
     std::vector<Field> fields_;
     std::vector<ReportInput> arrays_;
     std::vector<Word> words_;
-    std::vector<std::uint64_t> marks_;   ///< scratch of takeArray: a bit for each usage that a slot names
+    std::vector<std::uint64_t> marks_;   ///< scratch of readArray: a bit for each usage that a slot names
     std::vector<std::uint32_t> changed_; ///< as long as there are elements in any report
     std::size_t changedCount_ = 0;       ///< how many of them `feed` answers
-    std::span<Value> values_;            ///< during `feed`
 };
 
 } // namespace qz::platform

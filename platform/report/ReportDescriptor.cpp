@@ -69,9 +69,6 @@ public:
     explicit Parser(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
 
     std::variant<ReportDescriptor, ReportDescriptorError> parse() {
-        if (bytes_.size() > Limits::descriptorBytes) {
-            refuse(Limits::descriptorBytes, "more than 4096 bytes");
-        }
         while (!error_ && at_ < bytes_.size()) {
             readItem();
         }
@@ -97,8 +94,7 @@ private:
             if (left < 3 || left - 3 < bytes_[at_ + 1]) {
                 return refuse(at_, "the item is cut off");
             }
-            at_ += 3U + bytes_[at_ + 1];
-            return;
+            return goTo(at_ + 3U + bytes_[at_ + 1]);
         }
         Item item{.offset = at_,
                   .type = static_cast<ItemType>((prefix >> 2U) & 3U),
@@ -108,8 +104,17 @@ private:
             return refuse(at_, "the item is cut off");
         }
         item.data = static_cast<std::uint32_t>(loadLittleEndian(bytes_.subspan(at_ + 1, item.size), 0));
-        at_ += 1U + item.size;
-        take(item);
+        goTo(at_ + 1U + item.size);
+        if (!error_) {
+            take(item);
+        }
+    }
+
+    void goTo(std::size_t end) {
+        if (end > Limits::descriptorBytes) {
+            return refuse(at_, "more than 4096 bytes");
+        }
+        at_ = end;
     }
 
     void take(const Item& item) {

@@ -9,8 +9,8 @@
 namespace qz::platform {
 
 /// What a descriptor may declare at the most. A descriptor comes from a stranger's hardware and can ask for billions of
-/// elements in a few bytes; with these limits none costs more than a few milliseconds or a few megabytes, and the
-/// largest that was seen on a real device stays far below each of them.
+/// elements in a few bytes; with these limits none costs more than a few milliseconds or a few megabytes. No real
+/// device comes near them but for `arrayUsages`: some name all 65,536 usages of a page, and use a handful.
 struct ReportDescriptorLimits {
     static constexpr std::size_t descriptorBytes = 4096; ///< HID_MAX_DESCRIPTOR_SIZE in linux/hid.h
     static constexpr std::size_t reportBytes = 16384;    ///< HID_MAX_BUFFER_SIZE in linux/hid.h; the ID not counted
@@ -37,8 +37,10 @@ struct ReportInput {
     bool isRelative = false;
     std::uint32_t firstElement = 0; ///< index
     std::uint32_t elementCount = 0; ///< equal to `count` but in an Array, where each declared usage makes an element
-    std::int64_t logicalMin = 0;    ///< In an Array a slot's value less this one is the position of its usage,
-    std::int64_t logicalMax = 0;    ///< and a value outside this range stands for none.
+    /// In an Array a slot's value less the minimum is the position of its usage, and a value outside the range names
+    /// none.
+    std::int64_t logicalMin = 0;
+    std::int64_t logicalMax = 0;
 };
 
 /// What the bytes of a report descriptor declare, by HID 1.11 section 6.2.2.

@@ -23,18 +23,16 @@ void UsageList::addUsage(std::uint32_t data, std::uint32_t pageInForce) {
 }
 
 void UsageList::addRange(std::uint32_t data, std::uint32_t pageInForce) {
-    if (usageOf(data) < usageOf(minimum_)) {
-        return;
-    }
     const std::uint32_t ownPage = pageOf(data) != 0 ? pageOf(data) : pageOf(minimum_);
     add({ownPage != 0 ? ownPage : pageInForce, usageOf(minimum_), usageOf(data), ownPage == 0});
 }
 
 void UsageList::add(const Range& range) {
-    if (isDelimited_ && std::exchange(hasAlternative_, true)) {
-        return;
+    const bool isFurtherAlternative = isDelimited_ && std::exchange(hasAlternative_, true);
+    const bool isEmpty = range.to < range.from;
+    if (!isFurtherAlternative && !isEmpty) {
+        ranges_.push_back(range);
     }
-    ranges_.push_back(range);
 }
 
 void UsageList::setDelimited(bool open) {

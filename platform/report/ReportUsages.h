@@ -15,7 +15,8 @@ public:
     void setMinimum(std::uint32_t data) { minimum_ = data; }
     /// Usage Maximum: the range from the last minimum, or from 0. One that ends below its beginning is empty.
     void addRange(std::uint32_t data, std::uint32_t pageInForce);
-    /// Delimiter: of what stands between open and close, alternatives of one usage, the first one counts.
+    /// Delimiter: of what stands between open and close, alternatives of one usage, the first one counts, also when it
+    /// is an empty range.
     void setDelimited(bool open);
     /// Ends the local items.
     void clear();

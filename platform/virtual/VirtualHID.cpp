@@ -43,6 +43,16 @@ IOHIDElementRef VirtualDevice::element(std::size_t index) const {
     return elements() && index < elements()->size() ? &(*elements())[index] : nullptr;
 }
 
+std::vector<HIDValue> VirtualDevice::takeReport(std::span<const std::uint8_t> report) {
+    const auto changed = feed(report);
+    std::vector<HIDValue> values;
+    values.reserve(changed.size());
+    for (const std::uint32_t index : changed) {
+        values.push_back(value(index));
+    }
+    return values;
+}
+
 void VirtualDevice::setLastKnownValue(std::size_t index, std::optional<std::int64_t> value) {
     HIDDevice::setLastKnownValue(element(index), value);
     forgetReports();
@@ -154,10 +164,7 @@ private:
         }
         auto& values = event.report->values;
         if (!values) {
-            values.emplace();
-            for (const std::uint32_t index : event.device->feed(event.report->bytes)) {
-                values->push_back(event.device->value(index));
-            }
+            values = event.device->takeReport(event.report->bytes);
         }
         if (event.index == values->size()) {
             return false;
@@ -255,8 +262,9 @@ void VirtualHIDServices::deliverInputValue(IOReturn result, IOHIDValueRef value)
 
 void VirtualHIDServices::deliverReport(const std::shared_ptr<VirtualDevice>& device,
                                        std::span<const std::uint8_t> report) {
-    for (const std::uint32_t index : device->feed(report)) {
-        const HIDValue value = device->value(index);
+    const std::shared_ptr<VirtualDevice> keptAlive = device;
+    // All values first, because a callback may deliver another report of the device.
+    for (const HIDValue& value : keptAlive->takeReport(report)) {
         deliverInputValue(kIOReturnSuccess, &value);
     }
 }

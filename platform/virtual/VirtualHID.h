@@ -48,6 +48,9 @@ public:
 
 private:
     friend class VirtualHIDServices;
+
+    /// The values that `feed` answers.
+    std::vector<HIDValue> takeReport(std::span<const std::uint8_t> report);
 };
 
 /// HID services without an operating system: devices come, send and go when the program says so.
@@ -89,7 +92,8 @@ public:
     void deliverMatching(IOReturn result, IOHIDDeviceRef device);
     void deliverRemoval(IOReturn result, IOHIDDeviceRef device);
     void deliverInputValue(IOReturn result, IOHIDValueRef value);
-    /// Takes a report in and calls the input-value callback for each value that is new in it.
+    /// Takes a report in whole and calls the input-value callback for each value that was new in it then, whatever
+    /// another report does that is delivered inside one of these calls.
     void deliverReport(const std::shared_ptr<VirtualDevice>& device, std::span<const std::uint8_t> report);
 
     /// From now on no manager can be made, or can again.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "QZGameController/QZGCConfigurationManager.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "tests/support/ReportDescriptorChecks.h"
 #include "tests/support/StoredConfigurationFromBytes.h"
 #include "tests/support/StoredConfigurationModel.h"
 
@@ -17,8 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             QZGCConfigurationManager::create(list(x), list(y), list(b), list(oldX), list(oldY), list(oldB), platform)
                 ->saveUserDefaults();
             const auto* const saved = platform.userDefaults().dictionaryForKey("QZGameControllerConfig");
-            if (!isModernFormOf(*saved, modelConfiguration(stored, isLegacy, names)))
-                __builtin_trap();
+            qz::test::check(isModernFormOf(*saved, modelConfiguration(stored, isLegacy, names)));
         }
     }
     return 0;

@@ -119,7 +119,7 @@ TEST(Recording, NumbersDoNotReadAsLessThanTheySay) {
 TEST(Recording, RefusesWhatWouldBeMisread) {
     EXPECT_EQ(refusal("R: 3 05 01\n"), "line 1: the line has 2 bytes and says 3; complete it or mend the number");
     EXPECT_EQ(refusal("\n\nR: 1 05 01\n"), "line 3: the line has 2 bytes and says 1; complete it or mend the number");
-    EXPECT_EQ(refusal("R: 2 05 1c0\n"), "line 1: byte 2 is not one of two hexadecimal digits; write it as 00 to ff");
+    EXPECT_EQ(refusal("R: 2 05 1c0\n"), "line 1: byte 2 is no byte in hexadecimal; write it as 00 to ff");
     EXPECT_NE(refusal("R: 2 05 0c0\n"), "");
     EXPECT_NE(refusal("R: 2 05 x\n"), "");
     EXPECT_NE(refusal("R: 2 05 -1\n"), "");

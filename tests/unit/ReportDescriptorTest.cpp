@@ -220,6 +220,8 @@ TEST(ReportDescriptor, TakesARangesPageFromTheMaximumThenTheMinimum) {
                 ElementsAre("2 3:1 0..1", "2 3:2 0..1"));
     EXPECT_THAT(elements(after(buttons, "95 02 1b 01 00 02 00 29 02 81 02")), ElementsAre("2 2:1 0..1", "2 2:2 0..1"));
     EXPECT_THAT(elements(after(buttons, "95 02 19 01 2b 02 00 03 00 81 02")), ElementsAre("2 3:1 0..1", "2 3:2 0..1"));
+    EXPECT_THAT(elements(after(buttons, "95 02 1b 05 00 02 00 2b 01 00 03 00 81 02")), IsEmpty())
+        << "the pages do not count for which end is the lower one";
     // Named between the two, and again before the field: the page at the maximum is the range's.
     EXPECT_THAT(elements("05 01 15 00 25 01 75 01 95 03 19 01 05 09 29 02 05 0c 09 05 81 02"),
                 ElementsAre("2 9:1 0..1", "2 9:2 0..1", "2 c:5 0..1"));
@@ -244,6 +246,11 @@ TEST(ReportDescriptor, GivesAPageNamedLateToTheUsagesBeforeIt) {
     EXPECT_THAT(elements("05 01 15 00 25 01 75 01 95 02 09 01 0b 07 00 0c 00 05 09 81 02"),
                 ElementsAre("2 9:1 0..1", "2 c:7 0..1"));
     EXPECT_THAT(elements("05 0c 09 05 05 01 a1 01 c0"), ElementsAre("collection 1 1:5")) << "collections too";
+    EXPECT_THAT(elements("05 01 15 00 25 01 75 01 95 01 09 01 09 02 05 09 81 02"), ElementsAre("2 9:1 0..1"))
+        << "although the last one is a surplus";
+    EXPECT_THAT(elements("05 01 15 00 25 01 75 01 95 02 09 01 a9 01 09 02 05 09 09 03 a9 00 81 02"),
+                ElementsAre("2 9:1 0..1", "2 9:2 0..1"))
+        << "an alternative that does not count is no last usage";
     EXPECT_THAT(elements("05 01 15 00 25 01 75 01 95 02 19 01 29 02 05 09 81 02"),
                 ElementsAre("2 9:1 0..1", "2 9:2 0..1"))
         << "ranges too";
@@ -276,6 +283,11 @@ TEST(ReportDescriptor, CountsTheFirstOfADelimitedSet) {
     EXPECT_THAT(elements(after(byteAxis, "a9 01 09 30 09 31 81 02 95 02 09 32 09 33 81 02")),
                 ElementsAre("3 1:30 0..255", "3 1:32 0..255", "3 1:33 0..255"))
         << "a set that is left open ends with the main item";
+    EXPECT_THAT(elements(after(buttons, "95 01 a9 01 19 05 29 04 09 07 a9 00 81 02")), IsEmpty())
+        << "an empty range is the first alternative all the same";
+    EXPECT_THAT(elements(after(byteAxis, "95 02 a9 01 09 30 a9 01 09 31 a9 00 09 32 81 02")),
+                ElementsAre("3 1:30 0..255", "3 1:32 0..255"))
+        << "a set that is opened twice is one";
 }
 
 TEST(ReportDescriptor, ReadsLogicalMaximumByTheSignOfTheMinimum) {
@@ -377,6 +389,11 @@ TEST(ReportDescriptor, RefusesTooManyMemberships) {
     // Collections 0 and 1 deep, then elements 2 deep: 1 + 2 * n memberships.
     EXPECT_EQ(refusal("05 09 75 01 a0 a0 96 fd 3f 09 01 81 02 c0 c0"), "");
     EXPECT_EQ(refusal("05 09 75 01 a0 a0 a0 96 a9 2a 09 01 81 02 c0 c0 c0"), "");
+    // 3 + 3 * 10,921 = 32,766, and one element two deep or three elements more.
+    EXPECT_EQ(refusal("05 09 75 01 a0 a0 a0 96 a9 2a 09 01 81 02 c0 95 01 09 01 81 02 c0 c0"), "");
+    EXPECT_EQ(refusal("05 09 75 01 a0 a0 a0 96 a9 2a 09 01 81 02 c0 c0 95 02 09 01 81 02 c0"), "");
+    EXPECT_EQ(refusal("05 09 75 01 a0 a0 a0 96 a9 2a 09 01 81 02 c0 c0 95 03 09 01 81 02 c0"),
+              "20: more than 32768 memberships of elements in collections");
     EXPECT_EQ(refusal("05 09 75 01 a0 a0 a0 96 aa 2a 09 01 81 02 c0 c0 c0"),
               "12: more than 32768 memberships of elements in collections");
 }
@@ -393,6 +410,8 @@ TEST(ReportDescriptor, RefusesAReportThatIsTooLong) {
 TEST(ReportDescriptor, RefusesADescriptorThatIsTooLong) {
     EXPECT_EQ(refusal(std::vector<std::uint8_t>(4096)), "");
     EXPECT_EQ(refusal(std::vector<std::uint8_t>(4097)), "4096: more than 4096 bytes");
+    EXPECT_EQ(refusal(repeated("00", 4095) + "05 01"), "4095: more than 4096 bytes") << "the item that goes beyond";
+    EXPECT_EQ(refusal("c0" + repeated("00", 5000)), "0: no collection is open that could end here");
 }
 
 TEST(ReportDescriptor, NamesTheFirstFault) {

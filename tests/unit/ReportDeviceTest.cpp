@@ -227,22 +227,45 @@ TEST(ReportDevice, ReadsFieldsThatStraddleBytesAndWords) {
     }
 }
 
-TEST(ReportDevice, DecodesAReportTooLongToCompareToo) {
-    // 16,384 bytes, a button at each end of padding, and a second report that is compared.
-    const auto huge = device("05 09 15 00 25 01 85 01 75 10 96 fc 1f 19 01 29 02 81 00 85 02 75 01 95 01 09 03 81 02");
-    std::vector<std::uint8_t> report(1 + 16376);
-    report[0] = 1;
-    EXPECT_THAT(huge->feed(report), ElementsAre(0, 1));
-    EXPECT_THAT(huge->feed(report), IsEmpty());
-    std::vector<std::uint8_t> ones = report;
-    for (std::size_t i = 1; i < ones.size(); i += 2) {
-        ones[i] = 1;
+TEST(ReportDevice, DecodesReportsBeyondThoseThatAreComparedToo) {
+    // Four Arrays of 8,188 slots of two bytes: more than is kept for comparing; then a button alone.
+    const auto huge = device("05 09 15 00 25 01 75 10 96 fc 1f 85 01 19 01 29 02 81 00 85 02 19 03 29 04 81 00 "
+                             "85 03 19 05 29 06 81 00 85 04 19 07 29 08 81 04 85 05 75 01 95 01 09 09 81 02");
+    for (std::uint8_t id = 1; id <= 4; ++id) {
+        std::vector<std::uint8_t> report(1 + 2 * 8188);
+        report[0] = id;
+        const std::uint32_t first = 2 * (id - 1U);
+        const bool isRelative = id == 4;
+        EXPECT_THAT(huge->feed(report), ElementsAre(first, first + 1));
+        EXPECT_EQ(huge->feed(report).size(), isRelative ? 1U : 0U);
+        for (std::size_t i = 1; i < report.size(); i += 2) {
+            report[i] = 1;
+        }
+        EXPECT_THAT(huge->feed(report), ElementsAre(first, first + 1)) << "all slots name the second usage";
+        report[report.size() - 2] = 0;
+        if (isRelative) {
+            EXPECT_THAT(huge->feed(report), ElementsAre(first, first + 1));
+        } else {
+            EXPECT_THAT(huge->feed(report), ElementsAre(first)) << "the last slot counts";
+        }
     }
-    EXPECT_THAT(huge->feed(ones), ElementsAre(0, 1));
-    ones.back() = 0;
-    ones[ones.size() - 2] = 0;
-    EXPECT_THAT(huge->feed(ones), ElementsAre(0)) << "the last slot counts";
-    EXPECT_THAT(fed(*huge, "02 01"), ElementsAre("3=1"));
+    EXPECT_THAT(fed(*huge, "05 01"), ElementsAre("9=1"));
+    EXPECT_THAT(fed(*huge, "05 01"), IsEmpty());
+}
+
+TEST(ReportDevice, ForgetsASlotThatNamesAUsageBeyondTheElements) {
+    const auto keys = device("05 0c 15 00 27 ff ff 00 00 75 10 95 02 1a 00 00 2a ff ff 81 00");
+    EXPECT_EQ(keys->feed(bytes("ff 07 00 00")).size(), 2048U);
+    EXPECT_THAT(fed(*keys, "00 08 ff ff"), ElementsAre("1=0", "2048=0"));
+    EXPECT_THAT(fed(*keys, "00 08 01 00"), ElementsAre("2=1"));
+}
+
+TEST(ReportDevice, TakesAReportOfNothingButItsID) {
+    const auto two = device("05 01 15 00 26 ff 00 75 08 95 01 85 01 09 30 81 02 85 02 09 31 81 02");
+    EXPECT_THAT(fed(*two, "01"), IsEmpty());
+    EXPECT_THAT(fed(*two, "01 00"), ElementsAre("1=0"));
+    EXPECT_THAT(fed(*two, "01"), IsEmpty());
+    EXPECT_THAT(fed(*two, "01 00"), IsEmpty());
 }
 
 TEST(ReportDevice, TakesReportsInWithoutAllocating) {

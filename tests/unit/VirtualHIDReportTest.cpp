@@ -132,8 +132,15 @@ TEST_F(VirtualHIDReports, CallBackAtOnceWhenTheyAreToldToBreakTheOrder) {
             services.deliverReport(stick, bytes("02 03"));
         }
     };
-    services.deliverReport(stick, bytes("01 0b"));
-    EXPECT_THAT(told(), ElementsAre("value stick 1:48 1", "value stick 1:48 2", "value stick 1:49 3"));
+    services.deliverReport(stick, bytes("01 0c"));
+    EXPECT_THAT(told(),
+                ElementsAre("value stick 1:48 1", "value stick 1:48 2", "value stick 1:49 3", "value stick 1:49 12"));
+    client.onValue = [&](IOHIDValueRef) {
+        services.unplug(stick);
+        stick = nullptr;
+    };
+    services.deliverReport(stick, bytes("04 05"));
+    EXPECT_THAT(told(), ElementsAre("value stick 1:48 4", "value stick 1:49 5"));
 }
 
 } // namespace

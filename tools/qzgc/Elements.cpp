@@ -7,6 +7,7 @@
 #include "platform/virtual/VirtualPlatform.h"
 #include "tools/qzgc/TextFile.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
@@ -51,9 +52,11 @@ struct NamedDescriptor {
     Bytes bytes;
 };
 
-/// Only a recording has a line that begins with a descriptor's key: as an item that prefix would have data.
-bool looksLikeRecording(std::string_view contents) {
-    return contents.starts_with("R: ") || contents.find("\nR: ") != std::string_view::npos;
+/// No descriptor does without control characters: the prefix of an item that names a usage page is one.
+bool isText(std::string_view contents) {
+    return std::ranges::none_of(contents, [](char each) {
+        return static_cast<unsigned char>(each) < ' ' && blanks.find(each) == std::string_view::npos;
+    });
 }
 
 std::vector<NamedDescriptor> readDescriptors(const std::string& source) {
@@ -66,12 +69,15 @@ std::vector<NamedDescriptor> readDescriptors(const std::string& source) {
         throw FileError(source, "no such file, and not hexadecimal digits, two for each byte");
     }
     const std::string contents = readFile(source);
-    if (!looksLikeRecording(contents)) {
-        return {{"", bytesOfHexadecimal(contents).value_or(Bytes(contents.begin(), contents.end()))}};
+    if (!isText(contents)) {
+        return {{"", Bytes(contents.begin(), contents.end())}};
+    }
+    if (auto bytes = bytesOfHexadecimal(contents)) {
+        return {{"", *std::move(bytes)}};
     }
     auto recording = platform::readRecording(contents);
     if (const auto* const refusal = std::get_if<platform::RecordingError>(&recording)) {
-        throw FileError(source, refusal->message);
+        throw FileError(source, "neither a descriptor nor hexadecimal digits nor a recording: " + refusal->message);
     }
     std::vector<NamedDescriptor> descriptors;
     for (platform::RecordedDevice& device : std::get<platform::Recording>(recording).devices) {

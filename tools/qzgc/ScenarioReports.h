@@ -8,7 +8,7 @@
 #include <optional>
 #include <span>
 
-/// All that the tool knows of report descriptors.
+/// Devices of a scenario, hand-made or made of a report descriptor.
 namespace qz::tools {
 
 /// Makes `bytes` the source of the definition's elements. Throws ScenarioError when they do not describe a device.

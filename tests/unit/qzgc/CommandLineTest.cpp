@@ -177,7 +177,11 @@ TEST_F(CommandLine, PrintsTheElementsOfARecordedDevice) {
     EXPECT_THAT(run("elements --descriptor two.hid").complaint, HasSubstr("two.hid: the descriptor is refused"));
     write("faulty.hid", "R: 4 a0 c0 a0\nN: Knob\n");
     EXPECT_EQ(run("elements --descriptor faulty.hid").status, 2);
-    EXPECT_THAT(run("elements --descriptor faulty.hid").complaint, HasSubstr("faulty.hid: line 1"));
+    EXPECT_THAT(run("elements --descriptor faulty.hid").complaint, HasSubstr("nor a recording: line 1: "));
+    write("digits", "05 01 0g");
+    EXPECT_THAT(run("elements --descriptor digits").complaint, HasSubstr("nor a recording: line 1: "));
+    write("blanks.hid", "  R:\t2 a0 c0\n");
+    EXPECT_EQ(run("elements --descriptor blanks.hid").status, 0);
 }
 
 TEST_F(CommandLine, SaysWhereADescriptorIsRefusedAndWhy) {
