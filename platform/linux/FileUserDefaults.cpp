@@ -179,7 +179,9 @@ bool FileUserDefaults::setAside(LockedDocument& document, std::string_view damag
 }
 
 bool FileUserDefaults::write(LockedDocument& document) {
-    JSONWriting writing = jsonFromDictionary(values_);
+    // The memory of the text before becomes that of the new one. Should writing fail, the document is read and parsed
+    // once more by the next synchronisation.
+    JSONWriting writing = jsonFromDictionary(values_, std::exchange(seen_, {}));
     std::string problem;
     if (!document.replace(writing.text, problem)) {
         report(std::move(problem));
