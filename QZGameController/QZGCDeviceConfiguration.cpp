@@ -135,18 +135,21 @@ PropertyList::Dictionary QZGCDeviceConfiguration::configPList() const {
 
 PropertyList::Dictionary QZGCDeviceConfiguration::elementsPList() const {
     PropertyList::Dictionary plist;
+    // The text of a cookie mostly stands behind that of the cookie before.
+    auto place = plist.end();
     for (const auto& [cookie, configuration] : elements_) {
         PropertyList::Dictionary specification;
         specification.emplace(reversedDirectionKey(false), configuration.reversedDirection() ? "1" : notReversed);
-        plist.emplace(std::to_string(cookie), std::move(specification));
+        place = std::next(plist.try_emplace(place, std::to_string(cookie), std::move(specification)));
     }
     return plist;
 }
 
 PropertyList::Dictionary QZGCDeviceConfiguration::mappingsPList() const {
     PropertyList::Dictionary plist;
+    auto place = plist.end();
     for (const auto& [cookie, action] : mappings_) {
-        plist.emplace(std::to_string(cookie), action.rawValue());
+        place = std::next(plist.try_emplace(place, std::to_string(cookie), action.rawValue()));
     }
     return plist;
 }
