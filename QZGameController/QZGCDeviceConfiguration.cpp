@@ -134,19 +134,29 @@ PropertyList::Dictionary QZGCDeviceConfiguration::configPList() const {
 }
 
 PropertyList::Dictionary QZGCDeviceConfiguration::elementsPList() const {
+    const auto specification = [](std::string_view flag) {
+        PropertyList::Dictionary entries;
+        entries.emplace(reversedDirectionKey(false), flag);
+        return PropertyList(std::move(entries));
+    };
+    // One for all elements that have it.
+    const PropertyList plain = specification(notReversed);
+    const PropertyList reversed = specification("1");
     PropertyList::Dictionary plist;
+    // The text of a cookie mostly stands behind that of the cookie before.
+    auto place = plist.end();
     for (const auto& [cookie, configuration] : elements_) {
-        PropertyList::Dictionary specification;
-        specification.emplace(reversedDirectionKey(false), configuration.reversedDirection() ? "1" : notReversed);
-        plist.emplace(std::to_string(cookie), std::move(specification));
+        const PropertyList& value = configuration.reversedDirection() ? reversed : plain;
+        place = std::next(plist.try_emplace(place, std::to_string(cookie), value));
     }
     return plist;
 }
 
 PropertyList::Dictionary QZGCDeviceConfiguration::mappingsPList() const {
     PropertyList::Dictionary plist;
+    auto place = plist.end();
     for (const auto& [cookie, action] : mappings_) {
-        plist.emplace(std::to_string(cookie), action.rawValue());
+        place = std::next(plist.try_emplace(place, std::to_string(cookie), action.rawValue()));
     }
     return plist;
 }

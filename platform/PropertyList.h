@@ -6,6 +6,7 @@
 #include <concepts>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ namespace qz::platform {
 /// numbers and booleans. The kinds never mix: the boolean true is no integer, and 3.0 is none either.
 ///
 /// Strings are UTF-8 by intention; nothing checks it here. Dictionaries are walked in the order of their keys' bytes.
+///
+/// Copies are independent. A dictionary that nobody may change is shared by its copies, so that copying one, or storing
+/// it in many places, costs neither time nor memory.
 ///
 /// A store may hold more than these kinds, such as the null of JSON. Such a foreign value answers no question about its
 /// kind, so that who reads it passes over it like over any value of a wrong kind; the store it came from writes it back
@@ -38,7 +42,7 @@ public:
     PropertyList(std::string_view value) : value_(std::string(value)) {}
     PropertyList(std::string value) : value_(std::move(value)) {}
     PropertyList(Array value) : value_(std::move(value)) {}
-    PropertyList(Dictionary value) : value_(std::move(value)) {}
+    PropertyList(Dictionary value) : value_(SharedDictionary(std::move(value))) {}
 
     /// A foreign value, which its store writes as `text`.
     static PropertyList foreign(std::string text);
@@ -49,9 +53,10 @@ public:
     std::optional<double> floatingPoint() const;
     const std::string* string() const noexcept { return std::get_if<std::string>(&value_); }
     const Array* array() const noexcept { return std::get_if<Array>(&value_); }
-    const Dictionary* dictionary() const noexcept { return std::get_if<Dictionary>(&value_); }
+    const Dictionary* dictionary() const noexcept;
     Array* array() noexcept { return std::get_if<Array>(&value_); }
-    Dictionary* dictionary() noexcept { return std::get_if<Dictionary>(&value_); }
+    /// To be changed in place: from now on this value shares its dictionary with no copy.
+    Dictionary* dictionary();
 
     /// What the store of a foreign value writes for it; null for a value of one of the kinds.
     const std::string* foreignText() const noexcept;
@@ -65,7 +70,28 @@ private:
         friend bool operator==(const Foreign&, const Foreign&) = default;
     };
 
-    std::variant<bool, std::int64_t, double, std::string, Array, Dictionary, Foreign> value_;
+    /// A dictionary that is shared as long as nobody can change it.
+    class QZGC_EXPORT SharedDictionary {
+    public:
+        explicit SharedDictionary(Dictionary entries);
+        SharedDictionary(const SharedDictionary& other);
+        SharedDictionary(SharedDictionary&& other) noexcept = default;
+        SharedDictionary& operator=(const SharedDictionary& other);
+        SharedDictionary& operator=(SharedDictionary&& other) noexcept = default;
+        ~SharedDictionary();
+
+        const Dictionary& entries() const noexcept;
+        Dictionary& changeableEntries();
+        friend bool operator==(const SharedDictionary& a, const SharedDictionary& b) {
+            return a.entries() == b.entries();
+        }
+
+    private:
+        struct Content;
+        std::shared_ptr<Content> content_; ///< null when moved from: no entries
+    };
+
+    std::variant<bool, std::int64_t, double, std::string, Array, SharedDictionary, Foreign> value_;
 };
 
 } // namespace qz::platform

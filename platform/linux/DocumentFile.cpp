@@ -4,6 +4,8 @@
 #include "platform/linux/FileErrors.h"
 #include "platform/linux/RetryInterrupted.h"
 
+#include <algorithm>
+#include <array>
 #include <fcntl.h>
 #include <utility>
 
@@ -12,10 +14,11 @@ namespace qz::platform {
 namespace {
 
 /// Reads an open file to its end, or until it proves larger than a document may be; 0 or the number of the error.
+/// `text` holds what has been read of it before.
 int readToEnd(SystemCalls& calls, int descriptor, std::size_t expectedLength, std::string& text) {
+    std::size_t length = text.size();
     // One byte more than expected, so that the end shows without growing.
-    text.resize(expectedLength + 1);
-    std::size_t length = 0;
+    text.resize(std::max(expectedLength, length) + 1);
     while (length <= largestDocument) {
         const ssize_t count =
             retryInterrupted([&] { return calls.read(descriptor, text.data() + length, text.size() - length); });
@@ -34,6 +37,30 @@ int readToEnd(SystemCalls& calls, int descriptor, std::size_t expectedLength, st
     return 0;
 }
 
+/// Reads an open file as long as it is like `known`; 0 or the number of the error. Either `isKnown` is then true, or
+/// `text` is what has been read.
+int readWhileLike(SystemCalls& calls, int descriptor, std::string_view known, std::string& text, bool& isKnown) {
+    std::array<char, 16384> piece; // of the stack: a thread may have as little as 128 KiB
+    std::size_t length = 0;
+    for (;;) {
+        const ssize_t count = retryInterrupted([&] { return calls.read(descriptor, piece.data(), piece.size()); });
+        if (count < 0) {
+            return errno;
+        }
+        const std::string_view found(piece.data(), static_cast<std::size_t>(count));
+        isKnown = found.empty() && length == known.size();
+        if (isKnown) {
+            return 0;
+        }
+        if (found.empty() || known.substr(length, found.size()) != found) {
+            text.reserve(known.size() + 1);
+            text.append(known.substr(0, length)).append(found);
+            return 0;
+        }
+        length += found.size();
+    }
+}
+
 } // namespace
 
 bool FileDescriptor::close() {
@@ -46,7 +73,8 @@ bool FileDescriptor::close() {
     return result == 0 || errno == EINTR;
 }
 
-DocumentReading readDocument(SystemCalls& calls, const std::string& path, std::string& text, std::string& error) {
+DocumentReading readDocument(SystemCalls& calls, const std::string& path, std::string_view known, std::string& text,
+                             std::string& error) {
     text.clear();
     const auto failed = [&](std::string reason) {
         text.clear();
@@ -70,7 +98,18 @@ DocumentReading readDocument(SystemCalls& calls, const std::string& path, std::s
     if (status.st_size > static_cast<off_t>(largestDocument)) {
         return failed(tooLarge);
     }
-    const int number = readToEnd(calls, file.number(), static_cast<std::size_t>(status.st_size), text);
+    const auto size = static_cast<std::size_t>(status.st_size);
+    bool isKnown = false;
+    int number = 0;
+    if (!known.empty() && known.size() == size) {
+        number = readWhileLike(calls, file.number(), known, text, isKnown);
+    }
+    if (number == 0 && isKnown) {
+        return DocumentReading::unchanged;
+    }
+    if (number == 0) {
+        number = readToEnd(calls, file.number(), size, text);
+    }
     if (number != 0) {
         return failed(fileErrorText("read", path, number));
     }

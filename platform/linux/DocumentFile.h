@@ -18,12 +18,15 @@ inline constexpr std::size_t largestDocument = std::size_t{256} << 20U;
 
 enum class DocumentReading {
     complete,
-    absent, ///< there is no such file, or the directories or the link that lead to it end before
+    unchanged, ///< the document is the text that is known already
+    absent,    ///< there is no such file, or the directories or the link that lead to it end before
     failed,
 };
 
-/// Reads a document. Needs no lock: the text is that of before or of after a replacement.
-DocumentReading readDocument(SystemCalls& calls, const std::string& path, std::string& text, std::string& error);
+/// Reads a document. Needs no lock: the text is that of before or of after a replacement. A document that is byte for
+/// byte `known` is only compared, which takes no memory, and `text` is empty then; an empty `known` is none.
+DocumentReading readDocument(SystemCalls& calls, const std::string& path, std::string_view known, std::string& text,
+                             std::string& error);
 
 /// A file descriptor, closed with its owner.
 class FileDescriptor {

@@ -90,12 +90,14 @@ bool FileUserDefaults::synchronize() {
 bool FileUserDefaults::refresh() {
     std::string text;
     std::string problem;
-    switch (readDocument(calls_, path_, text, problem)) {
+    switch (readDocument(calls_, path_, seen_, text, problem)) {
     case DocumentReading::failed:
         report(std::move(problem));
         return false;
     case DocumentReading::absent:
         adopt(Dictionary{});
+        return true;
+    case DocumentReading::unchanged:
         return true;
     case DocumentReading::complete:
         break;
@@ -116,12 +118,14 @@ bool FileUserDefaults::readAndWriteLocked() {
     }
     lastError_.clear(); // what was read before the lock was held counts no longer
     std::string text;
-    switch (readDocument(calls_, document->path(), text, problem)) {
+    switch (readDocument(calls_, document->path(), seen_, text, problem)) {
     case DocumentReading::failed:
         report(std::move(problem));
         return false;
     case DocumentReading::absent:
         adopt(Dictionary{});
+        break;
+    case DocumentReading::unchanged:
         break;
     case DocumentReading::complete:
         if (!adoptText(std::move(text), problem) && !setAside(*document, problem)) {
@@ -134,9 +138,6 @@ bool FileUserDefaults::readAndWriteLocked() {
 
 /// Takes over the text of the document. False, with the reason in `damage`, when it cannot be understood.
 bool FileUserDefaults::adoptText(std::string text, std::string& damage) {
-    if (!text.empty() && text == seen_) {
-        return true;
-    }
     JSONReading reading = propertyListFromJSON(text);
     Dictionary* const stored = reading.value ? reading.value->dictionary() : nullptr;
     if (stored == nullptr) {
@@ -178,7 +179,9 @@ bool FileUserDefaults::setAside(LockedDocument& document, std::string_view damag
 }
 
 bool FileUserDefaults::write(LockedDocument& document) {
-    JSONWriting writing = jsonFromDictionary(values_);
+    // The memory of the text before becomes that of the new one. Should writing fail, the document is read and parsed
+    // once more by the next synchronisation.
+    JSONWriting writing = jsonFromDictionary(values_, std::exchange(seen_, {}));
     std::string problem;
     if (!document.replace(writing.text, problem)) {
         report(std::move(problem));

@@ -42,7 +42,7 @@ struct JSONWriting {
 /// becomes U+FFFD; of keys that become equal that way the first one stays, a well-formed one before all others.
 JSONWriting jsonFromPropertyList(const PropertyList& value);
 
-/// The same for a dictionary.
-JSONWriting jsonFromDictionary(const PropertyList::Dictionary& dictionary);
+/// The same for a dictionary. The text is built in the memory of `buffer`, whose content is lost.
+JSONWriting jsonFromDictionary(const PropertyList::Dictionary& dictionary, std::string buffer = {});
 
 } // namespace qz::platform

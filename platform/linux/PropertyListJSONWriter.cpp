@@ -77,63 +77,114 @@ constexpr std::array<char, 128> escapes = [] {
     return table;
 }();
 
+/// What every line but the first of a container begins with; those in it are indented by two blanks for each level.
+constexpr auto lineStart = [] {
+    std::array<char, 2 + 2 * deepestJSONNesting> text{};
+    text.fill(' ');
+    text[0] = ',';
+    text[1] = '\n';
+    return text;
+}();
+
 class Writer {
 public:
+    enum class Keys {
+        asTheyAre, ///< and it is noted when one is ill-formed
+        repaired,
+    };
+
+    /// Writes in the memory of `buffer`.
+    Writer(std::string buffer, Keys keys) : text_(std::move(buffer)), keys_(keys) { text_.clear(); }
+
     void writeDictionary(const PropertyList::Dictionary& dictionary, std::size_t depth);
     void writeValue(const PropertyList& value, std::size_t depth);
+    bool hasIllFormedKey() const { return illFormedKey_; }
     JSONWriting finish() && {
-        text_ += '\n';
+        put('\n');
+        flush();
         return {std::move(text_), exact_};
     }
 
 private:
+    void writeEntries(const PropertyList::Dictionary& dictionary, std::size_t depth);
     void writeRepaired(const PropertyList::Dictionary& dictionary, std::size_t depth);
     void writeEntry(std::string_view key, const PropertyList& value, std::size_t depth, bool& first);
     void writeArray(const PropertyList::Array& array, std::size_t depth);
     void writeScalar(const PropertyList& value);
-    void writeString(std::string_view string);
-    void writeSpecial(std::string_view& rest);
+    bool writeString(std::string_view string);
+    bool writeSpecial(std::string_view& rest);
     void writeNumber(double number);
     void writeForeign(const std::string& foreign);
-    void writeNull();
     void beginLine(std::size_t depth, bool& first);
     void endContainer(std::size_t depth, bool empty, char bracket);
+    void put(char character);
+    void put(std::string_view piece);
+    void flush();
 
     std::string text_;
+    Keys keys_;
     bool exact_ = true;
+    bool illFormedKey_ = false;
+    /// The end of the text: most pieces are of a few bytes, for which a string does too much.
+    std::array<char, 4096> end_{};
+    std::size_t endLength_ = 0;
 };
 
-void Writer::beginLine(std::size_t depth, bool& first) {
-    if (!first) {
-        text_ += ',';
+void Writer::put(char character) {
+    if (endLength_ == end_.size()) {
+        flush();
     }
+    end_[endLength_++] = character;
+}
+
+void Writer::put(std::string_view piece) {
+    if (piece.size() > end_.size() - endLength_) {
+        flush();
+        if (piece.size() > end_.size()) {
+            text_ += piece;
+            return;
+        }
+    }
+    std::ranges::copy(piece, end_.begin() + static_cast<std::ptrdiff_t>(endLength_));
+    endLength_ += piece.size();
+}
+
+void Writer::flush() {
+    text_.append(end_.data(), endLength_);
+    endLength_ = 0;
+}
+
+void Writer::beginLine(std::size_t depth, bool& first) {
+    put(std::string_view(lineStart.data(), 2 + 2 * depth).substr(first ? 1 : 0));
     first = false;
-    text_ += '\n';
-    text_.append(2 * depth, ' ');
 }
 
 void Writer::endContainer(std::size_t depth, bool empty, char bracket) {
     if (!empty) {
-        text_ += '\n';
-        text_.append(2 * (depth - 1), ' ');
+        put(std::string_view(lineStart.data() + 1, 1 + 2 * (depth - 1)));
     }
-    text_ += bracket;
+    put(bracket);
 }
 
 void Writer::writeEntry(std::string_view key, const PropertyList& value, std::size_t depth, bool& first) {
     beginLine(depth, first);
-    writeString(key);
-    text_ += ": ";
+    illFormedKey_ = !writeString(key) || illFormedKey_;
+    put(": ");
     writeValue(value, depth + 1);
 }
 
 /// `depth` counts the containers around what is written, itself included.
 void Writer::writeDictionary(const PropertyList::Dictionary& dictionary, std::size_t depth) {
-    if (!std::ranges::all_of(dictionary, [](const auto& entry) { return isWellFormed(entry.first); })) {
+    if (keys_ == Keys::asTheyAre ||
+        std::ranges::all_of(dictionary, [](const auto& entry) { return isWellFormed(entry.first); })) {
+        writeEntries(dictionary, depth);
+    } else {
         writeRepaired(dictionary, depth);
-        return;
     }
-    text_ += '{';
+}
+
+void Writer::writeEntries(const PropertyList::Dictionary& dictionary, std::size_t depth) {
+    put('{');
     bool first = true;
     for (const auto& [key, value] : dictionary) {
         writeEntry(key, value, depth, first);
@@ -152,7 +203,7 @@ void Writer::writeRepaired(const PropertyList::Dictionary& dictionary, std::size
             }
         }
     }
-    text_ += '{';
+    put('{');
     bool first = true;
     for (const auto& [key, value] : entries) {
         writeEntry(key, *value, depth, first);
@@ -161,7 +212,7 @@ void Writer::writeRepaired(const PropertyList::Dictionary& dictionary, std::size
 }
 
 void Writer::writeArray(const PropertyList::Array& array, std::size_t depth) {
-    text_ += '[';
+    put('[');
     bool first = true;
     for (const PropertyList& value : array) {
         beginLine(depth, first);
@@ -177,7 +228,7 @@ void Writer::writeValue(const PropertyList& value, std::size_t depth) {
         writeScalar(value);
     } else if (depth > deepestJSONNesting) {
         exact_ = false;
-        writeNull();
+        put("null");
     } else if (dictionary != nullptr) {
         writeDictionary(*dictionary, depth);
     } else {
@@ -190,68 +241,73 @@ void Writer::writeScalar(const PropertyList& value) {
         writeString(*string);
     } else if (const auto integer = value.integer()) {
         std::array<char, 20> digits{};
-        text_.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), *integer).ptr);
+        const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), *integer).ptr;
+        put(std::string_view(digits.data(), static_cast<std::size_t>(end - digits.data())));
     } else if (const auto number = value.floatingPoint()) {
         writeNumber(*number);
     } else if (const auto boolean = value.boolean()) {
-        text_ += *boolean ? "true" : "false";
+        put(*boolean ? "true" : "false");
     } else if (const std::string* const foreign = value.foreignText(); foreign != nullptr) {
         writeForeign(*foreign);
     }
 }
 
-void Writer::writeString(std::string_view string) {
+/// Answers whether the string is well-formed.
+bool Writer::writeString(std::string_view string) {
     const auto plain = [](char character) {
         const auto byte = static_cast<unsigned char>(character);
         return byte < escapes.size() && escapes[byte] == 0;
     };
-    text_ += '"';
+    bool wellFormed = true;
+    put('"');
     while (!string.empty()) {
         const auto end = std::ranges::find_if_not(string, plain);
         const auto length = static_cast<std::size_t>(end - string.begin());
-        text_ += string.substr(0, length);
+        put(string.substr(0, length));
         string.remove_prefix(length);
         if (!string.empty()) {
-            writeSpecial(string);
+            wellFormed = writeSpecial(string) && wellFormed;
         }
     }
-    text_ += '"';
+    put('"');
+    exact_ = exact_ && wellFormed;
+    return wellFormed;
 }
 
-/// Writes the first character of `rest`, which is no plain one, and takes it off.
-void Writer::writeSpecial(std::string_view& rest) {
+/// Writes the first character of `rest`, which is no plain one, and takes it off; answers whether it is well-formed.
+bool Writer::writeSpecial(std::string_view& rest) {
     const Sequence sequence = leadingSequence(rest);
     const auto byte = static_cast<unsigned char>(rest.front());
     if (!sequence.wellFormed) {
-        exact_ = false;
-        text_ += replacementCharacter;
+        put(replacementCharacter);
     } else if (byte >= escapes.size()) {
-        text_ += rest.substr(0, sequence.length);
+        put(rest.substr(0, sequence.length));
     } else if (escapes[byte] == 'u') {
         constexpr std::string_view digits = "0123456789abcdef";
-        text_ += "\\u00";
-        text_ += digits[byte >> 4U];
-        text_ += digits[byte & 0xfU];
+        put("\\u00");
+        put(digits[byte >> 4U]);
+        put(digits[byte & 0xfU]);
     } else {
-        text_ += '\\';
-        text_ += escapes[byte];
+        put('\\');
+        put(escapes[byte]);
     }
     rest.remove_prefix(sequence.length);
+    return sequence.wellFormed;
 }
 
 void Writer::writeNumber(double number) {
     if (!std::isfinite(number)) {
         exact_ = false;
-        writeNull();
+        put("null");
         return;
     }
     // The shortest text that reads back as the same number. The longest one, of a denormal number, has 24 characters.
     std::array<char, 32> digits{};
     const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
     const std::string_view text(digits.data(), static_cast<std::size_t>(end - digits.data()));
-    text_ += text;
+    put(text);
     if (text.find_first_of(".e") == std::string_view::npos) {
-        text_ += ".0";
+        put(".0");
     }
 }
 
@@ -261,29 +317,35 @@ void Writer::writeForeign(const std::string& foreign) {
     std::int64_t number = 0;
     const auto [rest, result] = std::from_chars(foreign.data(), end, number);
     if (rest == end && result == std::errc::result_out_of_range) {
-        text_ += foreign;
+        put(foreign);
         return;
     }
     exact_ = exact_ && foreign == "null";
-    writeNull();
+    put("null");
 }
 
-void Writer::writeNull() {
-    text_ += "null";
+/// What `write` writes. Ill-formed keys are rare, and looking for them takes a walk through the whole tree: only when
+/// one was met is everything written again.
+template<typename Write>
+JSONWriting written(std::string buffer, const Write& write) {
+    Writer writer(std::move(buffer), Writer::Keys::asTheyAre);
+    write(writer);
+    if (!writer.hasIllFormedKey()) {
+        return std::move(writer).finish();
+    }
+    Writer repairing(std::move(writer).finish().text, Writer::Keys::repaired);
+    write(repairing);
+    return std::move(repairing).finish();
 }
 
 } // namespace
 
 JSONWriting jsonFromPropertyList(const PropertyList& value) {
-    Writer writer;
-    writer.writeValue(value, 1);
-    return std::move(writer).finish();
+    return written({}, [&](Writer& writer) { writer.writeValue(value, 1); });
 }
 
-JSONWriting jsonFromDictionary(const PropertyList::Dictionary& dictionary) {
-    Writer writer;
-    writer.writeDictionary(dictionary, 1);
-    return std::move(writer).finish();
+JSONWriting jsonFromDictionary(const PropertyList::Dictionary& dictionary, std::string buffer) {
+    return written(std::move(buffer), [&](Writer& writer) { writer.writeDictionary(dictionary, 1); });
 }
 
 } // namespace qz::platform

@@ -198,6 +198,34 @@ TEST(PropertyListJSON, NeverWritesAKeyTwiceWhenRepairMakesThemEqual) {
     EXPECT_EQ(propertyListFromJSON(ill.text).value, PropertyList(Dictionary{{mark, 1}}));
 }
 
+TEST(PropertyListJSON, RepairsKeysOnEveryLevel) {
+    const std::string mark = "\xef\xbf\xbd";
+    PropertyList value = 0;
+    PropertyList expected = 0;
+    for (std::size_t depth = 0; depth < deepestJSONNesting; ++depth) {
+        value = Dictionary{{"inner", value}, {"\xfe", 1}, {"\xff", 2}};
+        expected = Dictionary{{"inner", expected}, {mark, 1}};
+    }
+    const JSONWriting writing = jsonFromPropertyList(value);
+    EXPECT_FALSE(writing.exact);
+    EXPECT_TRUE(propertyListFromJSON(writing.text).value == expected);
+}
+
+TEST(PropertyListJSON, WritesPiecesOfAnyLength) {
+    for (std::size_t length = 1; length < 9'000; length += length < 4'000 || length > 4'200 ? 61 : 1) {
+        const std::string text = std::string(length / 2, 'a') + "\n" + std::string(length - length / 2, 'b');
+        const PropertyList value(Array{text, "end", 1});
+        EXPECT_TRUE(throughText(value) == value) << length;
+    }
+}
+
+TEST(PropertyListJSON, WritesNothingOfWhatItsBufferHeld) {
+    for (const std::size_t length : {std::size_t{0}, std::size_t{3}, std::size_t{100'000}}) {
+        EXPECT_EQ(jsonFromDictionary({{"a", 1}}, std::string(length, 'x')).text, "{\n  \"a\": 1\n}\n");
+        EXPECT_EQ(jsonFromDictionary({{"\xff", 1}}, std::string(length, 'x')).text, "{\n  \"\xef\xbf\xbd\": 1\n}\n");
+    }
+}
+
 TEST(PropertyListJSON, WritesNullForNumbersThatJSONCannotExpressAndLosesNothingElse) {
     using Limits = std::numeric_limits<double>;
     const JSONWriting writing = jsonFromPropertyList(Dictionary{

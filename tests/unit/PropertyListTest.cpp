@@ -55,5 +55,56 @@ TEST(PropertyList, LetsItsContainersBeChangedInPlace) {
     EXPECT_EQ(value, PropertyList(PropertyList::Dictionary{{"list", PropertyList::Array{1, 2}}}));
 }
 
+/// Where the dictionary is that the value answers from.
+const PropertyList::Dictionary* placeOf(const PropertyList& value) {
+    return value.dictionary();
+}
+
+TEST(PropertyList, SharesADictionaryWithItsCopiesUntilOneOfThemMayBeChanged) {
+    PropertyList value(PropertyList::Dictionary{{"a", PropertyList::Dictionary{{"b", 1}}}});
+    const PropertyList before = value;
+    const PropertyList list(PropertyList::Array{value, value});
+    EXPECT_EQ(placeOf(before), placeOf(value));
+    EXPECT_EQ(placeOf(list.array()->front()), placeOf(list.array()->back()));
+    value.dictionary()->at("a").dictionary()->at("b") = 2;
+    EXPECT_NE(placeOf(before), placeOf(value));
+    EXPECT_EQ(value, PropertyList(PropertyList::Dictionary{{"a", PropertyList::Dictionary{{"b", 2}}}}));
+    EXPECT_EQ(before, PropertyList(PropertyList::Dictionary{{"a", PropertyList::Dictionary{{"b", 1}}}}));
+    EXPECT_EQ(list, PropertyList(PropertyList::Array{before, before}));
+}
+
+TEST(PropertyList, CopiesADictionaryThatMayBeChangedAtAnyTime) {
+    PropertyList value(PropertyList::Dictionary{{"a", 1}});
+    PropertyList::Dictionary& entries = *value.dictionary();
+    const PropertyList copy = value;
+    PropertyList assigned = false;
+    assigned = value;
+    entries.at("a") = 2;
+    EXPECT_EQ(value, PropertyList(PropertyList::Dictionary{{"a", 2}}));
+    EXPECT_EQ(copy, PropertyList(PropertyList::Dictionary{{"a", 1}}));
+    EXPECT_EQ(assigned, copy);
+    assigned.dictionary()->clear();
+    EXPECT_EQ(copy, PropertyList(PropertyList::Dictionary{{"a", 1}}));
+}
+
+TEST(PropertyList, ComparesTheContentOfSharedDictionariesToo) {
+    const PropertyList value(PropertyList::Dictionary{{"n", std::numeric_limits<double>::quiet_NaN()}});
+    const PropertyList copy = value;
+    EXPECT_NE(copy, value) << "a NaN equals nothing";
+}
+
+TEST(PropertyList, IsAnEmptyDictionaryAfterItsDictionaryWasMovedAway) {
+    PropertyList value(PropertyList::Dictionary{{"a", 1}});
+    const PropertyList taken = std::move(value);
+    EXPECT_EQ(taken, PropertyList(PropertyList::Dictionary{{"a", 1}}));
+    ASSERT_NE(placeOf(value), nullptr);
+    EXPECT_TRUE(placeOf(value)->empty());
+    const PropertyList copy = value;
+    EXPECT_EQ(copy, PropertyList(PropertyList::Dictionary{}));
+    value.dictionary()->emplace("b", 2);
+    EXPECT_EQ(value, PropertyList(PropertyList::Dictionary{{"b", 2}}));
+    EXPECT_EQ(copy, PropertyList(PropertyList::Dictionary{}));
+}
+
 } // namespace
 } // namespace qz::platform
