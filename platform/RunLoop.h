@@ -28,6 +28,11 @@ public:
     /// none and wants to be asked at every turn.
     virtual int fileDescriptor() const noexcept = 0;
 
+    /// Whether `perform` finds out itself that there is nothing to do, so that it may be called also when the
+    /// descriptor is not readable. A loop with no other source need not ask the system first which of its sources is
+    /// ready.
+    virtual bool mayBeAskedAnytime() const noexcept { return false; }
+
     /// Does what there is to do and says how much: the number of events handled. May add and remove sources, this one
     /// included, and may run the loop again; an exception passes through to who runs the loop.
     virtual std::size_t perform() = 0;

@@ -4,6 +4,7 @@
 #include "platform/linux/HIDSysfs.h"
 #include "platform/linux/RetryInterrupted.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <limits>
@@ -107,7 +108,7 @@ void HIDRawWatch::poll(std::vector<Ready>& ready) {
 }
 
 bool HIDRawWatch::readChanges(std::vector<NodeChange>& list) {
-    std::array<char, 4096> buffer{};
+    std::array<char, 4096> buffer;
     const ssize_t size = retryInterrupted([&] { return calls_.read(inotify_, buffer.data(), buffer.size()); });
     for (std::size_t offset = 0;
          offset + sizeof(inotify_event) <= static_cast<std::size_t>(std::max<ssize_t>(size, 0));) {

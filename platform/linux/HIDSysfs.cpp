@@ -18,7 +18,8 @@ namespace qz::platform {
 namespace {
 
 constexpr std::string_view nodePrefix = "hidraw";
-constexpr std::size_t page = 4096; // more than this no read of a file in sysfs answers
+constexpr std::size_t page = 4096;          // more than this no read of a text in sysfs answers
+constexpr std::size_t mostBytes = page + 1; // shows that a descriptor is too long
 
 // linux/input.h
 constexpr std::uint32_t busUSB = 0x03;
@@ -38,16 +39,25 @@ std::optional<std::uint32_t> hexadecimalNumber(std::string_view text) {
     return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
 }
 
-/// The first page of a file at the most; false when there is nothing to read it from.
-bool readPage(SystemCalls& calls, const std::string& path, std::array<char, page>& bytes, std::size_t& count) {
+/// The beginning of a file; the number of the system's error, or 0.
+int readFile(SystemCalls& calls, const std::string& path, std::array<char, mostBytes>& bytes, std::size_t& count) {
+    count = 0;
     const FileDescriptor file(calls,
                               retryInterrupted([&] { return calls.open(path.c_str(), O_RDONLY | O_CLOEXEC, 0); }));
     if (!file.isOpen()) {
-        return false;
+        return errno;
     }
     const ssize_t read = retryInterrupted([&] { return calls.read(file.number(), bytes.data(), bytes.size()); });
-    count = static_cast<std::size_t>(std::max<ssize_t>(read, 0));
-    return read >= 0;
+    if (read < 0) {
+        return errno;
+    }
+    count = static_cast<std::size_t>(read);
+    return 0;
+}
+
+/// Whether a file that could not be read may well be there: the error is the system's trouble, not the file's.
+bool mayPass(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM || error == EIO || error == EAGAIN;
 }
 
 /// The length of the UTF-8 sequence that `text` begins with, by table 3-7 of the Unicode Standard; 0 when it is none.
@@ -82,15 +92,16 @@ std::string validText(std::string_view bytes) {
     return text;
 }
 
-/// The text of a file of one line; nothing when there is no such file.
-std::optional<std::string> readLine(SystemCalls& calls, const std::string& path) {
-    std::array<char, page> bytes{};
+/// The text of a file of one line goes to `line`, nothing when there is no such file; false when there may be one.
+bool readLine(SystemCalls& calls, const std::string& path, std::optional<std::string>& line) {
+    std::array<char, mostBytes> bytes;
     std::size_t count = 0;
-    if (!readPage(calls, path, bytes, count)) {
-        return std::nullopt;
+    const int error = readFile(calls, path, bytes, count);
+    if (error == 0) {
+        const std::string_view text(bytes.data(), std::min(count, page));
+        line = text.substr(0, std::min(text.find('\n'), text.find('\0')));
     }
-    std::string_view line(bytes.data(), count);
-    return validText(line.substr(0, std::min(line.find('\n'), line.find('\0'))));
+    return !mayPass(error);
 }
 
 struct DeviceNumbers {
@@ -128,7 +139,7 @@ void setNumbers(HIDProperties& properties, const DeviceNumbers& numbers) {
 
 void setText(HIDProperties& properties, const char* key, const std::optional<std::string>& text) {
     if (text && !text->empty()) {
-        properties.insert_or_assign(key, *text);
+        properties.insert_or_assign(key, validText(*text));
     }
 }
 
@@ -151,11 +162,11 @@ DeviceVariables parseVariables(std::string_view text) {
         if (key == "HID_ID=" && variables.id.empty()) {
             variables.id = value;
         } else if (key == "HID_NAME=" && variables.name.empty()) {
-            variables.name = validText(value);
+            variables.name = value;
         } else if (key == "HID_PHYS=") {
-            variables.phys = validText(value);
+            variables.phys = value;
         } else if (key == "HID_UNIQ=") {
-            variables.uniq = validText(value);
+            variables.uniq = value;
         }
         text.remove_prefix(std::min(line.size() + 1, text.size()));
     }
@@ -163,22 +174,34 @@ DeviceVariables parseVariables(std::string_view text) {
 }
 
 /// Takes what the USB device itself says in place of what the kernel makes of it. A driver may put a name or a serial
-/// number of its own into the variables, some time after the node is there; these files never change.
-void setUSBProperties(SystemCalls& calls, const std::string& directory, HIDProperties& properties) {
+/// number of its own into the variables, some time after the node is there; these files never change. False when they
+/// could not all be read.
+bool setUSBProperties(SystemCalls& calls, const std::string& directory, HIDProperties& properties) {
     // The parent of the HID device is the USB interface, whose parent is the USB device. What stands there for a device
     // behind a receiver, or one without hardware, has no such file.
     const std::string device = directory + "/../../";
-    const std::optional<std::string> version = readLine(calls, device + "bcdDevice");
+    std::optional<std::string> version;
+    std::optional<std::string> manufacturer;
+    std::optional<std::string> product;
+    std::optional<std::string> serial;
+    if (!readLine(calls, device + "bcdDevice", version)) {
+        return false;
+    }
     if (!version) {
-        return;
+        return true;
+    }
+    if (!readLine(calls, device + "manufacturer", manufacturer) || !readLine(calls, device + "product", product) ||
+        !readLine(calls, device + "serial", serial)) {
+        return false;
     }
     if (const auto number = hexadecimalNumber(*version)) {
         properties.insert_or_assign("VersionNumber", std::int64_t{*number});
     }
-    setText(properties, "Manufacturer", readLine(calls, device + "manufacturer"));
-    setText(properties, "Product", readLine(calls, device + "product"));
+    setText(properties, "Manufacturer", manufacturer);
+    setText(properties, "Product", product);
     properties.erase("SerialNumber");
-    setText(properties, "SerialNumber", readLine(calls, device + "serial"));
+    setText(properties, "SerialNumber", serial);
+    return true;
 }
 
 std::string_view lastComponent(std::string_view path) {
@@ -187,6 +210,20 @@ std::string_view lastComponent(std::string_view path) {
 
 std::string_view parentPath(std::string_view path) {
     return path.substr(0, std::min(path.rfind('/'), path.size()));
+}
+
+/// Whether a component is the name of a HID device, "0003:046D:C215.0001" (hid_add_device in drivers/hid/hid-core.c):
+/// four numbers of at least four digits. "0000:05:00.3", a function of a PCI device, is none.
+bool isHIDName(std::string_view name) {
+    constexpr std::string_view separators = "::.";
+    for (std::size_t i = 0; i <= separators.size(); ++i) {
+        const std::size_t end = i < separators.size() ? name.find(separators[i]) : name.size();
+        if (end == std::string_view::npos || end < 4 || !hexadecimalNumber(name.substr(0, end))) {
+            return false;
+        }
+        name.remove_prefix(std::min(end + 1, name.size()));
+    }
+    return true;
 }
 
 /// A component of a path in sysfs without what the kernel counted up for it.
@@ -200,10 +237,7 @@ std::string_view withoutInstance(std::string_view name, bool isBelowUSB) {
     if (isBelowUSB && isDigits(name.substr(0, name.find('-'))) && name.find('-') != std::string_view::npos) {
         return name.substr(name.find('-'));
     }
-    if (const std::size_t dot = name.rfind('.'); dot != std::string_view::npos && deviceNumbers(name.substr(0, dot))) {
-        return name.substr(0, dot);
-    }
-    return name;
+    return isHIDName(name) ? name.substr(0, name.rfind('.')) : name;
 }
 
 std::string withoutInstances(std::string_view path) {
@@ -245,7 +279,7 @@ bool listHIDRawNodes(SystemCalls& calls, const std::string& classDirectory, std:
     if (!directory.isOpen()) {
         return errno == ENOENT || errno == ENOTDIR || errno == EACCES || errno == EPERM;
     }
-    alignas(dirent64) std::array<char, 8192> entries{};
+    alignas(dirent64) std::array<char, 8192> entries;
     ssize_t size = 0;
     while ((size = retryInterrupted(
                 [&] { return calls.readDirectory(directory.number(), entries.data(), entries.size()); })) > 0) {
@@ -264,20 +298,17 @@ bool listHIDRawNodes(SystemCalls& calls, const std::string& classDirectory, std:
     return size == 0;
 }
 
-bool readReportDescriptor(SystemCalls& calls, const std::string& classDirectory, const std::string& name,
-                          std::vector<std::uint8_t>& bytes) {
-    std::array<char, page> text{};
+int readReportDescriptor(SystemCalls& calls, const HIDDevicePath& device, std::vector<std::uint8_t>& bytes) {
+    std::array<char, mostBytes> text;
     std::size_t count = 0;
-    if (!readPage(calls, classDirectory + "/" + name + "/device/report_descriptor", text, count)) {
-        return false;
-    }
+    const int error = readFile(calls, device.directory + "/report_descriptor", text, count);
     bytes.assign(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(count));
-    return true;
+    return error;
 }
 
 HIDDevicePath readDevicePath(SystemCalls& calls, const std::string& classDirectory, const std::string& name) {
     const std::string entry = classDirectory + "/" + name;
-    std::array<char, page> buffer{};
+    std::array<char, page> buffer;
     const ssize_t size = retryInterrupted([&] { return calls.readLink(entry.c_str(), buffer.data(), buffer.size()); });
     if (size <= 0 || static_cast<std::size_t>(size) == buffer.size()) {
         return {entry + "/device", {}};
@@ -301,10 +332,10 @@ HIDProperties propertiesInName(const HIDDevicePath& device) {
 }
 
 bool readProperties(SystemCalls& calls, const HIDDevicePath& device, HIDProperties& properties) {
-    std::array<char, page> text{};
+    std::array<char, mostBytes> text;
     std::size_t count = 0;
-    if (!readPage(calls, device.directory + "/uevent", text, count)) {
-        return errno == ENOENT || errno == ENODEV;
+    if (const int error = readFile(calls, device.directory + "/uevent", text, count); error != 0) {
+        return !mayPass(error);
     }
     const DeviceVariables variables = parseVariables({text.data(), count});
     const DeviceNumbers numbers = deviceNumbers(variables.id).value_or(DeviceNumbers{});
@@ -317,8 +348,9 @@ bool readProperties(SystemCalls& calls, const HIDDevicePath& device, HIDProperti
                                                           .phys = variables.phys,
                                                           .uniq = variables.uniq,
                                                           .path = device.path}));
-    if (numbers.bus == busUSB) {
-        setUSBProperties(calls, device.directory, properties);
+    if (numbers.bus == busUSB && !setUSBProperties(calls, device.directory, properties)) {
+        properties.clear(); // a serial number or a place that is not the device's would name its settings wrongly
+        return false;
     }
     return true;
 }

@@ -9,7 +9,7 @@
 #include <vector>
 
 /// What sysfs tells about HID devices. All of it is text that a stranger's hardware may have written: bytes that are
-/// not UTF-8 are replaced, and no file is read beyond its first page.
+/// not UTF-8 are replaced in properties, and no file is read beyond its first page.
 namespace qz::platform {
 
 /// Whether a file in the directory of device nodes is one of a HID device: "hidraw" and a number.
@@ -19,10 +19,6 @@ bool isHIDRawName(std::string_view name);
 /// list is not complete. Where there is none, on a kernel without this class of devices or in a sandbox, it is empty.
 bool listHIDRawNodes(SystemCalls& calls, const std::string& classDirectory, std::vector<std::string>& names);
 
-/// The report descriptor of the device behind a node; false when it cannot be read.
-bool readReportDescriptor(SystemCalls& calls, const std::string& classDirectory, const std::string& name,
-                          std::vector<std::uint8_t>& bytes);
-
 /// Where the device behind a node is, read once: the number in a node's name is soon another device's.
 struct HIDDevicePath {
     std::string directory; ///< the device's directory, for reading
@@ -30,12 +26,16 @@ struct HIDDevicePath {
 };
 HIDDevicePath readDevicePath(SystemCalls& calls, const std::string& classDirectory, const std::string& name);
 
+/// The report descriptor of a device, or the first byte too many and all before it. Answers the number of the system's
+/// error, or 0.
+int readReportDescriptor(SystemCalls& calls, const HIDDevicePath& device, std::vector<std::uint8_t>& bytes);
+
 /// What the name of the device's directory tells without another look: "VendorID", "ProductID", "Transport". Nothing
 /// when the name is no such name.
 HIDProperties propertiesInName(const HIDDevicePath& device);
 
-/// Puts all properties that sysfs tells into `properties`; those it does not are absent. False when it may tell more at
-/// another time, because the system had no resources left.
+/// Puts all properties that sysfs tells into `properties`; those it does not are absent. False, and none are put there,
+/// when it may tell more at another time, because the system had no resources left.
 bool readProperties(SystemCalls& calls, const HIDDevicePath& device, HIDProperties& properties);
 
 /// What the location of a device is computed from.

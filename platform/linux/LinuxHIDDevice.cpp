@@ -34,19 +34,11 @@ IOReturn statusOfOpening(int error) noexcept {
     }
 }
 
-LinuxHIDDevice::LinuxHIDDevice(SystemCalls& calls, ReportDescriptor descriptor)
-    : ReportDevice(std::move(descriptor), {}), calls_(calls) {}
+LinuxHIDDevice::LinuxHIDDevice(SystemCalls& calls, ReportDescriptor descriptor, HIDDevicePath path)
+    : ReportDevice(std::move(descriptor), propertiesInName(path)), calls_(calls), path_(std::move(path)) {}
 
 LinuxHIDDevice::~LinuxHIDDevice() {
     closeNode();
-}
-
-void LinuxHIDDevice::locate(const std::string& classDirectory, const std::string& name) {
-    path_ = readDevicePath(calls_, classDirectory, name);
-    isComplete_ = false;
-    for (auto& [key, value] : propertiesInName(path_)) {
-        setProperty(key, std::move(value));
-    }
 }
 
 int LinuxHIDDevice::openNode(const std::string& path) {

@@ -17,11 +17,10 @@ IOReturn statusOfOpening(int error) noexcept;
 /// manager's end, although a client may keep the object longer.
 class LinuxHIDDevice final : public ReportDevice {
 public:
-    LinuxHIDDevice(SystemCalls& calls, ReportDescriptor descriptor);
+    /// The device that sysfs has at `path`. Of its properties those are there that cost no further look.
+    LinuxHIDDevice(SystemCalls& calls, ReportDescriptor descriptor, HIDDevicePath path);
     ~LinuxHIDDevice() override;
 
-    /// Finds out where sysfs has the device, and reads of its properties those that cost nothing more.
-    void locate(const std::string& classDirectory, const std::string& name);
     /// The place in sysfs below the root of all devices, which no other device ever has; empty when not known.
     const std::string& sysfsPath() const noexcept { return path_.path; }
 
@@ -40,12 +39,13 @@ public:
     /// No longer asks the system for anything. The device is gone, or its manager goes.
     void detach() noexcept;
     using HIDDevice::markGone;
+    using ReportDevice::forgetValues;
 
 private:
     SystemCalls& calls_;
     HIDDevicePath path_;
     int descriptor_ = -1;
-    bool isComplete_ = true;
+    bool isComplete_ = false; ///< whether the properties have been read, or never will be
 };
 
 } // namespace qz::platform

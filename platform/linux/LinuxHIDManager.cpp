@@ -46,7 +46,10 @@ IOReturn LinuxHIDManager::open(IOOptionBits /*options*/) {
 
 IOReturn LinuxHIDManager::close(IOOptionBits /*options*/) {
     open_ = false;
-    values_ = {};
+    if (values_.device) {
+        values_.device->forgetValues(values_.indices); // else they would not be news when it is open again
+        values_ = {};
+    }
     ready_.clear();
     std::erase_if(notices_, [](const Notice& notice) { return notice.kind == Notice::Kind::Failure; });
     for (auto next = nodes_.begin(); next != nodes_.end();) {
@@ -73,7 +76,12 @@ void LinuxHIDManager::discover() {
 void LinuxHIDManager::beginTurn() {
     reads_ = 0;
     hasPolled_ = false;
+    hasReported_ = false;
     propertiesDue_ = propertiesWait_;
+    // Most turns are for the next report of the same device, so it is tried before the kernel is asked which it is.
+    if (ready_.empty() && findNode(lastRead_) != nullptr) {
+        ready_.push_back(lastRead_);
+    }
 }
 
 bool LinuxHIDManager::deliverNext() {
@@ -92,7 +100,7 @@ void LinuxHIDManager::endTurn() noexcept {
 
 bool LinuxHIDManager::hasWork() const noexcept {
     return !values_.indices.empty() || !notices_.empty() || !ready_.empty() || nextChange_ < changes_.size() ||
-           propertiesWait_;
+           hasOpened_ || propertiesWait_;
 }
 
 bool LinuxHIDManager::deliverValue() {
@@ -124,7 +132,11 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
             return false;
         }
         propertiesWait_ = true;
-        return reportArrival(notice.device);
+        if (!reportArrival(notice.device)) {
+            return false;
+        }
+        hasReported_ = true;
+        return true;
     case Notice::Kind::Removal:
         return reportRemoval(notice.device);
     case Notice::Kind::Failure:
@@ -137,10 +149,15 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
     return false;
 }
 
-/// Reads once, from what has waited longest; false when nothing is left or the turn has had enough.
+/// Looks what is ready, or reads once, from what has waited longest; false when nothing is left or the turn has had
+/// enough.
 bool LinuxHIDManager::takeInput() {
-    if (!hasPolled_) {
+    if (!hasPolled_ && (ready_.empty() || reads_ > 0)) {
+        if (hasReported_) {
+            return false; // enough for a turn; there is another one to come
+        }
         poll();
+        return true;
     }
     if (ready_.empty() || reads_ == readsPerTurn) {
         return false;
@@ -164,6 +181,7 @@ bool LinuxHIDManager::takeInput() {
 
 void LinuxHIDManager::poll() {
     hasPolled_ = true;
+    watchOpened();
     polled_.clear();
     watch_.poll(polled_);
     if (nextChange_ < changes_.size()) {
@@ -183,6 +201,7 @@ bool LinuxHIDManager::readReport(Node& node) {
     const ssize_t size =
         retryInterrupted([&] { return calls_.read(node.device->descriptor(), buffer_.data(), buffer_.size()); });
     if (size > 0) {
+        lastRead_ = node.serial;
         const auto indices = node.device->feed({buffer_.data(), static_cast<std::size_t>(size)});
         if (isReported(node.device.get())) {
             values_ = {node.device, indices};

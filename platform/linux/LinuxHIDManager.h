@@ -33,6 +33,7 @@ private:
         std::shared_ptr<LinuxHIDDevice> device = nullptr; ///< null when it is not wanted, or not known yet
         bool isKnown = false;                             ///< whether its descriptor has been read
         bool hasEnded = false;                            ///< open, and nothing comes after what can still be read
+        bool isWatched = false;                           ///< whether the kernel wakes us for it
         bool isDeleted = false;                           ///< ended, and the name may be another node's by now
         IOReturn reported = kIOReturnSuccess;             ///< why it cannot be opened, as far as that has been told
     };
@@ -51,6 +52,7 @@ private:
     ~LinuxHIDManager() override;
 
     int fileDescriptor() const noexcept override { return watch_.fileDescriptor(); }
+    bool mayBeAskedAnytime() const noexcept override { return true; }
     bool acquire() override { return watch_.acquire(); }
     void discover() override;
     void beginTurn() override;
@@ -72,6 +74,8 @@ private:
     void examine(Node& node);
     void identify(Node& node);
     void openNode(Node& node);
+    void watchOpened();
+    void cannotBeOpened(Node& node, IOReturn why);
     void closeNode(Node& node);
     void arrive(const Node& node);
     void nodeDeleted(Node& node);
@@ -92,6 +96,7 @@ private:
     Values values_;
     std::vector<std::uint64_t> ready_; ///< serials of what has something to read, which takes turns
     std::size_t nextReady_ = 0;
+    std::uint64_t lastRead_ = HIDRawWatch::changes; ///< the node that brought the last report
     std::vector<HIDRawWatch::Ready> polled_;
     std::vector<NodeChange> changes_;
     std::size_t nextChange_ = 0; ///< those in `changes_` from here on are still to be taken in
@@ -100,7 +105,9 @@ private:
     std::size_t reads_ = 0; ///< in this turn
     bool open_ = false;
     bool isListed_ = false;       ///< whether all nodes that were there have been looked at
+    bool hasOpened_ = false;      ///< whether there are nodes that are open and not watched yet
     bool hasPolled_ = false;      ///< in this turn
+    bool hasReported_ = false;    ///< whether this turn has reported an arrival
     bool propertiesWait_ = false; ///< whether devices have been reported whose properties are still to be read
     bool propertiesDue_ = false;  ///< whether that is to be done in this turn
 };

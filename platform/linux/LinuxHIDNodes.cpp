@@ -2,6 +2,7 @@
 #include "platform/linux/LinuxHIDManager.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace qz::platform {
 
@@ -24,7 +25,13 @@ void LinuxHIDManager::visit(const std::string& name) {
     if (Node* const node = findNode(name); node != nullptr && isStale(*node)) {
         nodeDeleted(*node);
     }
-    examine(nodeNamed(name));
+    const bool isStillDraining =
+        std::ranges::any_of(nodes_, [&](const Node& node) { return node.name == name && node.isDeleted; });
+    if (isStillDraining) {
+        changes_.push_back({NodeChange::Kind::Created, name}); // its removal comes first
+    } else {
+        examine(nodeNamed(name));
+    }
 }
 
 bool LinuxHIDManager::isStale(const Node& node) const {
@@ -47,7 +54,8 @@ bool LinuxHIDManager::applyChanges() {
         }
     }
     while (nextChange_ < changes_.size() && !isDraining()) {
-        apply(changes_[nextChange_++]);
+        const NodeChange change = changes_[nextChange_++]; // a copy: applying it may add another
+        apply(change);
     }
     if (!isListed_) {
         list();
@@ -96,8 +104,11 @@ void LinuxHIDManager::examine(Node& node) {
 }
 
 void LinuxHIDManager::identify(Node& node) {
+    // The place first: what stands there is this device's, while the name may be another's by the next call.
+    HIDDevicePath path = readDevicePath(calls_, paths_.classDirectory, node.name);
     std::vector<std::uint8_t> bytes;
-    if (!readReportDescriptor(calls_, paths_.classDirectory, node.name, bytes)) {
+    if (const int error = readReportDescriptor(calls_, path, bytes); error != 0) {
+        isListed_ = isListed_ && statusOfOpening(error) != kIOReturnNoResources;
         return;
     }
     node.isKnown = true;
@@ -105,8 +116,8 @@ void LinuxHIDManager::identify(Node& node) {
     if (std::holds_alternative<ReportDescriptorError>(descriptor)) {
         return;
     }
-    auto device = std::make_shared<LinuxHIDDevice>(calls_, std::get<ReportDescriptor>(std::move(descriptor)));
-    device->locate(paths_.classDirectory, node.name);
+    auto device =
+        std::make_shared<LinuxHIDDevice>(calls_, std::get<ReportDescriptor>(std::move(descriptor)), std::move(path));
     if (isWanted(*device)) {
         node.device = std::move(device);
     }
@@ -120,22 +131,48 @@ void LinuxHIDManager::openNode(Node& node) {
     if (error == ENOENT) {
         return; // it has gone again, or comes later than what sysfs says of it
     }
-    IOReturn result = statusOfOpening(error);
-    if (result == kIOReturnSuccess && !watch_.add(node.device->descriptor(), node.serial)) {
-        node.device->closeNode();
-        result = kIOReturnNoResources;
+    if (error == 0 && readDevicePath(calls_, paths_.classDirectory, node.name).path != node.device->sysfsPath()) {
+        node.device->closeNode(); // another device has the name by now; the news of it is on the way
+        return;
     }
-    if (result == kIOReturnSuccess) {
-        arrive(node);
-    } else if (result != node.reported) {
-        notices_.push_back({Notice::Kind::Failure, node.device, result});
+    if (error != 0) {
+        cannotBeOpened(node, statusOfOpening(error));
+        return;
     }
-    node.reported = result;
+    node.reported = kIOReturnSuccess;
+    hasOpened_ = true;
+    arrive(node);
+}
+
+/// Watching begins with the next wait: what has arrived is reported first, and what comes meanwhile is not lost.
+void LinuxHIDManager::watchOpened() {
+    if (!std::exchange(hasOpened_, false)) {
+        return;
+    }
+    for (Node& node : nodes_) {
+        if (node.isWatched || !node.device || !node.device->isOpen()) {
+            continue;
+        }
+        node.isWatched = watch_.add(node.device->descriptor(), node.serial);
+        if (!node.isWatched) {
+            node.device->closeNode();
+            cannotBeOpened(node, kIOReturnNoResources);
+        }
+    }
+}
+
+void LinuxHIDManager::cannotBeOpened(Node& node, IOReturn why) {
+    if (why != node.reported) {
+        node.reported = why;
+        notices_.push_back({Notice::Kind::Failure, node.device, why});
+    }
 }
 
 void LinuxHIDManager::closeNode(Node& node) {
     if (node.device->isOpen()) {
-        watch_.remove(node.device->descriptor());
+        if (std::exchange(node.isWatched, false)) {
+            watch_.remove(node.device->descriptor());
+        }
         node.device->closeNode();
     }
 }

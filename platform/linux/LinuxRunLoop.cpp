@@ -60,8 +60,12 @@ std::size_t LinuxRunLoop::perform(RunLoopMode mode, std::uint64_t serial) {
 }
 
 std::size_t LinuxRunLoop::dispatch(RunLoopMode mode) {
+    const std::vector<Entry>& entries = set(mode).entries;
+    if (entries.size() == 1 && entries.front().source->mayBeAskedAnytime()) {
+        return entries.front().source->perform();
+    }
     std::vector<std::uint64_t> askedEveryTurn;
-    for (const Entry& entry : set(mode).entries) {
+    for (const Entry& entry : entries) {
         if (entry.fileDescriptor < 0) {
             askedEveryTurn.push_back(entry.serial);
         }

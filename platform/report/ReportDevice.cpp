@@ -57,4 +57,11 @@ void ReportDevice::forgetReports() noexcept {
     }
 }
 
+void ReportDevice::forgetValues(std::span<const std::uint32_t> indices) noexcept {
+    for (const std::uint32_t index : indices) {
+        lastKnownValues()[index] = std::nullopt;
+    }
+    forgetReports();
+}
+
 } // namespace qz::platform

@@ -44,6 +44,9 @@ protected:
     /// To be called when a last known value was set in another way than by `feed`.
     void forgetReports() noexcept;
 
+    /// The values of these elements, which `feed` answered, have not been delivered: they are not known.
+    void forgetValues(std::span<const std::uint32_t> indices) noexcept;
+
 private:
     std::unique_ptr<ReportDecoder> decoder_;
 };

@@ -261,16 +261,18 @@ TEST_F(LinuxHIDWithoutResources, SaysSoWhenTheDevicesCannotBeListedAndListsThemL
     }
 }
 
-TEST_F(LinuxHIDWithoutResources, ReportsADeviceThatCannotBeWatched) {
+TEST_F(LinuxHIDWithoutResources, SaysOfADeviceThatItCannotBeWatchedAndReadsItOnceItCan) {
     setUp();
     turn();
     failAll("epollControl", ENOSPC);
-    kernel.plug(fakePad("pad"));
-    EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("error " + std::to_string(kIOReturnNoResources)));
+    const int pad = kernel.plug(fakePad("pad"));
+    EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("matched pad", "error " + std::to_string(kIOReturnNoResources)));
     EXPECT_EQ(kernel.openNodes(), 0U);
     kernel.setScript(nullptr);
     client.open();
-    EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("matched pad"));
+    EXPECT_THAT(turnAndTold(), IsEmpty());
+    kernel.send(pad, button(true));
+    EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("value pad 9:1 1"));
 }
 
 } // namespace

@@ -32,6 +32,9 @@ inline std::vector<std::uint8_t> button(bool pressed) {
 /// A client of the Linux back end on fake devices.
 class LinuxHIDFixture : public ::testing::Test {
 protected:
+    /// A script may use what the test has, and the client still makes calls when it ends.
+    void TearDown() override { kernel.setScript(nullptr); }
+
     /// Turns of the loop until it would sleep.
     std::size_t turn() {
         std::size_t handled = 0;

@@ -168,6 +168,27 @@ TEST_F(LinuxHIDProperties, AreReadLaterWhenTheSystemHadNoResources) {
     EXPECT_EQ(text("SerialNumber"), "AB12");
 }
 
+TEST_F(LinuxHIDProperties, AreAllReadLaterWhenOneOfThemCouldNotBeRead) {
+    FakeHIDDevice device = usbStick();
+    device.uniq = "made up";
+    plug(device);
+    for (int failing = 0; failing < 5; ++failing) {
+        int opened = 0;
+        kernel.setScript([&](std::string_view call) { return call == "open" && opened++ == failing ? ENFILE : 0; });
+        EXPECT_EQ(text("SerialNumber"), std::nullopt) << "opening " << failing;
+    }
+    kernel.setScript(nullptr);
+    EXPECT_EQ(text("SerialNumber"), "AB12");
+    EXPECT_EQ(integer("VersionNumber"), 0x111);
+}
+
+TEST_F(LinuxHIDProperties, OfAPlaceInBytesThatAreNoTextAreThoseOfTheBytes) {
+    FakeHIDDevice device = fakePad("pad");
+    device.phys = "usb-\xff-1/input0";
+    plug(device);
+    EXPECT_EQ(integer("LocationID"), 0x936f686f & 0x7fffffff);
+}
+
 TEST_F(LinuxHIDProperties, AreReadOnce) {
     plug(usbStick());
     turn();
@@ -243,6 +264,12 @@ TEST(LinuxHIDLocation, IsElseThatOfThePathInSysfsWhateverTheKernelHasCounted) {
     EXPECT_EQ(at("/devices/virtual/misc/uhid/0005:1234:5678.0001/hidraw/hidraw0"),
               at("/devices/virtual/misc/uhid/0005:1234:5678.0002/hidraw/hidraw1"));
     EXPECT_EQ(at("/devices/x/input/input7/y"), at("/devices/x/input/input12/y"));
+    EXPECT_NE(at("/devices/pci0000:00/0000:05:00.3/x"), at("/devices/pci0000:00/0000:05:00.4/x"))
+        << "the function of a PCI device is no number that was counted up";
+    // By the definition of the hash, of ".../usb/-1/-1.2/-1.2:1.0/0003:1234:5678/hidraw/hidraw" and so on.
+    EXPECT_EQ(here, 0x918b35d1 & 0x7fffffff);
+    EXPECT_EQ(at("/devices/virtual/misc/uhid/0005:1234:5678.0001/hidraw/hidraw0"), 0xddcec4bb & 0x7fffffff);
+    EXPECT_EQ(at("/devices/x/input/input7/y"), 0x2b494cee);
     EXPECT_EQ(locationID({false, "/input0", "", "/devices/a"}), at("/devices/a"));
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/CountedAllocations.h"
+#include "tests/support/Hex.h"
 #include "tests/unit/LinuxHIDFixture.h"
 
 #include <algorithm>
@@ -263,6 +264,21 @@ TEST_F(LinuxHIDReading, IsNotWokenByADescriptorThatAChildProcessKeeps) {
     EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
     EXPECT_FALSE(wouldWake());
     ::close(copy);
+}
+
+TEST_F(LinuxHIDReading, DeliversAfterTheNextOpeningWhatAClosingKeptBack) {
+    setUp();
+    FakeHIDDevice device = fakePad("stick");
+    // A joystick with X and Y of one byte each.
+    device.descriptor = test::bytes("05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 02 09 30 09 31 81 02 c0");
+    const int stick = plugReported(device);
+    client.onValue = [&](IOHIDValueRef) { client.close(); };
+    kernel.send(stick, {10, 11});
+    EXPECT_THAT(turnAndTold(), ElementsAre("value stick 1:48 10"));
+    client.onValue = nullptr;
+    client.open();
+    kernel.send(stick, {10, 11});
+    EXPECT_THAT(turnAndTold(), ElementsAre("value stick 1:49 11"));
 }
 
 TEST_F(LinuxHIDReading, AllocatesNothing) {
