@@ -163,28 +163,28 @@ TEST(Load, OfEightDevicesAtAThousandReportsASecondLosesNone) {
 }
 
 TEST(Load, OfThirtyTwoDevicesLosesNoneAtTheHighestRateOfABareLoop) {
-    allowSeconds(180);
+    allowSeconds(240);
     std::vector<CounterPad> pads = makePads(32);
     constexpr std::chrono::seconds duration(3);
-    // From a rate down that no machine sends at: what counts is the highest at which the bare loop keeps up, and a
-    // machine that is busy with something else may fail either of them.
+    // From a rate down that no machine sends at: what counts is the highest at which the bare loop keeps up. A machine
+    // that stops for a moment to do something else fails either of them, but not the same one every time.
+    constexpr int attempts = 3;
     for (const unsigned rate : {8000U, 1000U, 700U, 500U, 350U, 250U, 125U}) {
-        const Traffic bare = readBare(pads, rate, duration);
-        tellTraffic("bare", pads.size(), bare);
-        if (!bare.isComplete()) {
-            continue;
-        }
-        const Traffic library = readWithTheLibrary(pads, rate, duration);
-        tellTraffic("library", pads.size(), library);
-        if (library.isComplete()) {
-            if (library.rate >= 0.9 * bare.rate) {
+        int lossesOfTheLibraryAlone = 0;
+        for (int attempt = 0; attempt < attempts; ++attempt) {
+            const Traffic bare = readBare(pads, rate, duration);
+            tellTraffic("bare", pads.size(), bare);
+            if (!bare.isComplete()) {
+                break;
+            }
+            const Traffic library = readWithTheLibrary(pads, rate, duration);
+            tellTraffic("library", pads.size(), library);
+            if (library.isComplete() && library.rate >= 0.9 * bare.rate) {
                 return;
             }
-            continue; // the sender was not as quick this time
+            lossesOfTheLibraryAlone += library.isComplete() ? 0 : 1;
         }
-        const Traffic again = readBare(pads, rate, duration);
-        tellTraffic("bare", pads.size(), again);
-        ASSERT_FALSE(again.isComplete()) << "the library loses reports where a bare loop does not";
+        ASSERT_LT(lossesOfTheLibraryAlone, attempts) << "the library loses reports where a bare loop does not";
     }
     FAIL() << "at no rate both had as much to read";
 }
