@@ -68,6 +68,10 @@ is_provided() {
     libcli11-dev) has_header CLI/CLI.hpp ;;
     libbenchmark-dev) has_header benchmark/benchmark.h ;;
     libsdl2-dev) has_header SDL2/SDL.h ;;
+    qemu-system-x86) has_command qemu-system-x86_64 ;;
+    busybox-static) has_command busybox && ! ldd "$(command -v busybox)" >/dev/null 2>&1 ;;
+    kmod) has_command depmod && has_command modprobe ;;
+    udev) [[ -x /lib/systemd/systemd-udevd ]] ;;
     lib*) die "is_provided does not know how to look for $1" ;;
     *) has_command "$1" ;;
     esac

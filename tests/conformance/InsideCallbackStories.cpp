@@ -199,6 +199,36 @@ TEST_P(InsideEveryCallback, AnotherDelegateIsToldWhatFollows) {
     EXPECT_THAT(otherEvents, ElementsAreArray(expected));
 }
 
+/// The moments that are about a device that can be unplugged: the first one that was plugged.
+class InsideCallbackAboutADevice : public InsideEveryCallback {
+public:
+    static std::vector<Moment> momentsAboutDevices() {
+        std::vector<Moment> all = moments();
+        std::erase_if(all, [](const Moment& moment) { return moment.callback == Callback::Error; });
+        return all;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Over, InsideCallbackAboutADevice,
+                         ::testing::Combine(ValuesIn(hostKinds()),
+                                            ValuesIn(InsideCallbackAboutADevice::momentsAboutDevices())),
+                         hostAndMoment);
+
+TEST_P(InsideCallbackAboutADevice, UnpluggingThatRemovesItAfterTheCallback) {
+    moment().leadTo(*this);
+    delegate->onceInside(moment().callback, [this](QZGCHIDManager&) { host->unplug(DeviceId{0}); });
+    turn();
+    EventLog expected = moment().events();
+    if (!moment().connectedAfterReturn.empty()) {
+        expected.emplace_back("disconnected pad");
+    } else if (moment().name == "Refusing") {
+        expected.emplace_back("should connect pad -> no"); // asked again at the removal
+    }
+    EXPECT_THAT(told(), ElementsAreArray(expected));
+    EXPECT_THAT(connected(), IsEmpty());
+    EXPECT_EQ(turn(), 0U);
+}
+
 using InsideCallback = OverHosts;
 QZ_TELL_OVER_ALL_HOSTS(InsideCallback);
 

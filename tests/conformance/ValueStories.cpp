@@ -107,6 +107,22 @@ TEST_P(Values, AreNotReportedDuringCalibration) {
     EXPECT_THAT(toldOf(pad, 1), ElementsAre("action Fire 1"));
 }
 
+TEST_P(Values, DoNotKeepADeviceThatIsUnpluggedDuringCalibration) {
+    setUp();
+    const DeviceId pad = plugAdmitted(gamePad("pad"));
+    manager->startCalibration();
+    EXPECT_THAT(toldOf(pad, 1), IsEmpty());
+    host->send(pad, 0, 0);
+    host->unplug(pad);
+    turn();
+    EXPECT_THAT(told(), ElementsAre("disconnected pad"));
+    const DeviceId again = plugAdmitted(gamePad("pad"));
+    EXPECT_THAT(toldOf(again, 1), IsEmpty());
+    manager->endCalibration();
+    EXPECT_THAT(toldOf(again, 0), IsEmpty()) << "it is what was last reported";
+    EXPECT_THAT(toldOf(again, 1), ElementsAre("action Fire 1"));
+}
+
 TEST_P(Values, CanBeReadFromTheDeviceOnceTheyHaveArrivedAndUntilItIsUnplugged) {
     setUp();
     const DeviceId pad = plugAdmitted(gamePad("pad"));

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#include "tests/kernel/speed/Connecting.h"
+
+#include "tests/kernel/speed/Costs.h"
+#include "tests/kernel/support/FileDescriptor.h"
+#include "tests/kernel/support/KernelApplication.h"
+
+#include <array>
+#include <dirent.h>
+
+namespace qz::tests {
+
+namespace {
+
+ConnectingCost costOf(const Work& work) {
+    return {.microseconds = microsecondsOf(work), .systemCalls = systemCallsOf(work)};
+}
+
+} // namespace
+
+ConnectingCost connectBare(std::size_t devices) {
+    return costOf([devices](const std::function<void()>& mark) {
+        std::vector<int> nodes;
+        mark();
+        DIR* const list = ::opendir("/sys/class/hidraw");
+        while (const dirent* const entry = list != nullptr ? ::readdir(list) : nullptr) {
+            const std::string name = entry->d_name;
+            if (!name.starts_with("hidraw")) {
+                continue;
+            }
+            const std::string path = "/sys/class/hidraw/" + name + "/device/report_descriptor";
+            const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+            std::array<char, 4096> descriptor{};
+            const bool isRead = ::read(file, descriptor.data(), descriptor.size()) > 0;
+            ::close(file);
+            const int node = ::open(("/dev/" + name).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+            if (isRead && node >= 0) {
+                nodes.push_back(node);
+            }
+        }
+        ::closedir(list);
+        mark();
+        return nodes.size() == devices;
+    });
+}
+
+ConnectingCost connectWithTheLibrary(std::size_t devices) {
+    return costOf([devices](const std::function<void()>& mark) {
+        KernelApplication application;
+        application.manager.reset();
+        mark();
+        application.manager = QZGCHIDManager::create(application.configuration, application.platform);
+        const bool isDone =
+            application.setUp() && application.turnUntil([&] { return application.listener->connected == devices; });
+        mark();
+        return isDone;
+    });
+}
+
+} // namespace qz::tests

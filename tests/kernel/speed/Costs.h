@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+namespace qz::tests {
+
+/// What is measured: what happens between its two calls of `mark`. It runs in a child; false when it did not work, and
+/// then the measurement throws.
+using Work = std::function<bool(const std::function<void()>& mark)>;
+
+double microsecondsOf(const Work& work);
+std::size_t systemCallsOf(const Work& work);
+
+} // namespace qz::tests

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: MIT
+#include "tests/kernel/speed/Connecting.h"
+#include "tests/kernel/speed/Costs.h"
+#include "tests/kernel/speed/Readers.h"
+#include "tests/kernel/support/CounterPad.h"
+#include "tests/kernel/support/Results.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <sched.h>
+#include <thread>
+
+namespace qz::tests {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double median(std::vector<double> samples) {
+    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
+    std::ranges::nth_element(samples, middle);
+    return *middle;
+}
+
+struct Limits {
+    bool hold = true;
+    /// Writes a line with a ratio, which is not to be above the limit.
+    void check(const char* what, double ratio, double limit) {
+        const bool holds = ratio <= limit;
+        hold = hold && holds;
+        tellFormatted("  %-58s %5.2f (limit %.2f)%s", what, ratio, limit, holds ? "" : "  TOO MUCH");
+    }
+};
+
+double microseconds(Clock::duration duration) {
+    return std::chrono::duration<double, std::micro>(duration).count();
+}
+
+/// Keeps this thread, and those that it makes, to the first processor.
+class OneProcessor {
+public:
+    OneProcessor() {
+        ::sched_getaffinity(0, sizeof before_, &before_);
+        cpu_set_t first;
+        CPU_ZERO(&first);
+        CPU_SET(0, &first);
+        ::sched_setaffinity(0, sizeof first, &first);
+    }
+    OneProcessor(const OneProcessor&) = delete;
+    OneProcessor& operator=(const OneProcessor&) = delete;
+    ~OneProcessor() { ::sched_setaffinity(0, sizeof before_, &before_); }
+
+private:
+    cpu_set_t before_{};
+};
+
+/// How long reports take from their writing until a reader has them.
+struct Samples {
+    const char* name;
+    std::unique_ptr<Reader> (*make)(const HIDNodes& nodes);
+    std::vector<double> waiting = {}; ///< the reader waits when the report comes, from another thread
+    std::vector<double> ready = {};   ///< the report is there when the reader looks, with the writing in one thread
+    std::vector<double> afterWriting = {}; ///< of those, without the writing
+
+    static constexpr int warmUp = 20; ///< an even number of reports that fill the caches
+
+    /// What the reader asks of the kernel for one report, its waiting included.
+    std::size_t systemCalls(CounterPad& pad) const {
+        return systemCallsOf([&](const std::function<void()>& mark) {
+            pad.press(1);
+            pad.sendAgain();
+            const std::unique_ptr<Reader> reader = make(pad.device().nodes());
+            for (int i = 0; i < warmUp; ++i) {
+                pad.press(i % 2 != 0 ? 1 : 0);
+                pad.sendAgain();
+                reader->receive();
+            }
+            pad.press(0);
+            pad.sendAgain();
+            mark();
+            reader->receive();
+            mark();
+            return true;
+        });
+    }
+
+    void takeReady(CounterPad& pad, int count) {
+        const std::unique_ptr<Reader> reader = make(pad.device().nodes());
+        for (int i = -warmUp; i < count; ++i) {
+            pad.press(i % 2 != 0 ? 1 : 0);
+            const auto start = Clock::now();
+            pad.sendAgain();
+            const auto written = Clock::now();
+            reader->receive();
+            const auto end = Clock::now();
+            if (i >= 0) {
+                ready.push_back(microseconds(end - start));
+                afterWriting.push_back(microseconds(end - written));
+            }
+        }
+    }
+
+    /// Writer and reader share a processor: what is measured is the way from one to the other, and not how long an
+    /// emulated processor takes to wake up.
+    void takeWaiting(CounterPad& pad, int count) {
+        const OneProcessor one;
+        const std::unique_ptr<Reader> reader = make(pad.device().nodes());
+        std::atomic<int> received = -warmUp - 1;
+        std::atomic<Clock::time_point> start;
+        std::thread writer([&] {
+            for (int i = -warmUp; i < count; ++i) {
+                received.wait(i - 2);
+                // Until the reader has certainly gone to wait, and at any point of its own rhythm if it has one.
+                std::this_thread::sleep_for(std::chrono::microseconds(1000 + 37 * (i + warmUp) % 1000));
+                pad.press(i % 2 != 0 ? 1 : 0);
+                start = Clock::now();
+                pad.sendAgain();
+            }
+        });
+        for (int i = -warmUp; i < count; ++i) {
+            reader->receive();
+            const auto end = Clock::now();
+            if (i >= 0) {
+                waiting.push_back(microseconds(end - start.load()));
+            }
+            received = i;
+            received.notify_one();
+        }
+        writer.join();
+    }
+};
+
+void measureReports(Limits& limits) {
+    constexpr int rounds = 9;
+    constexpr int reports = 100;
+    CounterPad pad("speed");
+    std::array<Samples, 3> all{{{"bare poll and read", makeBareReader},
+                                {"the library, until the delegate's call", makeLibraryReader},
+                                {"SDL2, until its event", makeSDLReader}}};
+    for (int round = 0; round < rounds; ++round) {
+        for (Samples& samples : all) {
+            samples.takeWaiting(pad, reports);
+        }
+        for (Samples& samples : all) {
+            samples.takeReady(pad, reports);
+        }
+    }
+    const Samples& bare = all[0];
+    const Samples& library = all[1];
+    const Samples& sdl = all[2];
+    tellFormatted("From writing a report until a reader that waits for it has it, medians of %d:", rounds * reports);
+    for (const Samples& samples : all) {
+        tellFormatted("  %-40s %7.1f us", samples.name, median(samples.waiting));
+    }
+    limits.check("library : bare", median(library.waiting) / median(bare.waiting), 1.25);
+    limits.check("library : SDL2", median(library.waiting) / median(sdl.waiting), 1.0);
+    tellFormatted("The same when the report is there before the reader looks, in one thread:");
+    for (Samples& samples : all) {
+        tellFormatted("  %-40s %7.1f us, of which %6.1f after the writing, in %zu system calls", samples.name,
+                      median(samples.ready), median(samples.afterWriting), samples.systemCalls(pad));
+    }
+    tellFormatted("  library : bare %.2f, after the writing %.2f; library : SDL2 %.2f, after the writing %.2f",
+                  median(library.ready) / median(bare.ready), median(library.afterWriting) / median(bare.afterWriting),
+                  median(library.ready) / median(sdl.ready), median(library.afterWriting) / median(sdl.afterWriting));
+}
+
+void measureConnecting(Limits& limits) {
+    constexpr int rounds = 15;
+    constexpr std::size_t devices = 20;
+    std::vector<CounterPad> pads;
+    for (std::size_t i = 0; i < devices; ++i) {
+        pads.emplace_back("connecting", std::to_string(i));
+    }
+    std::vector<double> bareTimes;
+    std::vector<double> libraryTimes;
+    std::vector<double> bareCalls;
+    std::vector<double> libraryCalls;
+    for (int round = 0; round < rounds; ++round) {
+        const ConnectingCost bare = connectBare(devices);
+        const ConnectingCost library = connectWithTheLibrary(devices);
+        bareTimes.push_back(bare.microseconds);
+        libraryTimes.push_back(library.microseconds);
+        bareCalls.push_back(static_cast<double>(bare.systemCalls));
+        libraryCalls.push_back(static_cast<double>(library.systemCalls));
+    }
+    tellFormatted("From set-up to %zu connected controllers, medians of %d:", devices, rounds);
+    tellFormatted("  %-40s %7.0f us, %4.0f system calls", "bare list, read and open", median(bareTimes),
+                  median(bareCalls));
+    tellFormatted("  %-40s %7.0f us, %4.0f system calls", "the library, until the delegate's call",
+                  median(libraryTimes), median(libraryCalls));
+    limits.check("library : bare, time", median(libraryTimes) / median(bareTimes), 1.5);
+    limits.check("library : bare, system calls", median(libraryCalls) / median(bareCalls), 1.5);
+}
+
+} // namespace
+} // namespace qz::tests
+
+int main() {
+    qz::tests::allowSeconds(120); // a measurement that hangs ends by the alarm
+    qz::tests::Limits limits;
+    try {
+        qz::tests::measureReports(limits);
+        qz::tests::measureConnecting(limits);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 1;
+    }
+    return limits.hold ? 0 : 1;
+}
