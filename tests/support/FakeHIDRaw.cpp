@@ -64,7 +64,7 @@ void FakeHIDRaw::addSysfs(int number) {
     std::filesystem::create_directories(directory + "/hidraw/" + name);
     std::filesystem::create_directory_symlink("../..", directory + "/hidraw/" + name + "/device");
     for (const auto& [file, text] : what.usbFiles) {
-        writeFile(directory + "/../../" + file, text);
+        writeFile(joined({directory, "/../../", file}), text);
     }
     writeFile(directory + "/uevent",
               joined({"DRIVER=hid-generic\nHID_ID=", numbersText(what, 8), "\nHID_NAME=", what.name, "\nHID_PHYS=",

@@ -20,8 +20,8 @@ struct HostKind {
     friend std::ostream& operator<<(std::ostream& out, const HostKind& kind) { return out << kind.name; }
 };
 
-/// All hosts that the stories run over. Every program with stories has one such function, the one place where another is
-/// added.
+/// All hosts that the stories run over. Every program with stories has one such function, the one place where another
+/// is added.
 std::vector<HostKind> hostKinds();
 
 inline std::string hostName(const ::testing::TestParamInfo<HostKind>& info) {

@@ -309,6 +309,36 @@ TEST(LinuxRunLoopCalls, NeverWait) {
     EXPECT_THAT(calls.timeouts, Each(0));
 }
 
+/// A source that knows by itself whether there is something to do.
+class KnowingSource final : public RunLoopSource {
+public:
+    int fileDescriptor() const noexcept override { return descriptor_.fileDescriptor(); }
+    bool mayBeAskedAnytime() const noexcept override { return true; }
+    std::size_t perform() override { return ++asked; }
+
+    std::size_t asked = 0;
+
+private:
+    EventSource descriptor_;
+};
+
+TEST(LinuxRunLoopCalls, AreNotMadeForTheOnlySourceWhenThatKnowsByItself) {
+    CountingCalls calls;
+    LinuxRunLoop loop(calls);
+    KnowingSource source;
+    loop.addSource(source, kCFRunLoopDefaultMode);
+    EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 1U);
+    EXPECT_THAT(calls.timeouts, IsEmpty());
+    EventSource other;
+    loop.addSource(other, kCFRunLoopDefaultMode);
+    EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 0U) << "with another one the system says who is ready";
+    EXPECT_THAT(calls.timeouts, SizeIs(1));
+    loop.removeSource(other, kCFRunLoopDefaultMode);
+    loop.removeSource(source, kCFRunLoopDefaultMode);
+    EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 0U);
+    EXPECT_EQ(source.asked, 1U);
+}
+
 TEST(LinuxRunLoopCalls, CloseWhatTheyOpenedOnce) {
     CountingCalls calls;
     { const LinuxRunLoop loop(calls); }
