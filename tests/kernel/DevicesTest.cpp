@@ -2,9 +2,9 @@
 #include "platform/report/Recording.h"
 #include "platform/report/ReportDevice.h"
 #include "tests/kernel/support/DeviceComparison.h"
-#include "tests/kernel/support/KernelPlatform.h"
 #include "tests/kernel/support/Results.h"
 #include "tests/kernel/support/UhidDevice.h"
+#include "tests/support/LinuxDevicesPlatform.h"
 #include "tests/support/PlatformClient.h"
 
 #include <gmock/gmock.h>
@@ -83,7 +83,7 @@ protected:
     const RecordedDevice& recorded = recording.devices.front();
     const std::variant<ReportDescriptor, ReportDescriptorError> parsed = parseReportDescriptor(recorded.descriptor);
     std::optional<UhidDevice> uhid;
-    KernelPlatform platform;
+    LinuxDevicesPlatform platform;
     EventLog events;
     PlatformClient client{platform, events};
     std::shared_ptr<HIDDevice> found;

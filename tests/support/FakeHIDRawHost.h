@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/linux/LinuxRunLoop.h"
-#include "platform/virtual/VirtualPlatform.h"
-#include "platform/virtual/VolatileUserDefaults.h"
 #include "tests/support/DeviceReports.h"
 #include "tests/support/FakeHIDRaw.h"
 #include "tests/support/Host.h"
+#include "tests/support/LinuxDevicesPlatform.h"
 
 namespace qz::tests {
 
@@ -22,29 +20,13 @@ public:
     qz::platform::tests::FakeHIDRaw& kernel() noexcept { return kernel_; }
 
 private:
-    class HostPlatform final : public qz::platform::Platform {
-    public:
-        explicit HostPlatform(qz::platform::tests::FakeHIDRaw& kernel)
-            : runLoop_(kernel), hidServices_(kernel.paths(), kernel) {}
-
-        qz::platform::LinuxHIDServices& hidServices() override { return hidServices_; }
-        qz::platform::RunLoop& currentRunLoop() override { return runLoop_; }
-        qz::platform::UserDefaults& userDefaults() override { return userDefaults_; }
-        qz::platform::SystemLog& systemLog() override { return systemLog_; }
-
-    private:
-        qz::platform::LinuxRunLoop runLoop_;
-        qz::platform::LinuxHIDServices hidServices_;
-        qz::platform::VolatileUserDefaults userDefaults_;
-        qz::platform::VirtualSystemLog systemLog_;
-    };
     struct Plugged {
         int number; ///< -1 once it is gone
         DeviceReports reports;
     };
 
     qz::platform::tests::FakeHIDRaw kernel_;
-    HostPlatform platform_{kernel_};
+    LinuxDevicesPlatform platform_{kernel_, kernel_.paths()};
     std::vector<Plugged> plugged_;
 };
 

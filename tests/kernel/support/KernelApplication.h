@@ -2,8 +2,8 @@
 #pragma once
 
 #include "QZGameController/QZGCConfigurationManager.h"
-#include "tests/kernel/support/KernelPlatform.h"
 #include "tests/kernel/support/Listener.h"
+#include "tests/support/LinuxDevicesPlatform.h"
 
 #include <functional>
 
@@ -29,7 +29,7 @@ public:
     /// Waits for the loop to have something to do; false when it has not within that time.
     bool wait(int milliseconds);
 
-    KernelPlatform platform;
+    LinuxDevicesPlatform platform;
     qz::platform::RunLoop& loop = platform.currentRunLoop();
     std::shared_ptr<Listener> listener = std::make_shared<Listener>();
     std::shared_ptr<QZGCConfigurationManager> configuration;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "tests/kernel/support/KernelPlatform.h"
 #include "tests/kernel/support/UhidDevice.h"
 #include "tests/support/DeviceReports.h"
 #include "tests/support/Host.h"
+#include "tests/support/LinuxDevicesPlatform.h"
 
 #include <map>
 #include <memory>
@@ -34,7 +34,7 @@ private:
     };
 
     RefusingKernel kernel_;
-    KernelPlatform platform_{kernel_};
+    LinuxDevicesPlatform platform_{kernel_};
     std::vector<Plugged> plugged_;
 };
 

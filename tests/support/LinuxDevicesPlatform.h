@@ -6,15 +6,19 @@
 #include "platform/virtual/VirtualPlatform.h"
 #include "platform/virtual/VolatileUserDefaults.h"
 
+#include <utility>
+
 namespace qz::tests {
 
-/// The devices of the running kernel, with preferences that begin empty and live in memory.
-class KernelPlatform final : public qz::platform::Platform {
+/// The Linux back end, with preferences that begin empty and live in memory.
+class LinuxDevicesPlatform final : public qz::platform::Platform {
 public:
-    explicit KernelPlatform(qz::platform::SystemCalls& calls = qz::platform::SystemCalls::kernel())
-        : hidServices_({}, calls) {}
+    /// The devices of the running kernel, or those that `paths` and `calls` make it believe in.
+    explicit LinuxDevicesPlatform(qz::platform::SystemCalls& calls = qz::platform::SystemCalls::kernel(),
+                                  qz::platform::LinuxHIDPaths paths = {})
+        : runLoop_(calls), hidServices_(std::move(paths), calls) {}
 
-    qz::platform::HIDServices& hidServices() override { return hidServices_; }
+    qz::platform::LinuxHIDServices& hidServices() override { return hidServices_; }
     qz::platform::RunLoop& currentRunLoop() override { return runLoop_; }
     qz::platform::UserDefaults& userDefaults() override { return userDefaults_; }
     qz::platform::SystemLog& systemLog() override { return systemLog_; }
