@@ -34,4 +34,6 @@ install(FILES "${PROJECT_BINARY_DIR}/qzgamecontroller.pc" DESTINATION "${CMAKE_I
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     # Not below CMAKE_INSTALL_LIBDIR, which may name an architecture: udev looks into lib/udev alone.
     install(FILES packaging/60-qzgamecontroller.rules DESTINATION lib/udev/rules.d)
+    install(FILES docs/linux.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
 endif()
+install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DOCDIR}")

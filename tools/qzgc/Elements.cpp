@@ -59,31 +59,52 @@ bool isText(std::string_view contents) {
     });
 }
 
-std::vector<NamedDescriptor> readDescriptors(const std::string& source) {
-    std::error_code error;
-    const bool isFile = source == "-" || std::filesystem::exists(source, error);
-    if (const auto bytes = bytesOfHexadecimal(source); bytes && !isFile) {
-        return {{"", *bytes}};
+/// Why a text does not stand for bytes: the place of the first character that is neither digit nor blank.
+std::string faultOfHexadecimal(std::string_view text) {
+    const auto at = text.find_first_not_of("0123456789abcdefABCDEF \t\r\n");
+    if (at == std::string_view::npos) {
+        return "not two hexadecimal digits for each byte";
     }
-    if (!isFile) {
-        throw FileError(source, "no such file, and not hexadecimal digits, two for each byte");
-    }
-    const std::string contents = readFile(source);
+    const std::string_view before = text.substr(0, at);
+    const auto line = 1 + std::ranges::count(before, '\n');
+    const auto column = at - (before.rfind('\n') + 1); // npos + 1 is 0
+    return "line " + std::to_string(line) + ", column " + std::to_string(column + 1) +
+           ": neither a hexadecimal digit nor a blank";
+}
+
+std::vector<NamedDescriptor> descriptorsInFile(const std::string& name) {
+    const std::string contents = readFile(name);
     if (!isText(contents)) {
         return {{"", Bytes(contents.begin(), contents.end())}};
     }
     if (auto bytes = bytesOfHexadecimal(contents)) {
         return {{"", *std::move(bytes)}};
     }
+    // Every line of a recording that counts has a colon, and no other text that is of use here has one.
+    if (contents.find(':') == std::string::npos) {
+        throw FileError(name, faultOfHexadecimal(contents));
+    }
     auto recording = platform::readRecording(contents);
     if (const auto* const refusal = std::get_if<platform::RecordingError>(&recording)) {
-        throw FileError(source, "neither a descriptor nor hexadecimal digits nor a recording: " + refusal->message);
+        throw FileError(name, "no valid recording: " + refusal->message);
     }
     std::vector<NamedDescriptor> descriptors;
     for (platform::RecordedDevice& device : std::get<platform::Recording>(recording).devices) {
         descriptors.push_back({std::move(device.name), std::move(device.descriptor)});
     }
     return descriptors;
+}
+
+std::vector<NamedDescriptor> readDescriptors(const std::string& source) {
+    std::error_code error;
+    if (source == "-" || std::filesystem::exists(source, error)) {
+        return descriptorsInFile(source);
+    }
+    if (auto bytes = bytesOfHexadecimal(source)) {
+        return {{"", *std::move(bytes)}};
+    }
+    const bool isNoName = source.find_first_not_of("0123456789abcdefABCDEF \t\r\n") == std::string::npos;
+    throw FileError(source, isNoName ? faultOfHexadecimal(source) : "no such file");
 }
 
 std::string typeText(QZHIDElementType type) {
@@ -134,6 +155,10 @@ void printElements(const QZHIDDevice& device) {
             }
         }
     }
+    if (device.ownedElements()->empty()) {
+        std::cout << "no elements\n";
+        return;
+    }
     std::cout << "cookie  type       usage     range             name\n";
     for (const auto& element : *device.ownedElements()) {
         if (!members.contains(element->cookie())) {
@@ -143,9 +168,13 @@ void printElements(const QZHIDDevice& device) {
 }
 
 ReportDescriptor parse(const NamedDescriptor& descriptor, const std::string& source) {
+    if (descriptor.bytes.empty()) {
+        throw FileError(source.empty() ? "--descriptor" : source, "there is no descriptor: it is empty");
+    }
     auto parsed = parseReportDescriptor(descriptor.bytes);
     if (const auto* const error = std::get_if<ReportDescriptorError>(&parsed)) {
-        throw FileError(source, "the descriptor is refused at byte " + std::to_string(error->offset) + ": " +
+        const std::string device = descriptor.name.empty() ? "" : descriptor.name + ": ";
+        throw FileError(source, device + "the descriptor is refused at byte " + std::to_string(error->offset) + ": " +
                                     std::string(error->reason));
     }
     return std::get<ReportDescriptor>(std::move(parsed));

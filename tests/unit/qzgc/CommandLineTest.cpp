@@ -174,12 +174,12 @@ TEST_F(CommandLine, PrintsTheElementsOfARecordedDevice) {
     write("two.hid", "D: 0\nR: 2 a0 c0\nN: Knob\nI: 3 1 2\nD: 1\nR: 1 c0\nN: Other\nI: 3 1 2\n");
     EXPECT_EQ(run("elements --descriptor two.hid").status, 2);
     EXPECT_THAT(run("elements --descriptor two.hid").output, IsEmpty());
-    EXPECT_THAT(run("elements --descriptor two.hid").complaint, HasSubstr("two.hid: the descriptor is refused"));
+    EXPECT_THAT(run("elements --descriptor two.hid").complaint,
+                HasSubstr("two.hid: Other: the descriptor is refused at byte 0"));
     write("faulty.hid", "R: 4 a0 c0 a0\nN: Knob\n");
     EXPECT_EQ(run("elements --descriptor faulty.hid").status, 2);
-    EXPECT_THAT(run("elements --descriptor faulty.hid").complaint, HasSubstr("nor a recording: line 1: "));
-    write("digits", "05 01 0g");
-    EXPECT_THAT(run("elements --descriptor digits").complaint, HasSubstr("nor a recording: line 1: "));
+    EXPECT_THAT(run("elements --descriptor faulty.hid").complaint,
+                HasSubstr("faulty.hid: no valid recording: line 1: "));
     write("blanks.hid", "  R:\t2 a0 c0\n");
     EXPECT_EQ(run("elements --descriptor blanks.hid").status, 0);
 }
@@ -193,9 +193,16 @@ TEST_F(CommandLine, SaysWhereADescriptorIsRefusedAndWhy) {
 }
 
 TEST_F(CommandLine, SaysWhatIsNeitherAFileNorADescriptor) {
-    EXPECT_EQ(run("elements --descriptor 05x1").complaint,
-              "05x1: no such file, and not hexadecimal digits, two for each byte\n");
-    EXPECT_EQ(run("elements --descriptor 050").status, 2);
+    EXPECT_EQ(run("elements --descriptor 05x1").complaint, "05x1: no such file\n");
+    EXPECT_EQ(run("elements --descriptor 050").complaint, "050: not two hexadecimal digits for each byte\n");
+    write("digits", "05 01\n 0g");
+    EXPECT_EQ(run("elements --descriptor digits").complaint,
+              "digits: line 2, column 3: neither a hexadecimal digit nor a blank\n");
+    write("odd", "05 0");
+    EXPECT_EQ(run("elements --descriptor odd").complaint, "odd: not two hexadecimal digits for each byte\n");
+    EXPECT_EQ(run("elements --descriptor ''").complaint, "--descriptor: there is no descriptor: it is empty\n");
+    EXPECT_EQ(run("elements --descriptor /dev/null").complaint, "/dev/null: there is no descriptor: it is empty\n");
+    EXPECT_EQ(run("elements --descriptor '05 01'").output, "no elements\n");
     EXPECT_EQ(run("elements --descriptor .").complaint, ".: cannot be read: Is a directory\n");
     EXPECT_EQ(run("elements").complaint, "qzgc: --descriptor is required; see 'qzgc elements --help'\n");
     EXPECT_EQ(run("elements --descriptor 05 >/dev/full").status, 2) << "a truncated item";
