@@ -66,6 +66,19 @@ IOReturn LinuxHIDManager::close(IOOptionBits /*options*/) {
     return kIOReturnSuccess;
 }
 
+bool LinuxHIDManager::acquire() {
+    if (watch_.isAcquired()) {
+        return true;
+    }
+    if (!watch_.acquire()) {
+        return false;
+    }
+    if (isDiscovering()) {
+        list(); // what an earlier scheduling could not do
+    }
+    return true;
+}
+
 void LinuxHIDManager::discover() {
     if (watch_.isAcquired()) {
         list();

@@ -53,7 +53,7 @@ private:
 
     int fileDescriptor() const noexcept override { return watch_.fileDescriptor(); }
     bool mayBeAskedAnytime() const noexcept override { return true; }
-    bool acquire() override { return watch_.acquire(); }
+    bool acquire() override;
     void discover() override;
     void beginTurn() override;
     bool deliverNext() override;

@@ -261,6 +261,17 @@ TEST_F(LinuxHIDWithoutResources, SaysSoWhenTheDevicesCannotBeListedAndListsThemL
     }
 }
 
+TEST_F(LinuxHIDWithoutResources, ListsTheDevicesWhenALaterSchedulingGetsSome) {
+    kernel.plug(fakePad("pad"));
+    failAll("inotifyCreate", EMFILE);
+    client.schedule();
+    EXPECT_THAT(turnAndTold(), IsEmpty());
+    kernel.setScript(nullptr);
+    client.unschedule();
+    client.schedule();
+    EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("matched pad"));
+}
+
 TEST_F(LinuxHIDWithoutResources, SaysOfADeviceThatItCannotBeWatchedAndReadsItOnceItCan) {
     setUp();
     turn();
