@@ -262,9 +262,9 @@ void VirtualHIDServices::deliverInputValue(IOReturn result, IOHIDValueRef value)
 
 void VirtualHIDServices::deliverReport(const std::shared_ptr<VirtualDevice>& device,
                                        std::span<const std::uint8_t> report) {
-    const std::shared_ptr<VirtualDevice> keptAlive = device;
+    const auto keptAlive = device->shared_from_this(); // `device` may be the caller's own, and be reset in a callback
     // All values first, because a callback may deliver another report of the device.
-    for (const HIDValue& value : keptAlive->takeReport(report)) {
+    for (const HIDValue& value : device->takeReport(report)) {
         deliverInputValue(kIOReturnSuccess, &value);
     }
 }
