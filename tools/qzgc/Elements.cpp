@@ -5,6 +5,7 @@
 #include "platform/Text.h"
 #include "platform/report/Recording.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "tools/qzgc/Hexadecimal.h"
 #include "tools/qzgc/TextFile.h"
 
 #include <algorithm>
@@ -26,27 +27,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::string_view blanks = " \t\r\n";
-
-/// The bytes that `text` stands for, blanks between them allowed; nothing when it is anything else.
-std::optional<Bytes> bytesOfHexadecimal(std::string_view text) {
-    constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
-    Bytes bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (blanks.find(text[i]) != std::string_view::npos) {
-            continue;
-        }
-        const auto high = digits.find(text[i]);
-        const auto low = i + 1 < text.size() ? digits.find(text[i + 1]) : std::string_view::npos;
-        if (high == std::string_view::npos || low == std::string_view::npos) {
-            return std::nullopt;
-        }
-        bytes.push_back(static_cast<std::uint8_t>((high % 16) << 4U | low % 16));
-        ++i;
-    }
-    return bytes;
-}
-
 struct NamedDescriptor {
     std::string name; ///< empty where the source is a descriptor alone
     Bytes bytes;
@@ -61,7 +41,7 @@ bool isText(std::string_view contents) {
 
 /// Why a text does not stand for bytes: the place of the first character that is neither digit nor blank.
 std::string faultOfHexadecimal(std::string_view text) {
-    const auto at = text.find_first_not_of("0123456789abcdefABCDEF \t\r\n");
+    const auto at = findNoHexadecimal(text);
     if (at == std::string_view::npos) {
         return "not two hexadecimal digits for each byte";
     }
@@ -103,7 +83,7 @@ std::vector<NamedDescriptor> readDescriptors(const std::string& source) {
     if (auto bytes = bytesOfHexadecimal(source)) {
         return {{"", *std::move(bytes)}};
     }
-    const bool isNoName = source.find_first_not_of("0123456789abcdefABCDEF \t\r\n") == std::string::npos;
+    const bool isNoName = findNoHexadecimal(source) == std::string::npos;
     throw FileError(source, isNoName ? faultOfHexadecimal(source) : "no such file");
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tools/qzgc/ObjectReader.h"
 
+#include "tools/qzgc/Hexadecimal.h"
 #include "tools/qzgc/JSONText.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 
 namespace qz::tools {
@@ -95,16 +95,11 @@ std::vector<std::string> read(const JSONValue& json, const Place& place) {
 template<>
 std::vector<std::uint8_t> read(const JSONValue& json, const Place& place) {
     const auto digits = read<std::string>(json, place);
-    std::vector<std::uint8_t> bytes(digits.size() / 2);
-    bool isHexadecimal = digits.size() % 2 == 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        const char* const end = digits.data() + 2 * i + 2;
-        isHexadecimal = isHexadecimal && std::from_chars(end - 2, end, bytes[i], 16).ptr == end;
-    }
-    if (!isHexadecimal) {
+    auto bytes = bytesOfHexadecimal(digits);
+    if (!bytes || digits.find_first_of(blanks) != std::string::npos) {
         place.refuse("expected two hexadecimal digits for each byte");
     }
-    return bytes;
+    return *std::move(bytes);
 }
 
 const JSONValue::Array& readArray(const JSONValue& json, const Place& place) {
