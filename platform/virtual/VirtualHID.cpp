@@ -69,6 +69,7 @@ public:
 
     IOReturn close(IOOptionBits /*options*/) override {
         open_ = false;
+        forgetUndelivered();
         std::erase_if(events_, [](const Event& event) { return event.isInput(); });
         return kIOReturnSuccess;
     }
@@ -155,6 +156,18 @@ private:
         const HIDValue value{event.device->element(event.index), event.raw};
         callInputValue(kIOReturnSuccess, &value);
         return true;
+    }
+
+    /// The values of the report that is being delivered would not be news when the manager is open again.
+    void forgetUndelivered() {
+        if (events_.empty() || events_.front().kind != Event::Kind::Report || events_.front().index == 0) {
+            return;
+        }
+        const Event& event = events_.front();
+        for (const HIDValue& value : std::span(*event.report->values).subspan(event.index)) {
+            event.device->setLastKnownValue(static_cast<std::size_t>(value.element - event.device->element(0)),
+                                            std::nullopt);
+        }
     }
 
     /// Delivers the next value of the report in `event`, whose `index` counts them; false when there is none.

@@ -83,6 +83,11 @@ TEST_F(VirtualHIDReports, EndWithTheClosingOfTheManager) {
     EXPECT_THAT(told(), ElementsAre("value stick 1:48 10"));
     send("0e 0f");
     EXPECT_EQ(turn(), 0U) << "lost, because nobody reads";
+    client.onValue = nullptr;
+    client.open();
+    send("0a 0b");
+    turn();
+    EXPECT_THAT(told(), ElementsAre("value stick 1:49 11")) << "it had been kept back";
 }
 
 TEST_F(VirtualHIDReports, ReachEveryManagerThatIsOpen) {
