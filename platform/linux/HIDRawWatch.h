@@ -55,7 +55,7 @@ public:
     /// Appends to `ready` what is ready now. Never waits.
     void poll(std::vector<Ready>& ready);
 
-    /// Appends the next changes; false when there are none for now. They may all be of nodes that are no HID devices',
+    /// Appends the next changes; false when none are waiting. They may all be of nodes that are no HID devices',
     /// and then nothing is appended.
     bool readChanges(std::vector<NodeChange>& list);
 

@@ -94,7 +94,6 @@ void ReportDecoder::addWords(Report& report) {
         }
     }
     report.endWord = static_cast<std::uint32_t>(words_.size());
-    report.isCompared = true;
 }
 
 std::size_t ReportDecoder::endOfLastWord() const {
@@ -136,7 +135,7 @@ std::span<const std::uint32_t> ReportDecoder::feed(std::span<const std::uint8_t>
     }
     Report& known = reports_[reportOfID_[id] - 1U];
     const auto bytes = report.first(std::min(report.size(), known.end));
-    if (known.isCompared && bytes.size() == known.received) {
+    if (known.firstWord != known.endWord && bytes.size() == known.received) {
         takeChanges(known, bytes, values);
     } else {
         takeAll(known, bytes, values);

@@ -44,10 +44,9 @@ private:
         std::uint32_t firstField = 0;
         std::uint32_t endField = 0;
         std::uint32_t firstWord = 0;
-        std::uint32_t endWord = 0;
-        std::size_t end = 0;      ///< bytes up to the end of the last field
-        std::size_t received = 0; ///< of these, those that the last report had; 0: nothing to compare with
-        bool isCompared = false;  ///< whether it has words
+        std::uint32_t endWord = 0; ///< equal to `firstWord` when the report is not compared
+        std::size_t end = 0;       ///< bytes up to the end of the last field
+        std::size_t received = 0;  ///< of these, those that the last report had; 0: nothing to compare with
     };
 
     void addReport(const ReportDescriptor& descriptor, std::uint32_t id);
