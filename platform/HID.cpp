@@ -38,6 +38,12 @@ void IOHIDManagerRegisterInputValueCallback(IOHIDManagerRef manager, IOHIDValueC
     }
 }
 
+void IOHIDManagerRegisterInputReportCallback(IOHIDManagerRef manager, IOHIDReportCallback callback, void* context) {
+    if (manager != nullptr) {
+        manager->registerInputReportCallback(callback, context);
+    }
+}
+
 void IOHIDManagerScheduleWithRunLoop(IOHIDManagerRef manager, CFRunLoopRef runLoop, RunLoopMode mode) {
     if (manager != nullptr && runLoop != nullptr) {
         manager->scheduleWithRunLoop(*runLoop, mode);

@@ -24,7 +24,8 @@
 ///   a manager is first scheduled is reported later, through the matching callback, like one that is plugged in then.
 /// - Between its arrival and its removal a handle is reported once in a manager's life, so moving a manager to another
 ///   mode reports newcomers only. A removal is reported before the handle dies.
-/// - No value arrives for a device that has not been reported yet or has been removed.
+/// - No value and no report arrives for a device that has not been reported yet or has been removed.
+/// - A report is handed over just before its values. All of these can be read by then.
 /// - A callback may do anything: unschedule, close or release the manager, plug and unplug, or run the loop again. One
 ///   callback of a manager ends before its next one begins, so a nested turn of the loop leaves that manager's input
 ///   waiting. A callback in progress keeps its manager alive to its end.
@@ -97,6 +98,8 @@ using HIDMatchingDictionary = std::map<std::string, std::int32_t, std::less<>>;
 
 using IOHIDDeviceCallback = void (*)(void* context, IOReturn result, void* sender, IOHIDDeviceRef device);
 using IOHIDValueCallback = void (*)(void* context, IOReturn result, void* sender, IOHIDValueRef value);
+using IOHIDReportCallback = void (*)(void* context, IOReturn result, void* sender, IOHIDDeviceRef device,
+                                     std::span<const std::uint8_t> report);
 
 /// A new manager of `platform`, owned by the caller, or null when the platform cannot make one.
 QZGC_EXPORT IOHIDManagerRef IOHIDManagerCreate(Platform& platform, IOOptionBits options);
@@ -112,6 +115,10 @@ QZGC_EXPORT void IOHIDManagerRegisterDeviceRemovalCallback(IOHIDManagerRef manag
                                                            void* context);
 QZGC_EXPORT void IOHIDManagerRegisterInputValueCallback(IOHIDManagerRef manager, IOHIDValueCallback callback,
                                                         void* context);
+/// The same for input reports as the device sent them, its ID in front where it has report IDs; the bytes are valid
+/// during the callback. A report that brings no value, or that the device does not declare, is handed over too.
+QZGC_EXPORT void IOHIDManagerRegisterInputReportCallback(IOHIDManagerRef manager, IOHIDReportCallback callback,
+                                                         void* context);
 
 /// Delivers the callbacks while `runLoop` runs in `mode`, or no longer does.
 QZGC_EXPORT void IOHIDManagerScheduleWithRunLoop(IOHIDManagerRef manager, CFRunLoopRef runLoop, RunLoopMode mode);

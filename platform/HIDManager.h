@@ -17,6 +17,7 @@ public:
     virtual void registerDeviceMatchingCallback(IOHIDDeviceCallback callback, void* context) = 0;
     virtual void registerDeviceRemovalCallback(IOHIDDeviceCallback callback, void* context) = 0;
     virtual void registerInputValueCallback(IOHIDValueCallback callback, void* context) = 0;
+    virtual void registerInputReportCallback(IOHIDReportCallback callback, void* context) = 0;
     virtual void scheduleWithRunLoop(RunLoop& runLoop, RunLoopMode mode) = 0;
     virtual void unscheduleFromRunLoop(RunLoop& runLoop, RunLoopMode mode) = 0;
     virtual IOReturn open(IOOptionBits options) = 0;

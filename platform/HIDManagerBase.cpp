@@ -64,6 +64,10 @@ void HIDManagerBase::registerInputValueCallback(IOHIDValueCallback callback, voi
     inputValue_ = {callback, context};
 }
 
+void HIDManagerBase::registerInputReportCallback(IOHIDReportCallback callback, void* context) {
+    inputReport_ = {callback, context};
+}
+
 void HIDManagerBase::scheduleWithRunLoop(RunLoop& runLoop, RunLoopMode mode) {
     schedules_.push_back({&runLoop, mode, false});
     ++scheduleRevision_;
@@ -179,6 +183,13 @@ void HIDManagerBase::callInputValue(IOReturn result, IOHIDValueRef value) {
     if (inputValue_.function != nullptr) {
         const CallbackInProgress keepAlive(*this);
         inputValue_.function(inputValue_.context, result, static_cast<HIDManager*>(this), value);
+    }
+}
+
+void HIDManagerBase::callInputReport(IOReturn result, IOHIDDeviceRef device, std::span<const std::uint8_t> report) {
+    if (inputReport_.function != nullptr) {
+        const CallbackInProgress keepAlive(*this);
+        inputReport_.function(inputReport_.context, result, static_cast<HIDManager*>(this), device, report);
     }
 }
 

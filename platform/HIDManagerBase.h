@@ -14,6 +14,7 @@ public:
     void registerDeviceMatchingCallback(IOHIDDeviceCallback callback, void* context) override;
     void registerDeviceRemovalCallback(IOHIDDeviceCallback callback, void* context) override;
     void registerInputValueCallback(IOHIDValueCallback callback, void* context) override;
+    void registerInputReportCallback(IOHIDReportCallback callback, void* context) override;
     void scheduleWithRunLoop(RunLoop& runLoop, RunLoopMode mode) override;
     void unscheduleFromRunLoop(RunLoop& runLoop, RunLoopMode mode) override;
     void release() override;
@@ -55,6 +56,9 @@ protected:
     void callMatching(IOReturn result, IOHIDDeviceRef device);
     void callRemoval(IOReturn result, IOHIDDeviceRef device);
     void callInputValue(IOReturn result, IOHIDValueRef value);
+    void callInputReport(IOReturn result, IOHIDDeviceRef device, std::span<const std::uint8_t> report);
+
+    bool wantsInputReports() const noexcept { return inputReport_.function != nullptr; }
 
 private:
     template<typename Function>
@@ -77,6 +81,7 @@ private:
     Registration<IOHIDDeviceCallback> matching_;
     Registration<IOHIDDeviceCallback> removal_;
     Registration<IOHIDValueCallback> inputValue_;
+    Registration<IOHIDReportCallback> inputReport_;
     std::vector<Schedule> schedules_;
     std::vector<std::shared_ptr<HIDDevice>> reported_;
     std::uint64_t scheduleRevision_ = 0;

@@ -46,9 +46,9 @@ IOReturn LinuxHIDManager::open(IOOptionBits /*options*/) {
 
 IOReturn LinuxHIDManager::close(IOOptionBits /*options*/) {
     open_ = false;
-    if (values_.device) {
-        values_.device->forgetValues(values_.indices); // else they would not be news when it is open again
-        values_ = {};
+    if (input_.device) {
+        input_.device->forgetValues(input_.indices); // else they would not be news when it is open again
+        input_ = {};
     }
     ready_.clear();
     std::erase_if(notices_, [](const Notice& notice) { return notice.kind == Notice::Kind::Failure; });
@@ -98,7 +98,7 @@ void LinuxHIDManager::beginTurn() {
 }
 
 bool LinuxHIDManager::deliverNext() {
-    while (!deliverValue() && !deliverNotice()) {
+    while (!deliverReport() && !deliverValue() && !deliverNotice()) {
         if (!takeInput()) {
             loadProperties();
             return false;
@@ -112,16 +112,24 @@ void LinuxHIDManager::endTurn() noexcept {
 }
 
 bool LinuxHIDManager::hasWork() const noexcept {
-    return !values_.indices.empty() || !notices_.empty() || !ready_.empty() || nextChange_ < changes_.size() ||
-           hasOpened_ || propertiesWait_;
+    return !input_.report.empty() || !input_.indices.empty() || !notices_.empty() || !ready_.empty() ||
+           nextChange_ < changes_.size() || hasOpened_ || propertiesWait_;
+}
+
+bool LinuxHIDManager::deliverReport() {
+    if (input_.report.empty()) {
+        return false;
+    }
+    callInputReport(kIOReturnSuccess, input_.device.get(), std::exchange(input_.report, {}));
+    return true;
 }
 
 bool LinuxHIDManager::deliverValue() {
-    if (values_.indices.empty()) {
+    if (input_.indices.empty()) {
         return false;
     }
-    const HIDValue value = values_.device->value(values_.indices.front());
-    values_.indices = values_.indices.subspan(1);
+    const HIDValue value = input_.device->value(input_.indices.front());
+    input_.indices = input_.indices.subspan(1);
     callInputValue(kIOReturnSuccess, &value);
     return true;
 }
@@ -215,9 +223,10 @@ bool LinuxHIDManager::readReport(Node& node) {
         retryInterrupted([&] { return calls_.read(node.device->descriptor(), buffer_.data(), buffer_.size()); });
     if (size > 0) {
         lastRead_ = node.serial;
-        const auto indices = node.device->feed({buffer_.data(), static_cast<std::size_t>(size)});
+        const std::span<const std::uint8_t> report(buffer_.data(), static_cast<std::size_t>(size));
+        const auto indices = node.device->feed(report);
         if (isReported(node.device.get())) {
-            values_ = {node.device, indices};
+            input_ = {node.device, wantsInputReports() ? report : std::span<const std::uint8_t>(), indices};
         }
         return true;
     }

@@ -43,9 +43,10 @@ private:
         std::shared_ptr<LinuxHIDDevice> device;
         IOReturn result = kIOReturnSuccess;
     };
-    /// The values of one report that are still to be delivered.
-    struct Values {
+    /// What is still to be delivered of one report: itself, unless nobody wants it, and values.
+    struct Input {
         std::shared_ptr<LinuxHIDDevice> device;
+        std::span<const std::uint8_t> report;
         std::span<const std::uint32_t> indices;
     };
 
@@ -59,6 +60,7 @@ private:
     bool deliverNext() override;
     void endTurn() noexcept override;
 
+    bool deliverReport();
     bool deliverValue();
     bool deliverNotice();
     bool deliver(const Notice& notice);
@@ -93,7 +95,7 @@ private:
     HIDRawWatch watch_;
     std::list<Node> nodes_;
     std::deque<Notice> notices_;
-    Values values_;
+    Input input_;
     std::vector<std::uint64_t> ready_; ///< serials of what has something to read, which takes turns
     std::size_t nextReady_ = 0;
     std::uint64_t lastRead_ = HIDRawWatch::changes; ///< the node that brought the last report

@@ -206,8 +206,8 @@ void LinuxHIDManager::end(Node& node) {
         node.device->detach();
         node.device->markGone();
         notices_.push_back({Notice::Kind::Removal, node.device});
-        if (values_.device == node.device) {
-            values_ = {}; // it keeps no handle alive
+        if (input_.device == node.device) {
+            input_ = {}; // it keeps no handle alive
         }
     }
     nodes_.remove_if([serial = node.serial](const Node& each) { return each.serial == serial; });

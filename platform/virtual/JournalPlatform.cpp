@@ -77,6 +77,13 @@ public:
         }
     }
 
+    void registerInputReportCallback(IOHIDReportCallback callback, void* context) override {
+        if (journal_.record("IOHIDManagerRegisterInputReportCallback", registrationText(callback, context)) ==
+            kIOReturnSuccess) {
+            wrapped_->registerInputReportCallback(callback, context);
+        }
+    }
+
     void scheduleWithRunLoop(RunLoop& runLoop, RunLoopMode mode) override {
         if (journal_.record("IOHIDManagerScheduleWithRunLoop", modeName(mode)) == kIOReturnSuccess) {
             wrapped_->scheduleWithRunLoop(runLoop, mode);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <utility>
 
 namespace qz::platform {
 
@@ -79,6 +80,7 @@ public:
         HIDManagerBase::release();
     }
 
+    using HIDManagerBase::callInputReport;
     using HIDManagerBase::callInputValue;
     using HIDManagerBase::callMatching;
     using HIDManagerBase::callRemoval;
@@ -95,6 +97,7 @@ public:
         std::int64_t raw = 0;
         IOReturn result = kIOReturnSuccess;
         std::shared_ptr<Report> report = nullptr;
+        bool isBegun = false; ///< whether the delivery of the report has begun
 
         bool isInput() const { return kind == Kind::Value || kind == Kind::Report; }
     };
@@ -119,7 +122,7 @@ private:
     bool deliverNext() override {
         while (!events_.empty()) {
             // A report stays in front until the last of its values has been delivered.
-            if (events_.front().kind == Event::Kind::Report && deliverReportValue(events_.front())) {
+            if (events_.front().kind == Event::Kind::Report && deliverReportPart(events_.front())) {
                 return true;
             }
             const Event event = std::move(events_.front());
@@ -140,7 +143,7 @@ private:
         case Event::Kind::Value:
             return deliverValue(event);
         case Event::Kind::Report:
-            return false; // delivered value by value
+            return false; // delivered in parts
         case Event::Kind::Failure:
             callMatching(event.result, event.device.get());
             return true;
@@ -160,7 +163,7 @@ private:
 
     /// The values of the report that is being delivered would not be news when the manager is open again.
     void forgetUndelivered() {
-        if (events_.empty() || events_.front().kind != Event::Kind::Report || events_.front().index == 0) {
+        if (events_.empty() || events_.front().kind != Event::Kind::Report || !events_.front().isBegun) {
             return;
         }
         const Event& event = events_.front();
@@ -170,14 +173,20 @@ private:
         }
     }
 
-    /// Delivers the next value of the report in `event`, whose `index` counts them; false when there is none.
-    bool deliverReportValue(Event& event) {
+    /// Delivers the report in `event` itself, or the next of its values, which `index` counts; false when nothing is
+    /// left of it.
+    bool deliverReportPart(Event& event) {
         if (!isReported(event.device.get())) {
             return false;
         }
         auto& values = event.report->values;
         if (!values) {
             values = event.device->takeReport(event.report->bytes);
+        }
+        if (!std::exchange(event.isBegun, true) && wantsInputReports()) {
+            const std::shared_ptr<const Report> kept = event.report; // the callback may drop the event
+            callInputReport(kIOReturnSuccess, event.device.get(), kept->bytes);
+            return true;
         }
         if (event.index == values->size()) {
             return false;
@@ -275,9 +284,12 @@ void VirtualHIDServices::deliverInputValue(IOReturn result, IOHIDValueRef value)
 
 void VirtualHIDServices::deliverReport(const std::shared_ptr<VirtualDevice>& device,
                                        std::span<const std::uint8_t> report) {
-    const auto keptAlive = device->shared_from_this(); // `device` may be the caller's own, and be reset in a callback
+    const std::shared_ptr<VirtualDevice> keptAlive =
+        device; // `device` may be the caller's own, and be reset in a callback
     // All values first, because a callback may deliver another report of the device.
-    for (const HIDValue& value : device->takeReport(report)) {
+    const std::vector<HIDValue> values = keptAlive->takeReport(report);
+    forEachManager([&](Manager& manager) { manager.callInputReport(kIOReturnSuccess, keptAlive.get(), report); });
+    for (const HIDValue& value : values) {
         deliverInputValue(kIOReturnSuccess, &value);
     }
 }

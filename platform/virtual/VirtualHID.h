@@ -92,8 +92,9 @@ public:
     void deliverMatching(IOReturn result, IOHIDDeviceRef device);
     void deliverRemoval(IOReturn result, IOHIDDeviceRef device);
     void deliverInputValue(IOReturn result, IOHIDValueRef value);
-    /// Takes a report in whole and calls the input-value callback for each value that was new in it then, whatever
-    /// another report does that is delivered inside one of these calls.
+    /// Takes a report in whole, calls the input-report callback and then the input-value callback for each value that
+    /// was new in it, whatever another report does that is delivered inside one of these calls. The bytes stay the
+    /// caller's.
     void deliverReport(const std::shared_ptr<VirtualDevice>& device, std::span<const std::uint8_t> report);
 
     /// From now on no manager can be made, or can again.

@@ -19,6 +19,10 @@ public:
         qz::platform::IOHIDValueCallback function = nullptr;
         void* context = nullptr;
     };
+    struct Report {
+        qz::platform::IOHIDReportCallback function = nullptr;
+        void* context = nullptr;
+    };
     struct Schedule {
         qz::platform::RunLoop* runLoop;
         qz::platform::RunLoopMode mode;
@@ -38,6 +42,9 @@ public:
     }
     void registerInputValueCallback(qz::platform::IOHIDValueCallback callback, void* context) override {
         inputValue = {callback, context};
+    }
+    void registerInputReportCallback(qz::platform::IOHIDReportCallback callback, void* context) override {
+        inputReport = {callback, context};
     }
     void scheduleWithRunLoop(qz::platform::RunLoop& runLoop, qz::platform::RunLoopMode mode) override {
         scheduled.push_back({&runLoop, mode});
@@ -59,6 +66,7 @@ public:
     Device matching;
     Device removal;
     Value inputValue;
+    Report inputReport;
     std::vector<Schedule> scheduled;
     std::vector<Schedule> unscheduled;
     std::vector<qz::platform::IOOptionBits> opened;

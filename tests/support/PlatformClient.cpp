@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/PlatformClient.h"
 
+#include "platform/Text.h"
+
 #include <utility>
 
 using namespace qz::platform;
@@ -37,6 +39,10 @@ IOReturn PlatformClient::close() {
 
 void PlatformClient::release() {
     CFRelease(std::exchange(manager_, nullptr));
+}
+
+void PlatformClient::listenToReports() {
+    IOHIDManagerRegisterInputReportCallback(manager_, report, this);
 }
 
 bool PlatformClient::isError(IOReturn result) {
@@ -79,6 +85,22 @@ void PlatformClient::value(void* context, IOReturn result, void* /*sender*/, IOH
         ":" + std::to_string(IOHIDElementGetUsage(element)) + " " + std::to_string(IOHIDValueGetIntegerValue(value)));
     if (const auto action = self.onValue) { // a copy: the action may put another in its place
         action(value);
+    }
+}
+
+void PlatformClient::report(void* context, IOReturn result, void* /*sender*/, IOHIDDeviceRef device,
+                            std::span<const std::uint8_t> report) {
+    auto& self = *static_cast<PlatformClient*>(context);
+    if (self.isError(result)) {
+        return;
+    }
+    std::string line = "report " + nameOf(device);
+    for (const std::uint8_t byte : report) {
+        line += " " + hexadecimal(byte, 2);
+    }
+    self.events_.push_back(std::move(line));
+    if (const auto action = self.onReport) { // a copy: the action may put another in its place
+        action(device);
     }
 }
 

@@ -11,7 +11,8 @@ namespace qz::tests {
 
 /// Uses the platform's HID services as the library does, and writes down what they call back with.
 ///
-/// The lines: "matched pad", "removed pad", "value pad 9:1 1" (usage page, usage and value) and "error -536870203".
+/// The lines: "matched pad", "removed pad", "value pad 9:1 1" (usage page, usage and value), "report pad 01 00" once
+/// reports are asked for, and "error -536870203".
 class PlatformClient {
 public:
     using DeviceAction = std::function<void(qz::platform::IOHIDDeviceRef)>;
@@ -31,12 +32,16 @@ public:
     /// Gives the manager back; the handle is null from then on.
     void release();
 
+    /// Registers a callback for reports too; the library has none.
+    void listenToReports();
+
     qz::platform::IOHIDManagerRef manager() const noexcept { return manager_; }
 
     /// What to do inside a callback of result 0, after its line has been written.
     DeviceAction onMatched;
     DeviceAction onRemoved;
     ValueAction onValue;
+    DeviceAction onReport;
 
 private:
     static void matched(void* context, qz::platform::IOReturn result, void* sender,
@@ -44,6 +49,8 @@ private:
     static void removed(void* context, qz::platform::IOReturn result, void* sender,
                         qz::platform::IOHIDDeviceRef device);
     static void value(void* context, qz::platform::IOReturn result, void* sender, qz::platform::IOHIDValueRef value);
+    static void report(void* context, qz::platform::IOReturn result, void* sender, qz::platform::IOHIDDeviceRef device,
+                       std::span<const std::uint8_t> report);
     bool isError(qz::platform::IOReturn result);
 
     qz::platform::Platform& platform_;

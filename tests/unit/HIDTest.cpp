@@ -18,6 +18,8 @@ using tests::FakeHIDManager;
 
 void deviceCallback(void* /*context*/, IOReturn /*result*/, void* /*sender*/, IOHIDDeviceRef /*device*/) {}
 void valueCallback(void* /*context*/, IOReturn /*result*/, void* /*sender*/, IOHIDValueRef /*value*/) {}
+void reportCallback(void* /*context*/, IOReturn /*result*/, void* /*sender*/, IOHIDDeviceRef /*device*/,
+                    std::span<const std::uint8_t> /*report*/) {}
 
 TEST(StatusCodes, HaveTheirPlatformValues) {
     EXPECT_EQ(kIOReturnSuccess, 0);
@@ -43,6 +45,7 @@ TEST(NullManager, TakesEveryOtherOperationAndDoesNothing) {
     IOHIDManagerRegisterDeviceMatchingCallback(nullptr, deviceCallback, &platform);
     IOHIDManagerRegisterDeviceRemovalCallback(nullptr, deviceCallback, &platform);
     IOHIDManagerRegisterInputValueCallback(nullptr, valueCallback, &platform);
+    IOHIDManagerRegisterInputReportCallback(nullptr, reportCallback, &platform);
     IOHIDManagerScheduleWithRunLoop(nullptr, CFRunLoopGetCurrent(platform), kCFRunLoopDefaultMode);
     IOHIDManagerUnscheduleFromRunLoop(nullptr, CFRunLoopGetCurrent(platform), kCFRunLoopDefaultMode);
     CFRelease(nullptr);
@@ -109,6 +112,9 @@ TEST(Operations, ReachTheManagerWithTheirArguments) {
     IOHIDManagerRegisterInputValueCallback(&manager, valueCallback, &context);
     EXPECT_EQ(manager.inputValue.function, valueCallback);
     EXPECT_EQ(manager.inputValue.context, &context);
+    IOHIDManagerRegisterInputReportCallback(&manager, reportCallback, &context);
+    EXPECT_EQ(manager.inputReport.function, reportCallback);
+    EXPECT_EQ(manager.inputReport.context, &context);
 
     const CFRunLoopRef runLoop = CFRunLoopGetCurrent(platform);
     EXPECT_EQ(runLoop, &platform.currentRunLoop());

@@ -50,6 +50,7 @@ TEST_F(JournalPlatformTest, WritesDownEveryOperationOfAManagerWithItsArguments) 
     IOHIDManagerRegisterDeviceMatchingCallback(client.manager(), nullptr, nullptr);
     IOHIDManagerRegisterDeviceRemovalCallback(client.manager(), nullptr, nullptr);
     IOHIDManagerRegisterInputValueCallback(client.manager(), nullptr, nullptr);
+    IOHIDManagerRegisterInputReportCallback(client.manager(), nullptr, nullptr);
     IOHIDManagerSetDeviceMatchingMultiple(client.manager(), {});
     client.release();
     EXPECT_THAT(journal.takeEntries(),
@@ -61,6 +62,7 @@ TEST_F(JournalPlatformTest, WritesDownEveryOperationOfAManagerWithItsArguments) 
                             "IOHIDManagerRegisterDeviceMatchingCallback(NULL, NULL)",
                             "IOHIDManagerRegisterDeviceRemovalCallback(NULL, NULL)",
                             "IOHIDManagerRegisterInputValueCallback(NULL, NULL)",
+                            "IOHIDManagerRegisterInputReportCallback(NULL, NULL)",
                             "IOHIDManagerSetDeviceMatchingMultiple()", "CFRelease()"));
 }
 
@@ -173,6 +175,21 @@ TEST_F(JournalPlatformTest, DoesNothingInPlaceOfAFailingOperationWithoutAnAnswer
     wrapped.hidServices().unplug(pad);
     turn();
     EXPECT_THAT(events, ElementsAre("matched pad"));
+}
+
+TEST_F(JournalPlatformTest, PassesReportsOnUnlessTheirRegistrationFails) {
+    const auto pad = plugPad();
+    for (const IOReturn result : {kIOReturnError, kIOReturnSuccess}) {
+        journal.fail("IOHIDManagerRegisterInputReportCallback", result);
+        PlatformClient client(journal, events);
+        client.listenToReports();
+        client.schedule();
+        client.open();
+        turn();
+        wrapped.hidServices().sendReport(pad, std::vector<std::uint8_t>{0x0a});
+        turn();
+    }
+    EXPECT_THAT(events, ElementsAre("matched pad", "matched pad", "report pad 0a"));
 }
 
 TEST_F(JournalPlatformTest, MakesPreferencesAndLogFail) {

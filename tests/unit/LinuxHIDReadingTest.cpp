@@ -36,6 +36,88 @@ TEST_F(LinuxHIDReading, DeliversAllValuesOfAReportBeforeItReadsTheNext) {
                                            "value sticks 1:48 9", "value sticks 1:48 7", "value sticks 1:48 8"));
 }
 
+TEST_F(LinuxHIDReading, HandsReportsToWhoAsksForThemBeforeTheirValues) {
+    const int pad = plugReported(fakePad("pad"));
+    const int hidden = kernel.plug(fakePad("mouse", 2));
+    kernel.send(pad, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1")) << "nobody asks";
+    client.listenToReports();
+    client.onReport = [&](IOHIDDeviceRef device) { EXPECT_EQ(device, handle); };
+    kernel.send(pad, button(true));
+    kernel.send(pad, {9, 9});
+    kernel.send(pad, {1, 0, 5});
+    kernel.send(hidden, button(true));
+    EXPECT_THAT(turnAndTold(),
+                ElementsAre("report pad 01 01", "report pad 09 09", "report pad 01 00 05", "value pad 9:1 0"));
+    IOHIDManagerRegisterInputReportCallback(client.manager(), nullptr, nullptr);
+    kernel.send(pad, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1"));
+}
+
+TEST_F(LinuxHIDReading, KnowsTheValuesOfAReportWhenItHandsItOver) {
+    const int pad = plugReported(fakePad("pad"));
+    client.listenToReports();
+    client.onReport = [&](IOHIDDeviceRef device) {
+        HIDValue value;
+        EXPECT_EQ(IOHIDDeviceGetValueWithOptions(device, IOHIDDeviceCopyMatchingElements(device)->at(1), value,
+                                                 kIOHIDDeviceGetValueWithoutUpdateOption),
+                  kIOReturnSuccess);
+        EXPECT_EQ(value.integerValue, 1);
+    };
+    kernel.send(pad, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("report pad 01 01", "value pad 9:1 1"));
+}
+
+TEST_F(LinuxHIDReading, LeavesTheValuesOfAReportToTheNextTurnWhenItMovesInsideTheReport) {
+    const int pad = plugReported(fakePad("pad"));
+    client.listenToReports();
+    client.onReport = [&](IOHIDDeviceRef) {
+        client.unschedule(kCFRunLoopDefaultMode);
+        client.schedule(NSModalPanelRunLoopMode);
+    };
+    kernel.send(pad, button(true));
+    dispatch();
+    EXPECT_THAT(told(), ElementsAre("report pad 01 01"));
+    host.turn(NSModalPanelRunLoopMode);
+    EXPECT_THAT(told(), ElementsAre("value pad 9:1 1"));
+}
+
+TEST_F(LinuxHIDReading, LeavesTheValuesOfAReportWaitingForTheCallbackOfTheReport) {
+    const int pad = plugReported(fakePad("pad"));
+    client.listenToReports();
+    client.onReport = [&](IOHIDDeviceRef) {
+        client.onReport = nullptr;
+        EXPECT_EQ(turn(), 0U);
+        events.emplace_back("ran the loop");
+        throw std::runtime_error("out of the callback");
+    };
+    kernel.send(pad, button(true));
+    EXPECT_THROW(dispatch(), std::runtime_error);
+    EXPECT_THAT(told(), ElementsAre("report pad 01 01", "ran the loop"));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1"));
+}
+
+TEST_F(LinuxHIDReading, KeepsTheValuesOfAReportBackWhenItIsClosedInsideIt) {
+    const int pad = plugReported(fakePad("pad"));
+    client.listenToReports();
+    client.onReport = [&](IOHIDDeviceRef) { client.close(); };
+    kernel.send(pad, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("report pad 01 01"));
+    client.onReport = nullptr;
+    EXPECT_EQ(client.open(), kIOReturnSuccess);
+    kernel.send(pad, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("report pad 01 01", "value pad 9:1 1"));
+}
+
+TEST_F(LinuxHIDReading, BearsItsReleaseInsideAReport) {
+    const int pad = plugReported(fakePad("pad"));
+    client.listenToReports();
+    client.onReport = [&](IOHIDDeviceRef) { client.release(); };
+    kernel.send(pad, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("report pad 01 01"));
+    EXPECT_EQ(kernel.openNodes(), 0U);
+}
+
 TEST_F(LinuxHIDReading, LeavesTheRestOfAReportWaitingDuringACallback) {
     const int sticks = plugReported(fakeSticks(2));
     client.onValue = [&](IOHIDValueRef) {

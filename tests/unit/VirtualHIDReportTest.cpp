@@ -104,6 +104,86 @@ TEST_F(VirtualHIDReports, ReachEveryManagerThatIsOpen) {
     EXPECT_THAT(otherEvents, ElementsAre("value stick 1:48 10", "value stick 1:49 11", "value stick 1:49 12"));
 }
 
+TEST_F(VirtualHIDReports, ReachWhoAsksForThemBeforeTheirValues) {
+    client.listenToReports();
+    client.onReport = [&](IOHIDDeviceRef device) {
+        EXPECT_EQ(device, stick.get());
+        EXPECT_TRUE(stick->lastKnownValue(stick->element(1)));
+    };
+    send("0a 0b");
+    send("0a 0b");
+    send("");
+    send("0a 0c 0d");
+    EXPECT_EQ(turn(), 7U);
+    EXPECT_THAT(told(),
+                ElementsAre("report stick 0a 0b", "value stick 1:48 10", "value stick 1:49 11", "report stick 0a 0b",
+                            "report stick", "report stick 0a 0c 0d", "value stick 1:49 12"));
+}
+
+TEST_F(VirtualHIDReports, ReachEveryManagerThatAsksForThem) {
+    EventLog otherEvents;
+    PlatformClient other(platform, otherEvents);
+    other.listenToReports();
+    other.schedule();
+    other.open();
+    turn();
+    otherEvents.clear();
+    send("0a 0b");
+    turn();
+    EXPECT_THAT(told(), ElementsAre("value stick 1:48 10", "value stick 1:49 11"));
+    EXPECT_THAT(otherEvents, ElementsAre("report stick 0a 0b", "value stick 1:48 10", "value stick 1:49 11"));
+}
+
+TEST_F(VirtualHIDReports, AreFollowedByTheirValuesAtTheNextTurnWhenTheManagerMoves) {
+    client.listenToReports();
+    client.onReport = [&](IOHIDDeviceRef) {
+        client.unschedule(kCFRunLoopDefaultMode);
+        client.schedule(kCFRunLoopDefaultMode);
+    };
+    send("0a 0b");
+    EXPECT_EQ(turn(), 1U);
+    EXPECT_THAT(told(), ElementsAre("report stick 0a 0b"));
+    EXPECT_EQ(turn(), 2U);
+    EXPECT_THAT(told(), ElementsAre("value stick 1:48 10", "value stick 1:49 11"));
+}
+
+TEST_F(VirtualHIDReports, KeepTheirValuesBackWhenTheManagerIsClosedInsideTheirCallback) {
+    client.listenToReports();
+    client.onReport = [&](IOHIDDeviceRef) { client.close(); };
+    send("0a 0b");
+    send("0a 0c");
+    turn();
+    EXPECT_THAT(told(), ElementsAre("report stick 0a 0b"));
+    client.onReport = nullptr;
+    client.open();
+    send("0a 0b");
+    turn();
+    EXPECT_THAT(told(), ElementsAre("report stick 0a 0b", "value stick 1:48 10", "value stick 1:49 11"));
+}
+
+TEST_F(VirtualHIDReports, AreTheLastThatIsHeardOfAManagerReleasedInsideTheirCallback) {
+    client.listenToReports();
+    client.onReport = [&](IOHIDDeviceRef) { client.release(); };
+    send("0a 0b");
+    EXPECT_EQ(turn(), 1U);
+    EXPECT_THAT(told(), ElementsAre("report stick 0a 0b"));
+}
+
+TEST_F(VirtualHIDReports, DeliveredAtOnceReachWhoAsksForThem) {
+    client.listenToReports();
+    services.deliverReport(stick, bytes("0a 0b"));
+    services.deliverReport(stick, bytes("0a 0b"));
+    EXPECT_THAT(told(),
+                ElementsAre("report stick 0a 0b", "value stick 1:48 10", "value stick 1:49 11", "report stick 0a 0b"));
+    client.onReport = [&](IOHIDDeviceRef) {
+        client.onReport = nullptr;
+        stick.reset();
+        client.release();
+    };
+    services.deliverReport(stick, bytes("0a 0c"));
+    EXPECT_THAT(told(), ElementsAre("report stick 0a 0c"));
+}
+
 TEST_F(VirtualHIDReports, AreComparedWithLastKnownValuesSetByHand) {
     send("0a 0b");
     turn();
