@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/HIDDevice.h"
 
+#include "platform/report/Recording.h"
+
 #include <algorithm>
 #include <functional>
 
@@ -20,14 +22,17 @@ bool isInteger(const PropertyValue* property, std::int64_t wanted) {
 
 HIDDevice::~HIDDevice() = default;
 
-const PropertyValue* HIDDevice::property(std::string_view key) const {
+const PropertyValue* HIDDevice::property(std::string_view key) {
     auto found = properties_.find(key);
     if (found == properties_.end()) {
-        // Of the device's value nothing changes: what is set now would have been the answer all along.
-        const_cast<HIDDevice*>(this)->loadProperties();
+        loadProperties();
         found = properties_.find(key);
     }
     return found != properties_.end() ? &found->second : nullptr;
+}
+
+std::optional<RecordedDevice> HIDDevice::recordedDevice() {
+    return std::nullopt;
 }
 
 void HIDDevice::setProperty(std::string_view key, PropertyValue value) {
@@ -94,7 +99,7 @@ void HIDDevice::setLastKnownValue(IOHIDElementRef element, std::optional<std::in
     }
 }
 
-bool HIDDevice::matches(const HIDMatchingDictionary& criterion) const {
+bool HIDDevice::matches(const HIDMatchingDictionary& criterion) {
     const auto wantedPage = criterion.find(usagePageKey);
     const auto wantedUsage = criterion.find(usageKey);
     const auto fits = [&](std::int64_t usagePage, std::int64_t usage) {

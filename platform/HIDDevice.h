@@ -5,6 +5,8 @@
 
 namespace qz::platform {
 
+struct RecordedDevice;
+
 /// The usage of one application collection of a device.
 struct HIDUsagePair {
     std::uint32_t usagePage = 0;
@@ -22,7 +24,7 @@ public:
     virtual ~HIDDevice();
 
     /// The property with this name, or null; valid until it is next changed.
-    const PropertyValue* property(std::string_view key) const;
+    const PropertyValue* property(std::string_view key);
     std::uint64_t propertyRevision() const noexcept { return propertyRevision_; }
 
     /// The device's elements in order; absent when the platform gives no list. Neither moves nor changes.
@@ -33,7 +35,11 @@ public:
 
     /// Whether the device has all that `criterion` names. "DeviceUsagePage" and "DeviceUsage" are tested against each
     /// application collection as a pair, every other name against the integer property of that name.
-    bool matches(const HIDMatchingDictionary& criterion) const;
+    bool matches(const HIDMatchingDictionary& criterion);
+
+    /// What describes the device in a recording (platform/report/Recording.h), as far as it is known; nothing for one
+    /// that has no report descriptor. A virtual device made of it has the same elements and the same IDs.
+    virtual std::optional<RecordedDevice> recordedDevice();
 
     /// True from the unplugging on.
     bool isGone() const noexcept { return gone_; }

@@ -144,7 +144,7 @@ bool HIDManagerBase::isReported(IOHIDDeviceRef device) const {
     return std::ranges::any_of(reported_, [&](const auto& reported) { return reported.get() == device; });
 }
 
-bool HIDManagerBase::isWanted(const HIDDevice& device) const {
+bool HIDManagerBase::isWanted(HIDDevice& device) const {
     return std::ranges::any_of(criteria_, [&](const HIDMatchingDictionary& each) { return device.matches(each); });
 }
 

@@ -44,7 +44,7 @@ protected:
     bool isDiscovering() const noexcept { return discovering_; }
 
     /// Whether the device matches any one of the criteria.
-    bool isWanted(const HIDDevice& device) const;
+    bool isWanted(HIDDevice& device) const;
 
     /// Reports a device that matches and has not been reported; says whether it did.
     bool reportArrival(const std::shared_ptr<HIDDevice>& device);

@@ -21,13 +21,6 @@ constexpr std::string_view nodePrefix = "hidraw";
 constexpr std::size_t page = 4096;          // more than this no read of a text in sysfs answers
 constexpr std::size_t mostBytes = page + 1; // shows that a descriptor is too long
 
-// linux/input.h
-constexpr std::uint32_t busUSB = 0x03;
-constexpr std::uint32_t busBluetooth = 0x05;
-constexpr std::uint32_t busVirtual = 0x06;
-constexpr std::uint32_t busI2C = 0x18;
-constexpr std::uint32_t busSPI = 0x1c;
-
 bool isDigits(std::string_view text) {
     return !text.empty() && std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
 }
@@ -60,38 +53,6 @@ bool mayPass(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM || error == EIO || error == EAGAIN;
 }
 
-/// The length of the UTF-8 sequence that `text` begins with, by table 3-7 of the Unicode Standard; 0 when it is none.
-std::size_t sequenceLength(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return i < text.size() ? static_cast<std::uint8_t>(text[i]) : 0U; };
-    const auto continues = [&](std::size_t i) { return (byte(i) & 0xc0U) == 0x80U; };
-    const std::uint32_t first = byte(0);
-    if (first < 0x80) {
-        return 1;
-    }
-    if (first >= 0xc2 && first < 0xe0) {
-        return continues(1) ? 2 : 0;
-    }
-    if (first >= 0xe0 && first < 0xf0) {
-        const bool inRange = (first != 0xe0 || byte(1) >= 0xa0) && (first != 0xed || byte(1) < 0xa0);
-        return inRange && continues(1) && continues(2) ? 3 : 0;
-    }
-    if (first >= 0xf0 && first < 0xf5) {
-        const bool inRange = (first != 0xf0 || byte(1) >= 0x90) && (first != 0xf4 || byte(1) < 0x90);
-        return inRange && continues(1) && continues(2) && continues(3) ? 4 : 0;
-    }
-    return 0;
-}
-
-std::string validText(std::string_view bytes) {
-    std::string text;
-    while (!bytes.empty()) {
-        const std::size_t length = sequenceLength(bytes);
-        text += length != 0 ? bytes.substr(0, length) : "\xef\xbf\xbd"; // U+FFFD
-        bytes.remove_prefix(std::max<std::size_t>(length, 1));
-    }
-    return text;
-}
-
 /// The text of a file of one line goes to `line`, nothing when there is no such file; false when there may be one.
 bool readLine(SystemCalls& calls, const std::string& path, std::optional<std::string>& line) {
     std::array<char, mostBytes> bytes;
@@ -104,79 +65,66 @@ bool readLine(SystemCalls& calls, const std::string& path, std::optional<std::st
     return !mayPass(error);
 }
 
-struct DeviceNumbers {
-    std::uint32_t bus = 0;
-    std::uint32_t vendor = 0;
-    std::uint32_t product = 0;
-};
-
-/// Three hexadecimal numbers with colons between them: as in HID_ID, and as a device's directory begins.
-std::optional<DeviceNumbers> deviceNumbers(std::string_view text) {
+/// Takes three hexadecimal numbers with colons between them, as in HID_ID, and as a device's directory begins; false,
+/// and nothing is taken, when the text is something else.
+bool takeNumbers(std::string_view text, HIDIdentity& identity) {
     std::array<std::uint32_t, 3> numbers{};
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         const std::size_t colon = i + 1 < numbers.size() ? text.find(':') : text.size();
         const auto number = hexadecimalNumber(text.substr(0, colon));
         if (!number || colon > text.size()) {
-            return std::nullopt;
+            return false;
         }
         numbers[i] = *number;
         text.remove_prefix(std::min(colon + 1, text.size()));
     }
-    return DeviceNumbers{numbers[0], numbers[1], numbers[2]};
+    identity.bus = numbers[0];
+    identity.vendor = numbers[1];
+    identity.product = numbers[2];
+    return true;
 }
 
-void setNumbers(HIDProperties& properties, const DeviceNumbers& numbers) {
-    properties.insert_or_assign("VendorID", std::int64_t{numbers.vendor});
-    properties.insert_or_assign("ProductID", std::int64_t{numbers.product});
-    const std::array<std::pair<std::uint32_t, const char*>, 5> names{
-        {{busUSB, "USB"}, {busBluetooth, "Bluetooth"}, {busVirtual, "Virtual"}, {busI2C, "I2C"}, {busSPI, "SPI"}}};
-    for (const auto& [bus, name] : names) {
-        if (bus == numbers.bus) {
-            properties.insert_or_assign("Transport", std::string(name));
-        }
-    }
+std::string_view takeLine(std::string_view& text) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    return line;
 }
 
-void setText(HIDProperties& properties, const char* key, const std::optional<std::string>& text) {
-    if (text && !text->empty()) {
-        properties.insert_or_assign(key, validText(*text));
-    }
+bool takePrefix(std::string_view& text, std::string_view prefix) {
+    const bool isThere = text.starts_with(prefix);
+    text.remove_prefix(isThere ? prefix.size() : 0);
+    return isThere;
 }
 
-/// The variables that the kernel gives with a HID device (hid_uevent in drivers/hid/hid-core.c).
-struct DeviceVariables {
-    std::string id;
-    std::string name;
-    std::string phys;
-    std::string uniq;
-};
-
-/// A name comes from the device and may hold an end of line and after it what looks like another variable. The kernel
-/// writes the ID and the name first and the others after it, so of each of those the first counts, of these the last.
-DeviceVariables parseVariables(std::string_view text) {
-    DeviceVariables variables;
+/// Takes the variables that the kernel gives with a HID device: HID_ID, HID_NAME, HID_PHYS and HID_UNIQ, in this order
+/// (hid_uevent in drivers/hid/hid-core.c).
+///
+/// The name and the serial number come from the device and may hold an end of line and after it what looks like another
+/// variable. So of the first two the first counts, and the others count only where one stands right after the other;
+/// when they do more than once, nobody can say which are the kernel's, and none is believed.
+void takeVariables(std::string_view text, HIDIdentity& identity) {
+    bool hasID = false;
+    int places = 0;
     while (!text.empty()) {
-        const std::string_view line = text.substr(0, text.find('\n'));
-        const std::string_view value = line.substr(std::min(line.find('=') + 1, line.size()));
-        const std::string_view key = line.substr(0, line.size() - value.size());
-        if (key == "HID_ID=" && variables.id.empty()) {
-            variables.id = value;
-        } else if (key == "HID_NAME=" && variables.name.empty()) {
-            variables.name = value;
-        } else if (key == "HID_PHYS=") {
-            variables.phys = value;
-        } else if (key == "HID_UNIQ=") {
-            variables.uniq = value;
+        std::string_view line = takeLine(text);
+        if (takePrefix(line, "HID_ID=")) {
+            hasID = hasID || takeNumbers(line, identity);
+        } else if (takePrefix(line, "HID_NAME=") && identity.name.empty()) {
+            identity.name = line;
+        } else if (takePrefix(line, "HID_PHYS=") && takePrefix(text, "HID_UNIQ=")) {
+            const std::string_view uniq = takeLine(text);
+            const bool isFirst = ++places == 1;
+            identity.phys = isFirst ? line : std::string_view();
+            identity.uniq = isFirst ? uniq : std::string_view();
         }
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
     }
-    return variables;
 }
 
 /// Takes what the USB device itself says in place of what the kernel makes of it. A driver may put a name or a serial
 /// number of its own into the variables, some time after the node is there; these files never change. False when they
 /// could not all be read.
-bool setUSBProperties(SystemCalls& calls, const std::string& directory, HIDProperties& properties) {
+bool setUSBProperties(SystemCalls& calls, const std::string& directory, HIDProperties& properties,
+                      HIDIdentity& identity) {
     // The parent of the HID device is the USB interface, whose parent is the USB device. What stands there for a device
     // behind a receiver, or one without hardware, has no such file.
     const std::string device = directory + "/../../";
@@ -197,10 +145,11 @@ bool setUSBProperties(SystemCalls& calls, const std::string& directory, HIDPrope
     if (const auto number = hexadecimalNumber(*version)) {
         properties.insert_or_assign("VersionNumber", std::int64_t{*number});
     }
-    setText(properties, "Manufacturer", manufacturer);
-    setText(properties, "Product", product);
+    setText(properties, "Manufacturer", manufacturer.value_or(""));
+    setText(properties, "Product", product.value_or(""));
+    identity.uniq = serial.value_or("");
     properties.erase("SerialNumber");
-    setText(properties, "SerialNumber", serial);
+    setText(properties, "SerialNumber", identity.uniq);
     return true;
 }
 
@@ -210,60 +159,6 @@ std::string_view lastComponent(std::string_view path) {
 
 std::string_view parentPath(std::string_view path) {
     return path.substr(0, std::min(path.rfind('/'), path.size()));
-}
-
-/// Whether a component is the name of a HID device, "0003:046D:C215.0001" (hid_add_device in drivers/hid/hid-core.c):
-/// four numbers of at least four digits. "0000:05:00.3", a function of a PCI device, is none.
-bool isHIDName(std::string_view name) {
-    constexpr std::string_view separators = "::.";
-    for (std::size_t i = 0; i <= separators.size(); ++i) {
-        const std::size_t end = i < separators.size() ? name.find(separators[i]) : name.size();
-        if (end == std::string_view::npos || end < 4 || !hexadecimalNumber(name.substr(0, end))) {
-            return false;
-        }
-        name.remove_prefix(std::min(end + 1, name.size()));
-    }
-    return true;
-}
-
-/// A component of a path in sysfs without what the kernel counted up for it.
-std::string_view withoutInstance(std::string_view name, bool isBelowUSB) {
-    for (const std::string_view prefix : {nodePrefix, std::string_view("input"), std::string_view("usb")}) {
-        if (name.starts_with(prefix) && isDigits(name.substr(prefix.size()))) {
-            return prefix;
-        }
-    }
-    // "1-2.3" and "1-2.3:1.0": the bus, then the ports, which stay.
-    if (isBelowUSB && isDigits(name.substr(0, name.find('-'))) && name.find('-') != std::string_view::npos) {
-        return name.substr(name.find('-'));
-    }
-    return isHIDName(name) ? name.substr(0, name.rfind('.')) : name;
-}
-
-std::string withoutInstances(std::string_view path) {
-    std::string result;
-    bool isBelowUSB = false;
-    while (!path.empty()) {
-        const std::size_t end = std::min(path.find('/'), path.size());
-        const std::string_view kept = withoutInstance(path.substr(0, end), isBelowUSB);
-        isBelowUSB = isBelowUSB || (kept == "usb" && end > kept.size());
-        result += kept;
-        path.remove_prefix(end);
-        if (!path.empty()) {
-            result += '/';
-            path.remove_prefix(1);
-        }
-    }
-    return result;
-}
-
-/// FNV-1a with 32 bits.
-std::uint32_t hashOf(std::string_view text) {
-    std::uint32_t hash = 2166136261U;
-    for (const char c : text) {
-        hash = (hash ^ static_cast<std::uint8_t>(c)) * 16777619U;
-    }
-    return hash;
 }
 
 } // namespace
@@ -322,46 +217,28 @@ HIDDevicePath readDevicePath(SystemCalls& calls, const std::string& classDirecto
     return {directory, "/" + std::string(link)};
 }
 
-HIDProperties propertiesInName(const HIDDevicePath& device) {
-    HIDProperties properties;
+HIDIdentity identityInName(const HIDDevicePath& device) {
+    HIDIdentity identity{.path = device.path};
     const std::string_view name = lastComponent(device.directory);
-    if (const auto numbers = deviceNumbers(name.substr(0, name.rfind('.')))) {
-        setNumbers(properties, *numbers);
-    }
-    return properties;
+    takeNumbers(name.substr(0, name.rfind('.')), identity);
+    return identity;
 }
 
-bool readProperties(SystemCalls& calls, const HIDDevicePath& device, HIDProperties& properties) {
+bool readProperties(SystemCalls& calls, const HIDDevicePath& device, HIDProperties& properties, HIDIdentity& identity) {
     std::array<char, mostBytes> text;
     std::size_t count = 0;
     if (const int error = readFile(calls, device.directory + "/uevent", text, count); error != 0) {
         return !mayPass(error);
     }
-    const DeviceVariables variables = parseVariables({text.data(), count});
-    const DeviceNumbers numbers = deviceNumbers(variables.id).value_or(DeviceNumbers{});
-    if (!variables.id.empty()) {
-        setNumbers(properties, numbers);
+    HIDIdentity found = identityInName(device);
+    takeVariables({text.data(), count}, found);
+    HIDProperties all = propertiesOf(found);
+    if (isUSB(found) && !setUSBProperties(calls, device.directory, all, found)) {
+        return false; // a serial number or a place that is not the device's would name its settings wrongly
     }
-    setText(properties, "Product", variables.name);
-    setText(properties, "SerialNumber", variables.uniq);
-    properties.insert_or_assign("LocationID", locationID({.isBluetooth = numbers.bus == busBluetooth,
-                                                          .phys = variables.phys,
-                                                          .uniq = variables.uniq,
-                                                          .path = device.path}));
-    if (numbers.bus == busUSB && !setUSBProperties(calls, device.directory, properties)) {
-        properties.clear(); // a serial number or a place that is not the device's would name its settings wrongly
-        return false;
-    }
+    properties = std::move(all);
+    identity = std::move(found);
     return true;
-}
-
-std::int64_t locationID(const HIDPlace& place) {
-    std::string_view text = place.isBluetooth ? place.uniq : place.phys;
-    if (!place.isBluetooth) {
-        text = text.substr(0, text.rfind('/'));
-    }
-    const std::uint32_t hash = text.empty() ? hashOf(withoutInstances(place.path)) : hashOf(text);
-    return std::max<std::int64_t>(hash & 0x7fffffffU, 1);
 }
 
 } // namespace qz::platform

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/linux/SystemCalls.h"
-#include "platform/report/ReportDevice.h"
+#include "platform/report/HIDIdentity.h"
 
 #include <string>
 #include <string_view>
@@ -30,25 +30,15 @@ HIDDevicePath readDevicePath(SystemCalls& calls, const std::string& classDirecto
 /// error, or 0.
 int readReportDescriptor(SystemCalls& calls, const HIDDevicePath& device, std::vector<std::uint8_t>& bytes);
 
-/// What the name of the device's directory tells without another look: "VendorID", "ProductID", "Transport". Nothing
-/// when the name is no such name.
-HIDProperties propertiesInName(const HIDDevicePath& device);
+/// What the place of the device tells without another look: its three numbers and the path. The numbers are 0 when the
+/// name of its directory is no such name.
+HIDIdentity identityInName(const HIDDevicePath& device);
 
-/// Puts all properties that sysfs tells into `properties`; those it does not are absent. False, and none are put there,
-/// when it may tell more at another time, because the system had no resources left.
-bool readProperties(SystemCalls& calls, const HIDDevicePath& device, HIDProperties& properties);
-
-/// What the location of a device is computed from.
-struct HIDPlace {
-    bool isBluetooth = false;
-    std::string phys; ///< the kernel's name for where the device is plugged, such as "usb-0000:00:14.0-1/input0"
-    std::string uniq; ///< over Bluetooth the device's address
-    std::string path; ///< that of HIDDevicePath
-};
-
-/// A number from 1 to 0x7fffffff for the place of a device: the same after replugging and after restarting the machine,
-/// and whatever else is plugged. It is part of the names that users' settings are kept under, so it never changes for a
-/// given place.
-std::int64_t locationID(const HIDPlace& place);
+/// Finds out what sysfs tells: who the device is, and all its properties; those it does not tell are absent. False, and
+/// nothing is changed, when it may tell more at another time, because the system had no resources left. True also when
+/// it never will.
+///
+/// Of a USB device `uniq` becomes the serial number that the device itself has.
+bool readProperties(SystemCalls& calls, const HIDDevicePath& device, HIDProperties& properties, HIDIdentity& identity);
 
 } // namespace qz::platform

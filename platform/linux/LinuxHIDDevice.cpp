@@ -2,6 +2,7 @@
 #include "platform/linux/LinuxHIDDevice.h"
 
 #include "platform/linux/RetryInterrupted.h"
+#include "platform/report/Recording.h"
 
 #include <fcntl.h>
 #include <utility>
@@ -34,8 +35,23 @@ IOReturn statusOfOpening(int error) noexcept {
     }
 }
 
-LinuxHIDDevice::LinuxHIDDevice(SystemCalls& calls, ReportDescriptor descriptor, HIDDevicePath path)
-    : ReportDevice(std::move(descriptor), propertiesInName(path)), calls_(calls), path_(std::move(path)) {}
+namespace {
+
+HIDProperties knownProperties(const HIDIdentity& identity) {
+    const bool isKnown = identity.bus != 0 || identity.vendor != 0 || identity.product != 0;
+    return isKnown ? propertiesOfNumbers(identity) : HIDProperties{};
+}
+
+std::uint16_t cut(std::uint32_t number) {
+    return static_cast<std::uint16_t>(number); // the kernel's numbers of devices have 16 bits, whatever their type
+}
+
+} // namespace
+
+LinuxHIDDevice::LinuxHIDDevice(SystemCalls& calls, std::vector<std::uint8_t> bytes, ReportDescriptor descriptor,
+                               HIDDevicePath path)
+    : ReportDevice(std::move(descriptor), knownProperties(identityInName(path))), calls_(calls), path_(std::move(path)),
+      bytes_(std::move(bytes)), identity_(identityInName(path_)) {}
 
 LinuxHIDDevice::~LinuxHIDDevice() {
     closeNode();
@@ -63,10 +79,21 @@ void LinuxHIDDevice::loadProperties() {
         return;
     }
     HIDProperties properties;
-    isComplete_ = readProperties(calls_, path_, properties);
+    isComplete_ = readProperties(calls_, path_, properties, identity_);
     for (auto& [key, value] : properties) {
         setProperty(key, std::move(value));
     }
+}
+
+std::optional<RecordedDevice> LinuxHIDDevice::recordedDevice() {
+    loadProperties();
+    return RecordedDevice{.name = identity_.name,
+                          .phys = identity_.phys,
+                          .uniq = identity_.uniq,
+                          .bus = cut(identity_.bus),
+                          .vendor = cut(identity_.vendor),
+                          .product = cut(identity_.product),
+                          .descriptor = bytes_};
 }
 
 void LinuxHIDDevice::detach() noexcept {

@@ -18,7 +18,9 @@ IOReturn statusOfOpening(int error) noexcept;
 class LinuxHIDDevice final : public ReportDevice {
 public:
     /// The device that sysfs has at `path`. Of its properties those are there that cost no further look.
-    LinuxHIDDevice(SystemCalls& calls, ReportDescriptor descriptor, HIDDevicePath path);
+    /// `bytes` are those that `descriptor` was made of.
+    LinuxHIDDevice(SystemCalls& calls, std::vector<std::uint8_t> bytes, ReportDescriptor descriptor,
+                   HIDDevicePath path);
     ~LinuxHIDDevice() override;
 
     /// The place in sysfs below the root of all devices, which no other device ever has; empty when not known.
@@ -33,6 +35,8 @@ public:
     /// Whether the node that was opened has been deleted. Its name may be another's by now.
     bool isNodeDeleted() const;
 
+    std::optional<RecordedDevice> recordedDevice() override;
+
     /// Reads the properties that are still to be read: all that nobody has asked for yet.
     void loadProperties() override;
 
@@ -44,6 +48,8 @@ public:
 private:
     SystemCalls& calls_;
     HIDDevicePath path_;
+    std::vector<std::uint8_t> bytes_; ///< of the report descriptor
+    HIDIdentity identity_;
     int descriptor_ = -1;
     bool isComplete_ = false; ///< whether the properties have been read, or never will be
 };

@@ -116,8 +116,8 @@ void LinuxHIDManager::identify(Node& node) {
     if (std::holds_alternative<ReportDescriptorError>(descriptor)) {
         return;
     }
-    auto device =
-        std::make_shared<LinuxHIDDevice>(calls_, std::get<ReportDescriptor>(std::move(descriptor)), std::move(path));
+    auto device = std::make_shared<LinuxHIDDevice>(calls_, std::move(bytes),
+                                                   std::get<ReportDescriptor>(std::move(descriptor)), std::move(path));
     if (isWanted(*device)) {
         node.device = std::move(device);
     }

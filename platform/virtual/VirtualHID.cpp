@@ -2,6 +2,7 @@
 #include "platform/virtual/VirtualHID.h"
 
 #include "platform/HIDManagerBase.h"
+#include "platform/report/HIDIdentity.h"
 #include "platform/virtual/VirtualMemberships.h"
 
 #include <algorithm>
@@ -39,6 +40,9 @@ VirtualDevice::VirtualDevice(VirtualDeviceDescription description) {
 
 VirtualDevice::VirtualDevice(ReportDescriptor descriptor, HIDProperties properties)
     : ReportDevice(std::move(descriptor), std::move(properties)) {}
+
+VirtualDevice::VirtualDevice(ReportDescriptor descriptor, RecordedDevice recorded)
+    : ReportDevice(std::move(descriptor), propertiesOf(identityOf(recorded))), recorded_(std::move(recorded)) {}
 
 IOHIDElementRef VirtualDevice::element(std::size_t index) const {
     return elements() && index < elements()->size() ? &(*elements())[index] : nullptr;

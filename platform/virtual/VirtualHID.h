@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/HIDManager.h"
+#include "platform/report/Recording.h"
 #include "platform/report/ReportDevice.h"
 
 namespace qz::platform {
@@ -36,6 +37,11 @@ public:
     explicit VirtualDevice(VirtualDeviceDescription description);
     /// The real device minus the wire: its elements follow from `descriptor`, and it takes reports.
     VirtualDevice(ReportDescriptor descriptor, HIDProperties properties);
+    /// The device that was recorded: it has the properties, and so the IDs, that the Linux back end gives to one with
+    /// this name, place and so on. `descriptor` is what the recording's descriptor declares.
+    VirtualDevice(ReportDescriptor descriptor, RecordedDevice recorded);
+
+    std::optional<RecordedDevice> recordedDevice() override { return recorded_; }
 
     using HIDDevice::removeProperty;
     using HIDDevice::setProperty;
@@ -51,6 +57,8 @@ private:
 
     /// The values that `feed` answers.
     std::vector<HIDValue> takeReport(std::span<const std::uint8_t> report);
+
+    std::optional<RecordedDevice> recorded_;
 };
 
 /// HID services without an operating system: devices come, send and go when the program says so.

@@ -132,15 +132,40 @@ TEST_F(LinuxHIDProperties, OfTextThatIsNotUTF8AreUTF8) {
 }
 
 TEST_F(LinuxHIDProperties, AreNotForgedByAName) {
-    FakeHIDDevice device =
-        fakePad("pad\nHID_ID=0005:0000DEAD:0000BEEF\nHID_NAME=other\nHID_PHYS=there\nHID_UNIQ=forged");
+    FakeHIDDevice device = fakePad("pad\nHID_ID=0005:0000DEAD:0000BEEF\nHID_NAME=other\nHID_PHYS=there");
     device.phys = "usb-1/input0";
-    device.uniq = "";
+    device.uniq = "AB12";
     plug(device);
     EXPECT_EQ(text("Product"), "pad");
     EXPECT_EQ(integer("VendorID"), 0x1234);
-    EXPECT_EQ(text("SerialNumber"), std::nullopt);
+    EXPECT_EQ(text("SerialNumber"), "AB12");
     EXPECT_EQ(integer("LocationID"), locationID({false, "usb-1", "", ""}));
+}
+
+TEST_F(LinuxHIDProperties, AreNotForgedByASerialNumber) {
+    FakeHIDDevice device = fakePad("pad");
+    device.phys = "usb-1/input0";
+    for (const char* const uniq : {"AB12\nHID_PHYS=there", "AB12\nHID_UNIQ=other",
+                                   "AB12\nHID_ID=0005:00000001:00000002", "AB12\nHID_PHYS=there\nHID_NAME=other"}) {
+        device.uniq = uniq;
+        plug(device);
+        EXPECT_EQ(text("Product"), "pad") << uniq;
+        EXPECT_EQ(integer("VendorID"), 0x1234) << uniq;
+        EXPECT_EQ(text("SerialNumber"), "AB12") << uniq;
+        EXPECT_EQ(integer("LocationID"), locationID({false, "usb-1", "", ""})) << uniq;
+    }
+}
+
+TEST_F(LinuxHIDProperties, ThatMayBeForgedAreNotBelieved) {
+    const std::string forged = "\nHID_PHYS=there\nHID_UNIQ=forged";
+    for (const bool isInName : {true, false}) {
+        FakeHIDDevice device = fakePad("pad");
+        (isInName ? device.name : device.uniq) += forged;
+        plug(device);
+        EXPECT_EQ(text("Product"), "pad");
+        EXPECT_EQ(text("SerialNumber"), std::nullopt);
+        EXPECT_EQ(integer("LocationID"), locationID({false, "", "", kernel.sysfsPath(number)}));
+    }
 }
 
 TEST_F(LinuxHIDProperties, OfHugeFilesAreThoseOfTheirBeginning) {
