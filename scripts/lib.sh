@@ -14,7 +14,7 @@ export CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 
 # What a build needs, and what the tests need with it, under the names of Debian's packages.
 # shellcheck disable=SC2034 # used by the commands
-build_needs=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev)
+build_needs=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libncurses-dev)
 # shellcheck disable=SC2034
 test_needs=("${build_needs[@]}" pkg-config libgtest-dev libgmock-dev)
 
@@ -67,6 +67,7 @@ is_provided() {
     nlohmann-json3-dev) has_header nlohmann/json.hpp ;;
     libcli11-dev) has_header CLI/CLI.hpp ;;
     libbenchmark-dev) has_header benchmark/benchmark.h ;;
+    libncurses-dev) has_header ncursesw/curses.h || has_header ncurses.h ;;
     libsdl2-dev) has_header SDL2/SDL.h ;;
     qemu-system-x86) has_command qemu-system-x86_64 ;;
     busybox-static) has_command busybox && ! ldd "$(command -v busybox)" >/dev/null 2>&1 ;;

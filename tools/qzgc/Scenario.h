@@ -4,6 +4,7 @@
 #include "platform/HID.h"
 #include "platform/PropertyList.h"
 #include "platform/virtual/VirtualHID.h"
+#include "tools/qzgc/session/Actions.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -132,14 +133,6 @@ using Step = std::variant<steps::Attach, steps::Detach, steps::Value, steps::Rep
                           steps::Configuration, steps::Compatible, steps::AllActions, steps::Preferences>;
 
 /// The application's action names.
-struct ActionNames {
-    std::vector<std::string> x;
-    std::vector<std::string> y;
-    std::vector<std::string> buttons;
-    std::optional<std::vector<std::string>> legacyX;
-    std::optional<std::vector<std::string>> legacyY;
-    std::optional<std::vector<std::string>> legacyButtons;
-};
 
 struct Scenario {
     ActionNames actions;

@@ -17,8 +17,7 @@ bool isPlainWord(std::string_view key) {
 } // namespace
 
 std::string Place::text() const {
-    const std::string path = this->path();
-    return path.empty() ? "scenario" : path;
+    return outer_ != nullptr ? path() : std::string(std::get<std::string_view>(step_));
 }
 
 std::string Place::path() const {

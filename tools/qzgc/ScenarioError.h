@@ -20,14 +20,13 @@ public:
 /// is one for every value that is read.
 class Place {
 public:
-    /// The document itself.
-    Place() = default;
+    /// The document itself, under the name that it has in messages.
+    explicit Place(std::string_view document = "scenario") : step_(document) {}
     /// A member of the object, or of the array, at `outer`, which must live as long as this; so must the key.
     Place(const Place& outer, std::string_view key) : outer_(&outer), step_(key) {}
     Place(const Place& outer, std::size_t index) : outer_(&outer), step_(index) {}
 
-    /// "devices.pad.elements[3]"; a key that is no plain word stands in brackets, as a JSON string. The document is
-    /// "scenario".
+    /// "devices.pad.elements[3]"; a key that is no plain word stands in brackets, as a JSON string.
     std::string text() const;
 
     /// The way down so far and one step more, as in `text`.

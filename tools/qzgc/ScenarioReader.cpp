@@ -38,18 +38,6 @@ PropertyList readPropertyList(const JSONValue& json, const Place& place) {
     return std::visit(PropertyListReader{place}, json.value);
 }
 
-ActionNames readActions(const JSONValue& json, const Place& place) {
-    using Names = std::vector<std::string>;
-    const ObjectReader object(json, place);
-    object.expectKeys({}, "x y buttons legacyX legacyY legacyButtons");
-    return {.x = object.getOptional<Names>("x").value_or(Names{}),
-            .y = object.getOptional<Names>("y").value_or(Names{}),
-            .buttons = object.getOptional<Names>("buttons").value_or(Names{}),
-            .legacyX = object.getOptional<Names>("legacyX"),
-            .legacyY = object.getOptional<Names>("legacyY"),
-            .legacyButtons = object.getOptional<Names>("legacyButtons")};
-}
-
 std::vector<DeviceDefinition> readDevices(const JSONValue& json, const Place& place) {
     std::vector<DeviceDefinition> devices;
     for (const auto& [name, definition] : ObjectReader(json, place).members()) {

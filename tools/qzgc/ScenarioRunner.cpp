@@ -19,19 +19,6 @@ namespace qz::tools {
 
 namespace {
 
-QZGCConfigurationManager::Actions actions(const std::vector<std::string>& names) {
-    QZGCConfigurationManager::Actions actions;
-    actions.reserve(names.size());
-    for (const std::string& name : names) {
-        actions.emplace_back(name);
-    }
-    return actions;
-}
-
-std::optional<QZGCConfigurationManager::Actions> actions(const std::optional<std::vector<std::string>>& names) {
-    return names ? std::optional(actions(*names)) : std::nullopt;
-}
-
 template<typename Object, typename Value>
 void setIfGiven(Object& object, void (Object::*setter)(Value), const std::optional<Value>& value) {
     if (value) {
@@ -124,12 +111,7 @@ void Runner::run() {
 }
 
 void Runner::start() {
-    const ActionNames& names = scenario_.actions;
-    manager_ = QZGCHIDManager::create(QZGCConfigurationManager::create(actions(names.x), actions(names.y),
-                                                                       actions(names.buttons), actions(names.legacyX),
-                                                                       actions(names.legacyY),
-                                                                       actions(names.legacyButtons), platform_),
-                                      platform_);
+    manager_ = QZGCHIDManager::create(makeConfigurationManager(scenario_.actions, platform_), platform_);
     const auto opened = manager_->setupWithDelegate(scenario_.hasDelegate ? delegate_ : nullptr);
     JSONText text;
     print(text.beginObject().member("event", "setup").member("result", opened));

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "QZGameController/QZGameController.h"
-#include "tools/qzgc/Elements.h"
-#include "tools/qzgc/Simulate.h"
-
-#include <CLI/CLI.hpp>
+#include "tools/qzgc/CommandLine.h"
+#include "tools/qzgc/TextFile.h"
 
 #include <algorithm>
 #include <exception>
@@ -25,24 +22,8 @@ ExitStatus explain(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app("Looks at game controllers and at what an application makes of them.", "qzgc");
-    app.set_version_flag("--version", std::string(QZGameControllerVersionString), "Print the version and exit");
-
-    std::string scenario;
-    CLI::App* const simulateCommand = app.add_subcommand(
-        "simulate", "Plays a scenario file on virtual devices and prints what the application receives, a line each.");
-    simulateCommand->add_option("FILE", scenario, "The scenario; - is the standard input")->required();
-
-    std::string descriptor;
-    CLI::App* const elementsCommand = app.add_subcommand(
-        "elements", "Prints the elements that a report descriptor makes, each under its collection.");
-    elementsCommand
-        ->add_option(
-            "--descriptor", descriptor,
-            "A file with the descriptor's bytes, hexadecimal digits for them, or a recording; or the digits themselves")
-        ->type_name("FILE-OR-HEX")
-        ->required();
-
+    CommandLine commandLine;
+    CLI::App& app = commandLine.app();
     try {
         app.parse(argc, argv);
         // Not by the parser, which would say this of an unknown subcommand too.
@@ -54,7 +35,15 @@ int run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return explain(app, error);
     }
-    return *elementsCommand ? printElementsOfDescriptor(descriptor) : simulate(scenario);
+    try {
+        return commandLine.run();
+    } catch (const FileError& error) {
+        std::cerr << error.what() << '\n';
+        return exitRefused;
+    } catch (const WrongUse& error) {
+        std::cerr << "qzgc: " << error.what() << '\n';
+        return exitRefused;
+    }
 }
 
 } // namespace

@@ -1,63 +1,23 @@
 // SPDX-License-Identifier: MIT
+#include "tests/unit/qzgc/ToolFixture.h"
+
 #include "QZGameController/QZGameController.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 // The tool as a whole, from its command line to its exit status.
 
 namespace {
 
+using CommandLine = qz::tests::ToolTest;
+using qz::tests::Outcome;
+
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
-
-struct Outcome {
-    int status = -1; ///< of the exit; -1 when a signal ended the process
-    std::string output;
-    std::string complaint;
-};
-
-class CommandLine : public testing::Test {
-protected:
-    CommandLine() { std::filesystem::create_directories(directory_); }
-    CommandLine(const CommandLine&) = delete;
-    CommandLine& operator=(const CommandLine&) = delete;
-    ~CommandLine() override { std::filesystem::remove_all(directory_); }
-
-    /// Runs the tool with `arguments`, as a shell reads them, redirections included, in a directory of its own.
-    Outcome run(const std::string& arguments) const {
-        const std::string command =
-            "cd '" + directory_.string() + "' && >.output 2>.complaint '" QZGC_TOOL "' " + arguments;
-        const int ended = std::system(command.c_str());
-        return {.status = WIFEXITED(ended) ? WEXITSTATUS(ended) : -1,
-                .output = contents(".output"),
-                .complaint = contents(".complaint")};
-    }
-
-    void write(const std::string& name, const std::string& text) const {
-        std::ofstream(directory_ / name, std::ios::binary) << text;
-    }
-
-private:
-    std::string contents(const std::string& name) const {
-        std::ifstream file(directory_ / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    std::filesystem::path directory_ =
-        std::filesystem::temp_directory_path() / ("qzgc-command-line-" + std::to_string(getpid()) + "-" +
-                                                  testing::UnitTest::GetInstance()->current_test_info()->name());
-};
 
 constexpr const char* smallScenario = R"({"actions": {}, "devices": {}, "steps": [{"do": "allActions"}]})";
 constexpr const char* smallOutput =
@@ -204,7 +164,6 @@ TEST_F(CommandLine, SaysWhatIsNeitherAFileNorADescriptor) {
     EXPECT_EQ(run("elements --descriptor /dev/null").complaint, "/dev/null: there is no descriptor: it is empty\n");
     EXPECT_EQ(run("elements --descriptor '05 01'").output, "no elements\n");
     EXPECT_EQ(run("elements --descriptor .").complaint, ".: cannot be read: Is a directory\n");
-    EXPECT_EQ(run("elements").complaint, "qzgc: --descriptor is required; see 'qzgc elements --help'\n");
     EXPECT_EQ(run("elements --descriptor 05 >/dev/full").status, 2) << "a truncated item";
     EXPECT_EQ(run("elements --descriptor a0c0 >/dev/full").status, 1);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tools/qzgc/Elements.h"
+#include "tools/qzgc/commands/Elements.h"
 
 #include "QZGameController/QZGameController.h"
 #include "platform/Text.h"
@@ -7,6 +7,8 @@
 #include "platform/virtual/VirtualPlatform.h"
 #include "tools/qzgc/Hexadecimal.h"
 #include "tools/qzgc/TextFile.h"
+#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/Output.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -64,12 +66,8 @@ std::vector<NamedDescriptor> descriptorsInFile(const std::string& name) {
     if (contents.find(':') == std::string::npos) {
         throw FileError(name, faultOfHexadecimal(contents));
     }
-    auto recording = platform::readRecording(contents);
-    if (const auto* const refusal = std::get_if<platform::RecordingError>(&recording)) {
-        throw FileError(name, "no valid recording: " + refusal->message);
-    }
     std::vector<NamedDescriptor> descriptors;
-    for (platform::RecordedDevice& device : std::get<platform::Recording>(recording).devices) {
+    for (platform::RecordedDevice& device : recordingIn(contents, name).devices) {
         descriptors.push_back({std::move(device.name), std::move(device.descriptor)});
     }
     return descriptors;
@@ -125,26 +123,58 @@ void printElement(const QZHIDElement& element, std::size_t depth) {
     }
 }
 
-/// The device lists every element; those that are members of another are printed under it.
-void printElements(const QZHIDDevice& device) {
+/// The device lists every element; those that are members of another are shown under it.
+std::vector<std::shared_ptr<QZHIDElement>> outermostElements(const QZHIDDevice& device) {
     std::set<std::int64_t> members;
-    for (const auto& element : *device.ownedElements()) {
-        if (element->ownedElements()) {
-            for (const auto& member : *element->ownedElements()) {
-                members.insert(member->cookie());
-            }
+    std::vector<std::shared_ptr<QZHIDElement>> elements = elementsOf(device);
+    for (const auto& element : elements) {
+        for (const auto& member : element->ownedElements().value_or(std::vector<std::shared_ptr<QZHIDElement>>{})) {
+            members.insert(member->cookie());
         }
     }
-    if (device.ownedElements()->empty()) {
+    std::erase_if(elements, [&](const auto& element) { return members.contains(element->cookie()); });
+    return elements;
+}
+
+void printElements(const QZHIDDevice& device) {
+    const auto elements = outermostElements(device);
+    if (elements.empty()) {
         std::cout << "no elements\n";
         return;
     }
     std::cout << "cookie  type       usage     range             name\n";
-    for (const auto& element : *device.ownedElements()) {
-        if (!members.contains(element->cookie())) {
-            printElement(*element, 0);
-        }
+    for (const auto& element : elements) {
+        printElement(*element, 0);
     }
+}
+
+void appendElement(JSONText& text, const QZHIDElement& element) {
+    text.beginObject()
+        .member("cookie", element.cookie())
+        .member("type", typeText(element.type()))
+        .member("usagePage", element.usagePage())
+        .member("usage", element.usage())
+        .member("name", element.name())
+        .member("nameKey", element.nameKey());
+    if (!element.isCollection()) {
+        text.member("minimum", element.theoreticalMin()).member("maximum", element.theoreticalMax());
+    }
+    if (element.ownedElements()) {
+        text.key("members").beginArray();
+        for (const auto& member : *element.ownedElements()) {
+            appendElement(text, *member);
+        }
+        text.endArray();
+    }
+    text.endObject();
+}
+
+void appendElements(JSONText& text, const QZHIDDevice& device) {
+    text.key("elements").beginArray();
+    for (const auto& element : outermostElements(device)) {
+        appendElement(text, *element);
+    }
+    text.endArray();
 }
 
 ReportDescriptor parse(const NamedDescriptor& descriptor, const std::string& source) {
@@ -160,41 +190,64 @@ ReportDescriptor parse(const NamedDescriptor& descriptor, const std::string& sou
     return std::get<ReportDescriptor>(std::move(parsed));
 }
 
-void printElementsOf(ReportDescriptor descriptor, const std::string& name) {
+void printElementsOf(ReportDescriptor descriptor, const std::string& name, JSONText* json) {
     VirtualPlatform virtualPlatform;
     const auto handle = std::make_shared<VirtualDevice>(std::move(descriptor), platform::HIDProperties{});
     const auto manager = QZGCHIDManager::create(nullptr, virtualPlatform);
     manager->hidDeviceConnected(handle.get());
+    const auto device = manager->devices().front();
+    if (json != nullptr) {
+        json->beginObject().member("name", name.empty() ? std::nullopt : std::optional(name));
+        appendElements(*json, *device);
+        json->endObject();
+        return;
+    }
     if (!name.empty()) {
         std::cout << name << '\n';
     }
-    for (const auto& device : manager->devices()) {
-        printElements(*device);
-    }
+    printElements(*device);
 }
 
 } // namespace
 
-ExitStatus printElementsOfDescriptor(const std::string& source) {
-    try {
-        const auto descriptors = readDescriptors(source);
-        std::vector<ReportDescriptor> parsed; // all of them before the first is printed
-        parsed.reserve(descriptors.size());
-        for (const NamedDescriptor& each : descriptors) {
-            parsed.push_back(parse(each, source));
-        }
-        for (std::size_t i = 0; i < parsed.size(); ++i) {
-            printElementsOf(std::move(parsed[i]), descriptors[i].name);
-        }
-    } catch (const FileError& error) {
-        std::cerr << error.what() << '\n';
-        return exitRefused;
+ExitStatus printElementsOfDescriptor(const std::string& source, bool json) {
+    const auto descriptors = readDescriptors(source);
+    std::vector<ReportDescriptor> parsed; // all of them before the first is printed
+    parsed.reserve(descriptors.size());
+    for (const NamedDescriptor& each : descriptors) {
+        parsed.push_back(parse(each, source));
     }
-    if (!std::cout.flush()) {
-        std::cerr << "qzgc: cannot write to standard output\n";
-        return exitFailure;
+    JSONText text;
+    text.beginArray();
+    for (std::size_t i = 0; i < parsed.size(); ++i) {
+        printElementsOf(std::move(parsed[i]), descriptors[i].name, json ? &text : nullptr);
     }
-    return exitSuccess;
+    if (json) {
+        std::cout << text.endArray().text() << '\n';
+    }
+    return finishOutput();
+}
+
+ExitStatus printElementsOfController(const SessionOptions& options, const std::string& device, bool json) {
+    const auto listener = std::make_shared<ChosenControllerListener>(chooseController(options, device));
+    Session session(options);
+    session.start(listener);
+    session.settle();
+    const auto devices = session.manager().devices();
+    if (devices.empty()) {
+        throw Failure("the controller has gone; attach it again");
+    }
+    if (json) {
+        JSONText text;
+        text.beginArray().beginObject();
+        appendMembers(text, listener->chosen());
+        appendElements(text, *devices.front());
+        std::cout << text.endObject().endArray().text() << '\n';
+    } else {
+        std::cout << listener->chosen().name << '\n';
+        printElements(*devices.front());
+    }
+    return finishOutput();
 }
 
 } // namespace qz::tools

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/commands/List.h"
+
+#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/Output.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace qz::tools {
+
+namespace {
+
+struct Unusable {
+    ControllerIdentity identity;
+    platform::IOReturn why;
+};
+
+class ListListener final : public Listener {
+public:
+    void controllerUnusable(QZGCHIDManager& manager, platform::IOHIDDeviceRef device, platform::IOReturn why) override {
+        unusable_.push_back({identityOf(manager, device), why});
+    }
+    void hidManagerHidError(QZGCHIDManager& /*manager*/, platform::IOReturn error) override {
+        std::cerr << "qzgc: " << statusText(error) << remedyText(error) << '\n';
+    }
+
+    const std::vector<Unusable>& unusable() const noexcept { return unusable_; }
+
+private:
+    std::vector<Unusable> unusable_;
+};
+
+/// How many controls of each kind a device has; one that is part of a direction pad is no button.
+struct ControlCounts {
+    std::size_t buttons = 0;
+    std::size_t movingControls = 0;
+    std::size_t hats = 0;
+    std::size_t directionPadButtons = 0;
+    std::size_t others = 0;
+};
+
+ControlCounts countControls(const QZHIDDevice& device) {
+    ControlCounts counts;
+    for (const auto& each : controlsOf(device)) {
+        if (each->isPartOfDirectionPad()) {
+            ++counts.directionPadButtons;
+        } else if (each->isPushButton()) {
+            ++counts.buttons;
+        } else if (each->isMovingControl()) {
+            ++counts.movingControls;
+        } else if (isHat(*each)) {
+            ++counts.hats;
+        } else {
+            ++counts.others;
+        }
+    }
+    return counts;
+}
+
+std::string countText(std::size_t count, std::string_view one, std::string_view many) {
+    return std::to_string(count) + ' ' + std::string(count == 1 ? one : many);
+}
+
+std::string countsText(const ControlCounts& counts) {
+    std::string text = countText(counts.buttons, "button", "buttons") + ", " +
+                       countText(counts.movingControls, "moving control", "moving controls");
+    if (counts.hats > 0) {
+        text += ", " + countText(counts.hats, "hat", "hats");
+    }
+    if (counts.directionPadButtons > 0) {
+        text += ", " + countText(counts.directionPadButtons, "direction pad button", "direction pad buttons");
+    }
+    if (counts.others > 0) {
+        text += ", " + countText(counts.others, "other control", "other controls");
+    }
+    return text;
+}
+
+bool isCalibrated(Session& session, const QZHIDDevice& device) {
+    return session.platform().userDefaults().dictionaryForKey(device.calibrationsPrefKey()) != nullptr;
+}
+
+bool isConfigured(Session& session, const QZHIDDevice& device) {
+    return session.configuration()->existingConfiguration(device) != nullptr;
+}
+
+void printDevice(Session& session, const QZHIDDevice& device) {
+    const ControllerIdentity identity = identityOf(device);
+    std::cout << identity.name << '\n'
+              << "  kind        " << identity.kind << (identity.bus.empty() ? "" : ", " + identity.bus) << '\n'
+              << "  type        " << identity.typeID << '\n'
+              << "  instance    " << identity.instanceID << '\n'
+              << "  controls    " << countsText(countControls(device)) << '\n'
+              << "  calibrated  " << (isCalibrated(session, device) ? "yes" : "no") << '\n'
+              << "  configured  " << (isConfigured(session, device) ? "yes" : "no") << '\n';
+}
+
+void printUnusable(const Unusable& unusable) {
+    std::cout << unusable.identity.name << '\n'
+              << "  kind        " << unusable.identity.kind
+              << (unusable.identity.bus.empty() ? "" : ", " + unusable.identity.bus) << '\n'
+              << "  type        " << unusable.identity.typeID << '\n'
+              << "  instance    " << unusable.identity.instanceID << '\n'
+              << "  not usable  " << statusText(unusable.why) << remedyText(unusable.why) << '\n';
+}
+
+void appendDevice(JSONText& text, Session& session, const QZHIDDevice& device) {
+    const ControlCounts counts = countControls(device);
+    text.beginObject();
+    appendMembers(text, identityOf(device));
+    text.member("usable", true).key("controls").beginObject();
+    text.member("buttons", counts.buttons)
+        .member("movingControls", counts.movingControls)
+        .member("hats", counts.hats)
+        .member("directionPadButtons", counts.directionPadButtons)
+        .member("others", counts.others)
+        .endObject();
+    text.member("calibrated", isCalibrated(session, device))
+        .member("configured", isConfigured(session, device))
+        .endObject();
+}
+
+void appendUnusable(JSONText& text, const Unusable& unusable) {
+    text.beginObject();
+    appendMembers(text, unusable.identity);
+    text.member("usable", false).member("status", unusable.why).member("reason", statusText(unusable.why)).endObject();
+}
+
+} // namespace
+
+ExitStatus listControllers(const SessionOptions& options, bool json) {
+    Session session(options);
+    const auto listener = std::make_shared<ListListener>();
+    session.start(listener);
+    session.settle();
+    if (json) {
+        JSONText text;
+        text.beginArray();
+        for (const auto& device : session.manager().devices()) {
+            appendDevice(text, session, *device);
+        }
+        for (const Unusable& each : listener->unusable()) {
+            appendUnusable(text, each);
+        }
+        std::cout << text.endArray().text() << '\n';
+        return finishOutput();
+    }
+    for (const auto& device : session.manager().devices()) {
+        printDevice(session, *device);
+    }
+    std::ranges::for_each(listener->unusable(), printUnusable);
+    if (session.manager().devices().empty() && listener->unusable().empty()) {
+        std::cout << "no controllers\n";
+    }
+    return finishOutput();
+}
+
+} // namespace qz::tools

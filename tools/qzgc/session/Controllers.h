@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "tools/qzgc/JSONText.h"
+#include "tools/qzgc/session/Session.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qz::tools {
+
+/// What tells controllers apart.
+struct ControllerIdentity {
+    std::string name; ///< the product name, or the kind where the device has none; without control characters
+    std::string kind; ///< "Joystick" or "Gamepad"
+    std::string typeID;
+    std::string instanceID;
+    std::string bus; ///< "USB", "Bluetooth"; empty when not known
+
+    friend bool operator==(const ControllerIdentity&, const ControllerIdentity&) = default;
+};
+
+ControllerIdentity identityOf(const QZHIDDevice& device);
+/// The same of one that has not been admitted yet.
+ControllerIdentity identityOf(QZGCHIDManager& manager, platform::IOHIDDeviceRef device);
+
+/// Whether DEVICE on the command line means this controller: its instance ID or its type ID, or a part of its name in
+/// any case. An empty text means any.
+bool isMeant(std::string_view text, const ControllerIdentity& identity);
+
+/// The one controller among those at the beginning of the source that DEVICE on the command line means. Throws Failure
+/// when there is none, WrongUse when there are several; both list what there is.
+ControllerIdentity chooseController(const SessionOptions& options, std::string_view text);
+
+/// A listener that admits the chosen controller alone: the first with this identity, and no second one beside it.
+class ChosenControllerListener : public Listener {
+public:
+    explicit ChosenControllerListener(ControllerIdentity chosen) : chosen_(std::move(chosen)) {}
+
+    bool hidManagerShouldConnectDevice(QZGCHIDManager& manager, platform::IOHIDDeviceRef device) final;
+    const ControllerIdentity& chosen() const noexcept { return chosen_; }
+
+private:
+    ControllerIdentity chosen_;
+};
+
+/// The members of a JSON object for a controller: "name", "kind", "type", "instance", "bus" (null when not known).
+void appendMembers(JSONText& json, const ControllerIdentity& identity);
+
+/// The device's own elements, members of collections included; never absent.
+std::vector<std::shared_ptr<QZHIDElement>> elementsOf(const QZHIDDevice& device);
+/// Those of them that a user can move or press: inputs, without collections, outputs and features.
+std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device);
+
+bool isHat(const QZHIDElement& element);
+
+/// The control of the device that CONTROL on the command line means: its cookie, or its name or name key in any case.
+/// Throws WrongUse when there is none or more than one.
+std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string_view text);
+
+} // namespace qz::tools

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "tools/qzgc/session/Source.h"
+
+#include <functional>
+#include <vector>
+
+namespace qz::tools {
+
+/// What runs a command that follows its devices: waits for the source, for other descriptors, for the time and for
+/// signals. One at a time; it takes SIGINT, SIGTERM, SIGHUP, SIGWINCH and SIGPIPE over while it exists.
+class EventLoop {
+public:
+    enum class End : std::uint8_t {
+        Stopped,     ///< by `stop`
+        SourceEnded, ///< nothing can come any more
+        Interrupted, ///< SIGINT or SIGTERM
+        HungUp,      ///< the terminal went away
+    };
+    using Handler = std::function<void()>;
+
+    explicit EventLoop(Source& source);
+    EventLoop(const EventLoop&) = delete;
+    EventLoop& operator=(const EventLoop&) = delete;
+    ~EventLoop();
+
+    /// Calls `handler` whenever the descriptor can be read or has been hung up.
+    void onReadable(int fileDescriptor, Handler handler);
+    void ignore(int fileDescriptor);
+
+    /// Calls `handler` when the terminal has got another size.
+    void onResize(Handler handler) { resized_ = std::move(handler); }
+
+    /// Calls `handler` again and again, for the first time after one interval.
+    void every(std::chrono::milliseconds interval, Handler handler);
+    /// Calls it once.
+    void after(std::chrono::milliseconds delay, Handler handler);
+
+    /// Without this, `run` ends when the source has.
+    void staysAfterSource() noexcept { staysAfterSource_ = true; }
+
+    /// Handles what happens until something ends it; may be called again. What handlers throw passes through.
+    End run();
+
+    /// Ends `run` after the handler in progress.
+    void stop() noexcept { end_ = End::Stopped; }
+    /// The same because the terminal went away.
+    void hangUp() noexcept { end_ = End::HungUp; }
+
+private:
+    struct Watch {
+        int fileDescriptor;
+        Handler handler;
+    };
+    struct Timer {
+        Clock::time_point due;
+        std::chrono::milliseconds interval; ///< 0: once
+        Handler handler;
+    };
+
+    int timeout() const;
+    void wait();
+    void takeSignals();
+    void runTimers();
+    void serveSource(bool isReadable);
+
+    Source& source_;
+    std::vector<Watch> watches_;
+    std::vector<Timer> timers_;
+    Handler resized_;
+    std::optional<End> end_;
+    bool staysAfterSource_ = false;
+};
+
+} // namespace qz::tools

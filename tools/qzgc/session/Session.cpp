@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/session/Session.h"
+
+#include "platform/Text.h"
+#include "tools/qzgc/TextFile.h"
+#include "tools/qzgc/session/Actions.h"
+
+#include <iostream>
+
+namespace qz::tools {
+
+using namespace platform;
+
+namespace {
+
+std::unique_ptr<Source> makeSource(const SessionOptions& options) {
+    if (options.from.empty()) {
+        if (options.fast) {
+            throw WrongUse("--fast is for recordings: name one with --from, or leave it out");
+        }
+        return makeMachineSource();
+    }
+    return makeRecordingSource(readRecordingFile(options.from), options.fast ? Pace::Fast : Pace::RealTime);
+}
+
+/// A session may be one of several in this process: the preferences are those of the first one's application.
+void choosePreferences(UserDefaults& defaults, const SessionOptions& options) {
+    if (!options.application.empty() && !defaults.setApplicationIdentifier(options.application)) {
+        throw WrongUse("--application " + options.application + ": " + defaults.lastError());
+    }
+}
+
+} // namespace
+
+bool Listener::hidManagerShouldConnectDevice(QZGCHIDManager& /*manager*/, IOHIDDeviceRef /*device*/) {
+    return true;
+}
+void Listener::hidManagerDeviceConnected(QZGCHIDManager& /*manager*/, const std::shared_ptr<QZHIDDevice>& /*device*/) {}
+void Listener::hidManagerDeviceDisconnected(QZGCHIDManager& /*manager*/,
+                                            const std::shared_ptr<QZHIDDevice>& /*device*/) {}
+void Listener::hidManagerElementNewRawValue(QZGCHIDManager& /*manager*/,
+                                            const std::shared_ptr<QZHIDElement>& /*element*/,
+                                            std::int64_t /*newRawValue*/) {}
+void Listener::hidManagerActionNewValue(QZGCHIDManager& /*manager*/, const std::string& /*action*/,
+                                        double /*newValue*/) {}
+void Listener::hidManagerHidError(QZGCHIDManager& /*manager*/, IOReturn /*error*/) {}
+void Listener::controllerUnusable(QZGCHIDManager& /*manager*/, IOHIDDeviceRef /*device*/, IOReturn /*why*/) {}
+
+Session::Session(const SessionOptions& options) : source_(makeSource(options)) {
+    const ActionNames names = options.actions.empty() ? builtInActions() : readActionsFile(options.actions);
+    choosePreferences(platform().userDefaults(), options);
+    configuration_ = makeConfigurationManager(names, platform());
+    if (const std::string warning = platform().userDefaults().lastError(); !warning.empty()) {
+        std::cerr << "qzgc: " << warning << '\n';
+    }
+    manager_ = QZGCHIDManager::create(configuration_, platform());
+}
+
+Session::~Session() {
+    if (manager_) {
+        IOHIDManagerRegisterDeviceMatchingCallback(manager_->gameControllerHidManager(), nullptr, nullptr);
+    }
+}
+
+void Session::start(std::shared_ptr<Listener> listener) {
+    listener_ = std::move(listener);
+    if (const IOReturn result = manager_->setupWithDelegate(listener_); result != kIOReturnSuccess) {
+        throw Failure("cannot look for controllers: " + statusText(result) + remedyText(result));
+    }
+    // The library tells a delegate that a device failed, not which one.
+    IOHIDManagerRegisterDeviceMatchingCallback(manager_->gameControllerHidManager(), deviceMatched, this);
+}
+
+void Session::deviceMatched(void* context, IOReturn result, void* sender, IOHIDDeviceRef device) {
+    auto& session = *static_cast<Session*>(context);
+    if (result != kIOReturnSuccess && device != nullptr) {
+        session.listener_->controllerUnusable(*session.manager_, device, result);
+    } else {
+        deviceMatchingCallback(session.manager_.get(), result, sender, device);
+    }
+}
+
+void Session::settle() {
+    // One turn brings all devices, another what belongs to them; input that never ends must not keep us.
+    constexpr int turns = 8;
+    for (int i = 0; i < turns && source_->turn() > 0 && source_->fileDescriptor() >= 0; ++i) {
+    }
+}
+
+void Session::expectSaved() {
+    UserDefaults& defaults = platform().userDefaults();
+    if (!defaults.synchronize()) {
+        throw Failure("not saved: " + defaults.lastError());
+    }
+}
+
+std::string statusText(IOReturn status) {
+    switch (status) {
+    case kIOReturnNotPermitted:
+        return "no permission to read it";
+    case kIOReturnExclusiveAccess:
+        return "another program uses it alone";
+    case kIOReturnNoDevice:
+        return "it is gone";
+    case kIOReturnIOError:
+        return "it does not answer";
+    case kIOReturnNoResources:
+        return "the system has no resources left";
+    default:
+        return "error 0x" + hexadecimal(static_cast<std::uint32_t>(status), 8);
+    }
+}
+
+std::string remedyText(IOReturn status) {
+    switch (status) {
+    case kIOReturnNotPermitted:
+        return "; install the udev rule 60-qzgamecontroller.rules and plug the controller in again";
+    case kIOReturnExclusiveAccess:
+        return "; end that program";
+    case kIOReturnNoDevice:
+    case kIOReturnIOError:
+        return "; plug it in again";
+    case kIOReturnNoResources:
+        return "; end other programs, or raise the limits of open files (ulimit -n) and inotify watches";
+    default:
+        return "";
+    }
+}
+
+} // namespace qz::tools

@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/terminal/Screen.h"
+
+#include "tools/qzgc/session/Session.h"
+
+#include <array>
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#define NCURSES_NOMACROS 1 // they would replace names of ours
+#include <curses.h>
+#include <langinfo.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <term.h>
+#include <termios.h>
+#include <unistd.h>
+
+#undef columns // the macro of term.h
+
+namespace qz::tools {
+
+namespace {
+
+constexpr std::array faults = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
+
+/// What a handler needs to give the terminal back without ncurses, which no handler may call.
+termios settingsBefore{};
+std::array<char, 256> leavingText{};
+std::size_t leavingLength = 0;
+std::array<struct sigaction, faults.size()> before{};
+
+extern "C" void leaveTerminalAndDie(int number) {
+    static_cast<void>(!::write(STDOUT_FILENO, leavingText.data(), leavingLength));
+    ::tcsetattr(STDIN_FILENO, TCSANOW, &settingsBefore);
+    ::signal(number, SIG_DFL);
+    ::raise(number);
+}
+
+void addToLeavingText(const char* capability) {
+    const char* const sequence = ::tigetstr(capability);
+    if (sequence == nullptr || sequence == reinterpret_cast<const char*>(-1)) {
+        return;
+    }
+    const std::size_t length = std::strlen(sequence);
+    if (leavingLength + length <= leavingText.size()) {
+        std::memcpy(leavingText.data() + leavingLength, sequence, length);
+        leavingLength += length;
+    }
+}
+
+void prepareForFaults() {
+    leavingLength = 0;
+    for (const char* const capability : {"sgr0", "rmkx", "cnorm", "rmcup"}) {
+        addToLeavingText(capability);
+    }
+    struct sigaction action {};
+    action.sa_handler = leaveTerminalAndDie;
+    for (std::size_t i = 0; i < faults.size(); ++i) {
+        ::sigaction(faults[i], &action, &before[i]);
+    }
+}
+
+attr_t attributesOf(const Style& style, bool hasColours) {
+    attr_t attributes = A_NORMAL;
+    attributes |= style.bold ? A_BOLD : A_NORMAL;
+    attributes |= style.dim ? A_DIM : A_NORMAL;
+    attributes |= style.reverse ? A_REVERSE : A_NORMAL;
+    if (hasColours) {
+        attributes |= static_cast<attr_t>(COLOR_PAIR(static_cast<int>(style.colour)));
+    }
+    return attributes;
+}
+
+void prepareColours() {
+    ::start_color();
+    ::use_default_colors();
+    constexpr std::array<short, 7> colours = {-1,         COLOR_RED,     COLOR_GREEN, COLOR_YELLOW,
+                                              COLOR_BLUE, COLOR_MAGENTA, COLOR_CYAN};
+    for (std::size_t i = 1; i < colours.size(); ++i) {
+        ::init_pair(static_cast<short>(i), colours[i], -1);
+    }
+}
+
+} // namespace
+
+bool outputIsTerminal() {
+    return ::isatty(STDOUT_FILENO) != 0;
+}
+
+bool inputIsTerminal() {
+    return ::isatty(STDIN_FILENO) != 0;
+}
+
+Screen::Screen() {
+    std::setlocale(LC_CTYPE, "");
+    unicode_ = std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
+    ::tcgetattr(STDIN_FILENO, &settingsBefore);
+    if (::newterm(nullptr, stdout, stdin) == nullptr) {
+        throw Failure("this terminal cannot show full-screen views: set TERM to what it is, or use --lines");
+    }
+    prepareForFaults();
+    hasColours_ = ::has_colors();
+    if (hasColours_) {
+        prepareColours();
+    }
+    ::cbreak(); // Control-C and Control-Z go on doing what they do
+    ::noecho();
+    ::keypad(stdscr, TRUE);
+    ::nodelay(stdscr, TRUE);
+    ::set_escdelay(25);
+    ::curs_set(0);
+}
+
+Screen::~Screen() {
+    ::endwin();
+    for (std::size_t i = 0; i < faults.size(); ++i) {
+        ::sigaction(faults[i], &before[i], nullptr);
+    }
+}
+
+int Screen::rows() const {
+    return getmaxy(stdscr);
+}
+
+int Screen::columns() const {
+    return getmaxx(stdscr);
+}
+
+void Screen::resize() {
+    winsize size{};
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0) {
+        ::resizeterm(size.ws_row, size.ws_col);
+    }
+}
+
+void Screen::show(const Canvas& canvas) {
+    ::erase();
+    for (int row = 0; row < canvas.rows(); ++row) {
+        ::move(row, 0);
+        for (int column = 0; column < canvas.columns(); ++column) {
+            const Canvas::Cell& cell = canvas.cell(row, column);
+            ::attrset(static_cast<int>(attributesOf(cell.style, hasColours_)));
+            ::addstr(cell.text.c_str());
+        }
+    }
+    ::attrset(A_NORMAL);
+    ::refresh();
+}
+
+std::optional<int> Screen::takeKey() {
+    wint_t key = 0;
+    const int kind = ::get_wch(&key);
+    if (kind == ERR) {
+        return std::nullopt;
+    }
+    if (kind != KEY_CODE_YES) {
+        return key == '\r' ? keyEnter : key == 0x7f || key == '\b' ? keyBackspace : static_cast<int>(key);
+    }
+    switch (key) {
+    case KEY_UP:
+        return keyUp;
+    case KEY_DOWN:
+        return keyDown;
+    case KEY_LEFT:
+        return keyLeft;
+    case KEY_RIGHT:
+        return keyRight;
+    case KEY_PPAGE:
+        return keyPageUp;
+    case KEY_NPAGE:
+        return keyPageDown;
+    case KEY_HOME:
+        return keyHome;
+    case KEY_END:
+        return keyEnd;
+    case KEY_BACKSPACE:
+        return keyBackspace;
+    case KEY_ENTER:
+        return keyEnter;
+    default:
+        return takeKey(); // one that means nothing here
+    }
+}
+
+bool Screen::isGone() const {
+    // A terminal without anything to read says so by having nothing to report; one that has gone is always readable.
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    return ::poll(&input, 1, 0) > 0;
+}
+
+} // namespace qz::tools
