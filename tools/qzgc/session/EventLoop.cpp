@@ -45,6 +45,9 @@ EventLoop::EventLoop(Source& source) : source_(source) {
     action.sa_flags = SA_RESTART;
     for (std::size_t i = 0; i < takenOver.size(); ++i) {
         ::sigaction(takenOver[i], &action, &before[i]);
+        if (before[i].sa_handler == SIG_IGN) { // who started us wants us to go on, as nohup(1) does
+            ::sigaction(takenOver[i], &before[i], nullptr);
+        }
     }
     action.sa_handler = SIG_IGN; // what reads our output may go: writing then fails, and that is noticed
     ::sigaction(SIGPIPE, &action, &pipeBefore);
@@ -75,6 +78,13 @@ void EventLoop::every(std::chrono::milliseconds interval, Handler handler) {
 
 void EventLoop::after(std::chrono::milliseconds delay, Handler handler) {
     timers_.push_back({Clock::now() + delay, std::chrono::milliseconds(0), std::move(handler)});
+}
+
+void EventLoop::endAfter(const SessionOptions& options) {
+    if (options.seconds && !options.fast) {
+        const std::chrono::duration<double> delay(*options.seconds);
+        after(std::chrono::ceil<std::chrono::milliseconds>(delay), [this] { stop(); });
+    }
 }
 
 EventLoop::End EventLoop::run() {
