@@ -6,6 +6,7 @@
 #include "tools/qzgc/commands/Elements.h"
 #include "tools/qzgc/commands/List.h"
 #include "tools/qzgc/commands/Monitor.h"
+#include "tools/qzgc/commands/Record.h"
 
 namespace qz::tools {
 
@@ -14,6 +15,7 @@ CommandLine::CommandLine() : app_("Shows, calibrates, maps, records, replays and
     addList();
     addElements();
     addMonitor();
+    addRecord();
     addReplay();
     addSimulate();
 }
@@ -38,6 +40,10 @@ void CommandLine::addApplicationOptions(CLI::App& command) {
 
 void CommandLine::addSessionOptions(CLI::App& command) {
     addApplicationOptions(command);
+    addFrom(command);
+}
+
+void CommandLine::addFrom(CLI::App& command) {
     command
         .add_option("--from", session_.from,
                     "Take the devices of this recording, and what they sent, in place of what is attached; - is the "
@@ -110,6 +116,19 @@ void CommandLine::addMonitor() {
     addEventOptions(command);
     addSeconds(command);
     addSessionOptions(command);
+    addFast(command);
+}
+
+void CommandLine::addRecord() {
+    CLI::App& command = addCommand("record", "Records controllers and all they send, as they come and go.", [this] {
+        return record({.session = session_, .file = file_, .device = device_, .force = force_});
+    });
+    command.add_option("FILE", file_, "The recording to write; - is the standard output")->required();
+    command.add_option("DEVICE", device_,
+                       "Only controllers with this instance ID, this type ID or this text in their name");
+    command.add_flag("--force", force_, "Overwrite a file that is there already");
+    addSeconds(command);
+    addFrom(command);
     addFast(command);
 }
 

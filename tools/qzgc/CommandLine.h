@@ -25,6 +25,7 @@ private:
     CLI::App& addCommand(const char* name, const char* summary, Command command);
     void addApplicationOptions(CLI::App& command);
     void addSessionOptions(CLI::App& command);
+    void addFrom(CLI::App& command);
     void addFast(CLI::App& command);
     void addSeconds(CLI::App& command);
     void addEventOptions(CLI::App& command);
@@ -34,6 +35,7 @@ private:
     void addList();
     void addElements();
     void addMonitor();
+    void addRecord();
     void addReplay();
     void addSimulate();
 
@@ -48,6 +50,7 @@ private:
     std::string file_;
     std::optional<std::string> descriptor_;
     bool json_ = false;
+    bool force_ = false;
     bool lines_ = false;
     bool raw_ = false;
 };

@@ -90,11 +90,11 @@ void EventLoop::endAfter(const SessionOptions& options) {
 EventLoop::End EventLoop::run() {
     end_.reset();
     while (!end_) {
+        if (!staysAfterSource_ && source_.hasEnded()) {
+            return End::SourceEnded; // before waiting: turns taken elsewhere may have ended it already
+        }
         wait();
         runTimers();
-        if (!end_ && !staysAfterSource_ && source_.hasEnded()) {
-            end_ = End::SourceEnded;
-        }
     }
     return *end_;
 }
