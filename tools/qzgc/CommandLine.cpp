@@ -5,6 +5,8 @@
 #include "tools/qzgc/Simulate.h"
 #include "tools/qzgc/commands/Elements.h"
 #include "tools/qzgc/commands/List.h"
+#include "tools/qzgc/commands/Monitor.h"
+#include "tools/qzgc/commands/Record.h"
 
 namespace qz::tools {
 
@@ -12,6 +14,9 @@ CommandLine::CommandLine() : app_("Shows, calibrates, maps, records, replays and
     app_.set_version_flag("--version", std::string(QZGameControllerVersionString), "Print the version and exit");
     addList();
     addElements();
+    addMonitor();
+    addRecord();
+    addReplay();
     addSimulate();
 }
 
@@ -21,7 +26,7 @@ CLI::App& CommandLine::addCommand(const char* name, const char* summary, Command
     return added;
 }
 
-void CommandLine::addSessionOptions(CLI::App& command) {
+void CommandLine::addApplicationOptions(CLI::App& command) {
     command
         .add_option("--application", session_.application,
                     "Whose preferences are read and edited: the application's identifier. Without it, qzgc's own")
@@ -31,6 +36,14 @@ void CommandLine::addSessionOptions(CLI::App& command) {
                     "The application's actions: a JSON object with the arrays \"x\", \"y\" and \"buttons\" of names. "
                     "Without it, a built-in set")
         ->type_name("FILE");
+}
+
+void CommandLine::addSessionOptions(CLI::App& command) {
+    addApplicationOptions(command);
+    addFrom(command);
+}
+
+void CommandLine::addFrom(CLI::App& command) {
     command
         .add_option("--from", session_.from,
                     "Take the devices of this recording, and what they sent, in place of what is attached; - is the "
@@ -72,6 +85,64 @@ void CommandLine::addElements() {
         ->excludes(command.get_option("DEVICE"));
     addSessionOptions(command);
     addJSON(command);
+}
+
+void CommandLine::addFast(CLI::App& command) {
+    command.add_flag("--fast", session_.fast, "Play the recording without waiting");
+}
+
+void CommandLine::addSeconds(CLI::App& command) {
+    command.add_option("--seconds", session_.seconds, "End after this time; with --fast, of the recording")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(0.001, 1e9));
+}
+
+void CommandLine::addEventOptions(CLI::App& command) {
+    CLI::Option* const lines = command.add_flag("--lines", lines_, "Print a line for each event, on a terminal too");
+    command.add_flag("--json", json_, "Print a JSON object for each event")->excludes(lines);
+    command.add_flag("--raw", raw_, "Print raw values too, beside those of actions");
+}
+
+ExitStatus CommandLine::runMonitor() const {
+    return monitor({.session = session_, .device = device_, .lines = lines_, .json = json_, .raw = raw_});
+}
+
+void CommandLine::addMonitor() {
+    CLI::App& command = addCommand(
+        "monitor", "Shows live what controllers do: in a view that fills the terminal, or an event to a line.",
+        [this] { return runMonitor(); });
+    command.add_option("DEVICE", device_,
+                       "Only controllers with this instance ID, this type ID or this text in their name");
+    addEventOptions(command);
+    addSeconds(command);
+    addSessionOptions(command);
+    addFast(command);
+}
+
+void CommandLine::addRecord() {
+    CLI::App& command = addCommand("record", "Records controllers and all they send, as they come and go.", [this] {
+        return record({.session = session_, .file = file_, .device = device_, .force = force_});
+    });
+    command.add_option("FILE", file_, "The recording to write; - is the standard output")->required();
+    command.add_option("DEVICE", device_,
+                       "Only controllers with this instance ID, this type ID or this text in their name");
+    command.add_flag("--force", force_, "Overwrite a file that is there already");
+    addSeconds(command);
+    addFrom(command);
+    addFast(command);
+}
+
+void CommandLine::addReplay() {
+    CLI::App& command =
+        addCommand("replay", "Plays a recording through the whole library, and shows it as monitor does.",
+                   [this] { return runMonitor(); });
+    command.add_option("FILE", session_.from, "The recording; - is the standard input")->required();
+    command.add_option("DEVICE", device_,
+                       "Only controllers with this instance ID, this type ID or this text in their name");
+    addEventOptions(command);
+    addSeconds(command);
+    addApplicationOptions(command);
+    addFast(command);
 }
 
 void CommandLine::addSimulate() {

@@ -23,13 +23,23 @@ private:
     using Command = std::function<ExitStatus()>;
 
     CLI::App& addCommand(const char* name, const char* summary, Command command);
+    void addApplicationOptions(CLI::App& command);
     void addSessionOptions(CLI::App& command);
+    void addFrom(CLI::App& command);
+    void addFast(CLI::App& command);
+    void addSeconds(CLI::App& command);
+    void addEventOptions(CLI::App& command);
     void addDevice(CLI::App& command);
     void addJSON(CLI::App& command);
 
     void addList();
     void addElements();
+    void addMonitor();
+    void addRecord();
+    void addReplay();
     void addSimulate();
+
+    ExitStatus runMonitor() const;
 
     CLI::App app_;
     Command chosen_;
@@ -40,6 +50,9 @@ private:
     std::string file_;
     std::optional<std::string> descriptor_;
     bool json_ = false;
+    bool force_ = false;
+    bool lines_ = false;
+    bool raw_ = false;
 };
 
 } // namespace qz::tools

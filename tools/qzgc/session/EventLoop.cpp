@@ -45,6 +45,9 @@ EventLoop::EventLoop(Source& source) : source_(source) {
     action.sa_flags = SA_RESTART;
     for (std::size_t i = 0; i < takenOver.size(); ++i) {
         ::sigaction(takenOver[i], &action, &before[i]);
+        if (before[i].sa_handler == SIG_IGN) { // who started us wants us to go on, as nohup(1) does
+            ::sigaction(takenOver[i], &before[i], nullptr);
+        }
     }
     action.sa_handler = SIG_IGN; // what reads our output may go: writing then fails, and that is noticed
     ::sigaction(SIGPIPE, &action, &pipeBefore);
@@ -77,14 +80,21 @@ void EventLoop::after(std::chrono::milliseconds delay, Handler handler) {
     timers_.push_back({Clock::now() + delay, std::chrono::milliseconds(0), std::move(handler)});
 }
 
+void EventLoop::endAfter(const SessionOptions& options) {
+    if (options.seconds && !options.fast) {
+        const std::chrono::duration<double> delay(*options.seconds);
+        after(std::chrono::ceil<std::chrono::milliseconds>(delay), [this] { stop(); });
+    }
+}
+
 EventLoop::End EventLoop::run() {
     end_.reset();
     while (!end_) {
+        if (!staysAfterSource_ && source_.hasEnded()) {
+            return End::SourceEnded; // before waiting: turns taken elsewhere may have ended it already
+        }
         wait();
         runTimers();
-        if (!end_ && !staysAfterSource_ && source_.hasEnded()) {
-            end_ = End::SourceEnded;
-        }
     }
     return *end_;
 }

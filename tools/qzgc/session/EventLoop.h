@@ -8,8 +8,11 @@
 
 namespace qz::tools {
 
+struct SessionOptions;
+
 /// What runs a command that follows its devices: waits for the source, for other descriptors, for the time and for
-/// signals. One at a time; it takes SIGINT, SIGTERM, SIGHUP, SIGWINCH and SIGPIPE over while it exists.
+/// signals. One at a time; it takes SIGINT, SIGTERM, SIGHUP, SIGWINCH and SIGPIPE over while it exists, but for those
+/// that the process was started without.
 class EventLoop {
 public:
     enum class End : std::uint8_t {
@@ -36,6 +39,9 @@ public:
     void every(std::chrono::milliseconds interval, Handler handler);
     /// Calls it once.
     void after(std::chrono::milliseconds delay, Handler handler);
+
+    /// Ends `run` when the time is up that the options give. A recording that is played without waiting ends by itself.
+    void endAfter(const SessionOptions& options);
 
     /// Without this, `run` ends when the source has.
     void staysAfterSource() noexcept { staysAfterSource_ = true; }
