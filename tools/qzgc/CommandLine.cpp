@@ -12,6 +12,7 @@ CommandLine::CommandLine() : app_("Shows, calibrates, maps, records, replays and
     app_.set_version_flag("--version", std::string(QZGameControllerVersionString), "Print the version and exit");
     addList();
     addElements();
+    addPlot();
     addSimulate();
 }
 
@@ -21,7 +22,7 @@ CLI::App& CommandLine::addCommand(const char* name, const char* summary, Command
     return added;
 }
 
-void CommandLine::addSessionOptions(CLI::App& command) {
+void CommandLine::addPreferencesOptions(CLI::App& command) {
     command
         .add_option("--application", session_.application,
                     "Whose preferences are read and edited: the application's identifier. Without it, qzgc's own")
@@ -31,6 +32,10 @@ void CommandLine::addSessionOptions(CLI::App& command) {
                     "The application's actions: a JSON object with the arrays \"x\", \"y\" and \"buttons\" of names. "
                     "Without it, a built-in set")
         ->type_name("FILE");
+}
+
+void CommandLine::addSessionOptions(CLI::App& command) {
+    addPreferencesOptions(command);
     command
         .add_option("--from", session_.from,
                     "Take the devices of this recording, and what they sent, in place of what is attached; - is the "
@@ -72,6 +77,33 @@ void CommandLine::addElements() {
         ->excludes(command.get_option("DEVICE"));
     addSessionOptions(command);
     addJSON(command);
+}
+
+void CommandLine::addPlot() {
+    CLI::App& command = addCommand("plot",
+                                   "Draws a recording over time, with its controls and the actions that they trigger, "
+                                   "or the curve of one control, "
+                                   "as an SVG picture.",
+                                   [this] {
+                                       plot_.session = session_;
+                                       plot_.session.from = file_;
+                                       plot_.session.fast = true;
+                                       plot_.device = device_;
+                                       return plot(plot_);
+                                   });
+    command.add_option("RECORDING", file_, "What to draw; - is the standard input")->required();
+    addDevice(command);
+    command
+        .add_option("--control", plot_.control,
+                    "Draw how this control's raw values are normalised, in place of the time line: its name or its "
+                    "cookie")
+        ->type_name("CONTROL");
+    command
+        .add_option("--output", plot_.output,
+                    "Write the picture to this file, whose old content stays until the new is complete; without it, to "
+                    "the standard output")
+        ->type_name("FILE.svg");
+    addPreferencesOptions(command);
 }
 
 void CommandLine::addSimulate() {

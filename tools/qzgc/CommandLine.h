@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/qzgc/ExitStatus.h"
+#include "tools/qzgc/commands/Plot.h"
 #include "tools/qzgc/session/Session.h"
 
 #include <CLI/CLI.hpp>
@@ -23,12 +24,14 @@ private:
     using Command = std::function<ExitStatus()>;
 
     CLI::App& addCommand(const char* name, const char* summary, Command command);
+    void addPreferencesOptions(CLI::App& command);
     void addSessionOptions(CLI::App& command);
     void addDevice(CLI::App& command);
     void addJSON(CLI::App& command);
 
     void addList();
     void addElements();
+    void addPlot();
     void addSimulate();
 
     CLI::App app_;
@@ -39,6 +42,7 @@ private:
     std::string device_;
     std::string file_;
     std::optional<std::string> descriptor_;
+    PlotOptions plot_;
     bool json_ = false;
 };
 
