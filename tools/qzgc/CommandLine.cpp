@@ -8,6 +8,15 @@
 
 namespace qz::tools {
 
+namespace {
+
+/// For what an empty text cannot be, such as the content of a variable that a script has not set.
+std::string faultOfEmpty(const std::string& text) {
+    return text.empty() ? "it is empty; give it a value, or leave the option out" : "";
+}
+
+} // namespace
+
 CommandLine::CommandLine() : app_("Shows, calibrates, maps, records, replays and simulates game controllers.", "qzgc") {
     app_.set_version_flag("--version", std::string(QZGameControllerVersionString), "Print the version and exit");
     addList();
@@ -26,12 +35,14 @@ void CommandLine::addPreferencesOptions(CLI::App& command) {
     command
         .add_option("--application", session_.application,
                     "Whose preferences are read and edited: the application's identifier. Without it, qzgc's own")
-        ->type_name("ID");
+        ->type_name("ID")
+        ->check(faultOfEmpty);
     command
         .add_option("--actions", session_.actions,
                     "The application's actions: a JSON object with the arrays \"x\", \"y\" and \"buttons\" of names. "
                     "Without it, a built-in set")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(faultOfEmpty);
 }
 
 void CommandLine::addSessionOptions(CLI::App& command) {
@@ -40,7 +51,8 @@ void CommandLine::addSessionOptions(CLI::App& command) {
         .add_option("--from", session_.from,
                     "Take the devices of this recording, and what they sent, in place of what is attached; - is the "
                     "standard input")
-        ->type_name("RECORDING");
+        ->type_name("RECORDING")
+        ->check(faultOfEmpty);
 }
 
 void CommandLine::addDevice(CLI::App& command) {
@@ -102,7 +114,8 @@ void CommandLine::addPlot() {
         .add_option("--output", plot_.output,
                     "Write the picture to this file, whose old content stays until the new is complete; without it, to "
                     "the standard output")
-        ->type_name("FILE.svg");
+        ->type_name("FILE.svg")
+        ->check(faultOfEmpty);
     addPreferencesOptions(command);
 }
 

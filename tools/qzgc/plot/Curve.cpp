@@ -35,6 +35,7 @@ std::vector<CurvePoint> lineOf(const QZHIDElement& element, std::int64_t low, st
     std::ranges::sort(corners);
     corners.erase(std::unique(corners.begin(), corners.end()), corners.end());
     std::vector<CurvePoint> line;
+    line.reserve(corners.size());
     for (const std::int64_t raw : corners) {
         line.push_back({raw, element.normalizedValue(raw), 0});
     }

@@ -45,6 +45,10 @@ EventLoop::EventLoop(Source& source) : source_(source) {
     action.sa_flags = SA_RESTART;
     for (std::size_t i = 0; i < takenOver.size(); ++i) {
         ::sigaction(takenOver[i], &action, &before[i]);
+        // Who started us wants it ignored: nohup, or a shell that runs us in the background.
+        if (before[i].sa_handler == SIG_IGN) {
+            ::sigaction(takenOver[i], &before[i], nullptr);
+        }
     }
     action.sa_handler = SIG_IGN; // what reads our output may go: writing then fails, and that is noticed
     ::sigaction(SIGPIPE, &action, &pipeBefore);
