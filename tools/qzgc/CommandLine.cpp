@@ -10,6 +10,15 @@
 
 namespace qz::tools {
 
+namespace {
+
+/// For what an empty text cannot be, such as the content of a variable that a script has not set.
+std::string faultOfEmpty(const std::string& text) {
+    return text.empty() ? "it is empty; give it a value, or leave the option out" : "";
+}
+
+} // namespace
+
 CommandLine::CommandLine() : app_("Shows, calibrates, maps, records, replays and simulates game controllers.", "qzgc") {
     app_.set_version_flag("--version", std::string(QZGameControllerVersionString), "Print the version and exit");
     addList();
@@ -17,6 +26,7 @@ CommandLine::CommandLine() : app_("Shows, calibrates, maps, records, replays and
     addMonitor();
     addRecord();
     addReplay();
+    addPlot();
     addSimulate();
 }
 
@@ -26,20 +36,22 @@ CLI::App& CommandLine::addCommand(const char* name, const char* summary, Command
     return added;
 }
 
-void CommandLine::addApplicationOptions(CLI::App& command) {
+void CommandLine::addPreferencesOptions(CLI::App& command) {
     command
         .add_option("--application", session_.application,
                     "Whose preferences are read and edited: the application's identifier. Without it, qzgc's own")
-        ->type_name("ID");
+        ->type_name("ID")
+        ->check(faultOfEmpty);
     command
         .add_option("--actions", session_.actions,
                     "The application's actions: a JSON object with the arrays \"x\", \"y\" and \"buttons\" of names. "
                     "Without it, a built-in set")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(faultOfEmpty);
 }
 
 void CommandLine::addSessionOptions(CLI::App& command) {
-    addApplicationOptions(command);
+    addPreferencesOptions(command);
     addFrom(command);
 }
 
@@ -48,7 +60,8 @@ void CommandLine::addFrom(CLI::App& command) {
         .add_option("--from", session_.from,
                     "Take the devices of this recording, and what they sent, in place of what is attached; - is the "
                     "standard input")
-        ->type_name("RECORDING");
+        ->type_name("RECORDING")
+        ->check(faultOfEmpty);
 }
 
 void CommandLine::addDevice(CLI::App& command) {
@@ -141,8 +154,36 @@ void CommandLine::addReplay() {
                        "Only controllers with this instance ID, this type ID or this text in their name");
     addEventOptions(command);
     addSeconds(command);
-    addApplicationOptions(command);
+    addPreferencesOptions(command);
     addFast(command);
+}
+
+void CommandLine::addPlot() {
+    CLI::App& command = addCommand("plot",
+                                   "Draws a recording over time, with its controls and the actions that they trigger, "
+                                   "or the curve of one control, "
+                                   "as an SVG picture.",
+                                   [this] {
+                                       plot_.session = session_;
+                                       plot_.session.from = file_;
+                                       plot_.session.fast = true;
+                                       plot_.device = device_;
+                                       return plot(plot_);
+                                   });
+    command.add_option("RECORDING", file_, "What to draw; - is the standard input")->required();
+    addDevice(command);
+    command
+        .add_option("--control", plot_.control,
+                    "Draw how this control's raw values are normalised, in place of the time line: its name or its "
+                    "cookie")
+        ->type_name("CONTROL");
+    command
+        .add_option("--output", plot_.output,
+                    "Write the picture to this file, whose old content stays until the new is complete; without it, to "
+                    "the standard output")
+        ->type_name("FILE.svg")
+        ->check(faultOfEmpty);
+    addPreferencesOptions(command);
 }
 
 void CommandLine::addSimulate() {

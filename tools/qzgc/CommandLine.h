@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/qzgc/ExitStatus.h"
+#include "tools/qzgc/commands/Plot.h"
 #include "tools/qzgc/session/Session.h"
 
 #include <CLI/CLI.hpp>
@@ -23,7 +24,7 @@ private:
     using Command = std::function<ExitStatus()>;
 
     CLI::App& addCommand(const char* name, const char* summary, Command command);
-    void addApplicationOptions(CLI::App& command);
+    void addPreferencesOptions(CLI::App& command);
     void addSessionOptions(CLI::App& command);
     void addFrom(CLI::App& command);
     void addFast(CLI::App& command);
@@ -37,6 +38,7 @@ private:
     void addMonitor();
     void addRecord();
     void addReplay();
+    void addPlot();
     void addSimulate();
 
     ExitStatus runMonitor() const;
@@ -49,6 +51,7 @@ private:
     std::string device_;
     std::string file_;
     std::optional<std::string> descriptor_;
+    PlotOptions plot_;
     bool json_ = false;
     bool force_ = false;
     bool lines_ = false;

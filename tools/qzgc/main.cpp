@@ -11,14 +11,19 @@ using namespace qz::tools;
 
 namespace {
 
-/// Wrong use of the command line: what is wrong and where to read on, in one line.
+/// One line of complaint, whatever names and arguments it repeats: no line ends, and nothing that steers a terminal.
+ExitStatus complain(std::string message, ExitStatus status) {
+    std::ranges::replace_if(
+        message, [](unsigned char each) { return each < ' ' || each == 0x7f; }, ' ');
+    std::cerr << message << '\n';
+    return status;
+}
+
+/// Wrong use of the command line: what is wrong and where to read on.
 ExitStatus explain(const CLI::App& app, const CLI::ParseError& error) {
-    std::string reason = error.what();
-    std::ranges::replace(reason, '\n', ' ');
     const auto chosen = app.get_subcommands();
     const std::string command = chosen.empty() ? "qzgc" : "qzgc " + chosen.front()->get_name();
-    std::cerr << "qzgc: " << reason << "; see '" << command << " --help'\n";
-    return exitRefused;
+    return complain("qzgc: " + std::string(error.what()) + "; see '" + command + " --help'", exitRefused);
 }
 
 int run(int argc, char** argv) {
@@ -38,11 +43,9 @@ int run(int argc, char** argv) {
     try {
         return commandLine.run();
     } catch (const FileError& error) {
-        std::cerr << error.what() << '\n';
-        return exitRefused;
+        return complain(error.what(), exitRefused);
     } catch (const WrongUse& error) {
-        std::cerr << "qzgc: " << error.what() << '\n';
-        return exitRefused;
+        return complain("qzgc: " + std::string(error.what()), exitRefused);
     }
 }
 
@@ -52,7 +55,6 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "qzgc: " << error.what() << '\n';
-        return exitFailure;
+        return complain("qzgc: " + std::string(error.what()), exitFailure);
     }
 }

@@ -40,6 +40,8 @@ protected:
                 .complaint = contents(".complaint")};
     }
 
+    std::string path(const std::string& name) const { return (directory_ / name).string(); }
+
     void write(const std::string& name, const std::string& text) const {
         std::ofstream(directory_ / name, std::ios::binary) << text;
     }

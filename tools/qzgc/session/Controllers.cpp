@@ -40,6 +40,18 @@ public:
         unusable_ = '"' + identityOf(manager, device).name + "\" cannot be used: " + statusText(why) + remedyText(why);
     }
 
+    /// One that comes again, or that is asked about once more when it leaves, is the same; so are two that nothing
+    /// tells apart.
+    void forgetRepetitions() {
+        std::vector<ControllerIdentity> once;
+        for (ControllerIdentity& each : identities_) {
+            if (std::ranges::find(once, each) == once.end()) {
+                once.push_back(std::move(each));
+            }
+        }
+        identities_ = std::move(once);
+    }
+
     const std::vector<ControllerIdentity>& identities() const noexcept { return identities_; }
     const std::string& unusable() const noexcept { return unusable_; }
 
@@ -47,6 +59,33 @@ private:
     std::vector<ControllerIdentity> identities_;
     std::string unusable_;
 };
+
+ControllerIdentity chosenOf(const IdentityListener& listener, const SessionOptions& options, std::string_view text) {
+    const std::vector<ControllerIdentity>& all = listener.identities();
+    std::vector<ControllerIdentity> meant;
+    std::ranges::copy_if(all, std::back_inserter(meant),
+                         [&](const ControllerIdentity& each) { return isMeant(text, each); });
+    // Who names an instance means it, whatever other names hold the same text.
+    const auto exact = std::ranges::find(meant, text, &ControllerIdentity::instanceID);
+    if (exact != meant.end()) {
+        return *exact;
+    }
+    if (meant.size() == 1) {
+        return meant.front();
+    }
+    if (meant.size() > 1) {
+        throw WrongUse("several controllers are meant; name one by its instance ID: " + listText(meant));
+    }
+    if (!all.empty()) {
+        throw Failure("no controller is called \"" + std::string(text) + "\"; there is " + listText(all));
+    }
+    if (!listener.unusable().empty()) {
+        throw Failure(listener.unusable());
+    }
+    throw Failure(options.from.empty() ? "no controller is there; attach one, or name a recording with --from"
+                                       : "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows "
+                                         "what it has");
+}
 
 } // namespace
 
@@ -79,28 +118,20 @@ ControllerIdentity chooseController(const SessionOptions& options, std::string_v
     Session session(options);
     session.start(listener);
     session.settle();
+    listener->forgetRepetitions();
+    return chosenOf(*listener, options, text);
+}
 
-    const std::vector<ControllerIdentity>& all = listener->identities();
-    std::vector<ControllerIdentity> meant;
-    std::ranges::copy_if(all, std::back_inserter(meant),
-                         [&](const ControllerIdentity& each) { return isMeant(text, each); });
-    // Who names an instance means it, whatever other names hold the same text.
-    const auto exact = std::ranges::find(meant, text, &ControllerIdentity::instanceID);
-    if (exact != meant.end()) {
-        return *exact;
+ControllerIdentity chooseRecordedController(const SessionOptions& options, std::string_view text) {
+    const auto listener = std::make_shared<IdentityListener>();
+    Session session(options);
+    session.start(listener);
+    session.settle();
+    while (!session.source().hasEnded()) {
+        session.source().turn();
     }
-    if (meant.size() == 1) {
-        return meant.front();
-    }
-    if (meant.size() > 1) {
-        throw WrongUse("several controllers are meant; name one by its instance ID: " + listText(meant));
-    }
-    if (all.empty()) {
-        throw Failure(listener->unusable().empty()
-                          ? "no controller is there; attach one, or name a recording with --from"
-                          : listener->unusable());
-    }
-    throw Failure("no controller is called \"" + std::string(text) + "\"; there is " + listText(all));
+    listener->forgetRepetitions();
+    return chosenOf(*listener, options, text);
 }
 
 bool ChosenControllerListener::hidManagerShouldConnectDevice(QZGCHIDManager& manager, platform::IOHIDDeviceRef device) {

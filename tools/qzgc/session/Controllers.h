@@ -36,6 +36,9 @@ bool isMeant(std::string_view text, const ControllerIdentity& identity);
 /// when there is none, WrongUse when there are several; both list what there is.
 ControllerIdentity chooseController(const SessionOptions& options, std::string_view text);
 
+/// The same among all controllers that a recording ever has; the options must name one, to be played fast.
+ControllerIdentity chooseRecordedController(const SessionOptions& options, std::string_view text);
+
 /// A listener that admits the chosen controller alone: the first with this identity, and no second one beside it.
 class ChosenControllerListener : public Listener {
 public:

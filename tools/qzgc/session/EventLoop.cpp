@@ -45,7 +45,8 @@ EventLoop::EventLoop(Source& source) : source_(source) {
     action.sa_flags = SA_RESTART;
     for (std::size_t i = 0; i < takenOver.size(); ++i) {
         ::sigaction(takenOver[i], &action, &before[i]);
-        if (before[i].sa_handler == SIG_IGN) { // who started us wants us to go on, as nohup(1) does
+        // Who started us wants it ignored: nohup, or a shell that runs us in the background.
+        if (before[i].sa_handler == SIG_IGN) {
             ::sigaction(takenOver[i], &before[i], nullptr);
         }
     }

@@ -11,8 +11,8 @@ namespace qz::tools {
 struct SessionOptions;
 
 /// What runs a command that follows its devices: waits for the source, for other descriptors, for the time and for
-/// signals. One at a time; it takes SIGINT, SIGTERM, SIGHUP, SIGWINCH and SIGPIPE over while it exists, but for those
-/// that the process was started without.
+/// signals. One at a time; it takes SIGINT, SIGTERM, SIGHUP and SIGWINCH over while it exists, but for those that were
+/// ignored before, and ignores SIGPIPE.
 class EventLoop {
 public:
     enum class End : std::uint8_t {

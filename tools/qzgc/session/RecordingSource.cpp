@@ -31,9 +31,9 @@ private:
 class RecordingSource final : public Source {
 public:
     RecordingSource(platform::Recording recording, Pace pace)
-        : recording_(std::move(recording)), pace_(pace), devices_(recording_.devices.size()) {
+        : recording_(std::move(recording)), pace_(pace), devices_(recording_.devices.size()),
+          times_(eventTimes(recording_)) {
         parseDescriptors();
-        layOutTimes();
         for (std::size_t i = 0; i < devices_.size(); ++i) {
             if (isThereAtTheBeginning(i)) {
                 plug(i);
@@ -86,15 +86,6 @@ private:
         }
     }
 
-    /// Times since the first event; one that lies before its predecessor counts as simultaneous with it.
-    void layOutTimes() {
-        microseconds last{0};
-        for (const RecordedEvent& event : recording_.events) {
-            last = std::max(last, event.time - recording_.events.front().time);
-            times_.push_back(last);
-        }
-    }
-
     bool isThereAtTheBeginning(std::size_t device) const {
         const auto first = std::ranges::find(recording_.events, device, &RecordedEvent::device);
         return first == recording_.events.end() || first->kind != RecordedEvent::Kind::PluggedIn;
@@ -140,6 +131,22 @@ private:
 };
 
 } // namespace
+
+std::vector<microseconds> eventTimes(const platform::Recording& recording) {
+    std::vector<microseconds> times;
+    times.reserve(recording.events.size());
+    microseconds last{0};
+    for (const RecordedEvent& event : recording.events) {
+        last = std::max(last, event.time - recording.events.front().time);
+        times.push_back(last);
+    }
+    return times;
+}
+
+microseconds durationOf(const platform::Recording& recording) {
+    const auto times = eventTimes(recording);
+    return times.empty() ? microseconds(0) : times.back();
+}
 
 std::unique_ptr<Source> makeRecordingSource(platform::Recording recording, Pace pace) {
     return std::make_unique<RecordingSource>(std::move(recording), pace);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qz::tools {
 
@@ -49,6 +50,12 @@ enum class Pace : std::uint8_t {
 
 /// The devices of a recording on the virtual back end. What they are and send goes through the whole library.
 std::unique_ptr<Source> makeRecordingSource(platform::Recording recording, Pace pace);
+
+/// When each event of a recording happens, counted from the first. One that lies before its predecessor counts as
+/// simultaneous with it.
+std::vector<std::chrono::microseconds> eventTimes(const platform::Recording& recording);
+/// From the first event to the last.
+std::chrono::microseconds durationOf(const platform::Recording& recording);
 
 /// Reads a recording from a file ("-": standard input). Throws FileError.
 platform::Recording readRecordingFile(const std::string& name);

@@ -2,6 +2,7 @@
 #include "tools/qzgc/terminal/Canvas.h"
 
 #include <algorithm>
+#include <array>
 
 namespace qz::tools {
 
@@ -22,21 +23,38 @@ std::size_t characterLength(std::string_view text) {
     return isWhole ? length : 0;
 }
 
+/// The code point of a character in UTF-8.
+unsigned codePoint(std::string_view character) {
+    const auto lead = static_cast<unsigned char>(character.front());
+    const std::size_t length = character.size();
+    unsigned code = length == 1 ? lead : lead & (0xFFU >> (length + 1));
+    for (const char each : character.substr(1)) {
+        code = code << 6U | (static_cast<unsigned char>(each) & 0x3FU);
+    }
+    return code;
+}
+
 /// Whether a character surely takes one column: Latin, Greek, Cyrillic, punctuation, arrows, boxes and blocks do. Wide,
-/// combining and unassigned ones, on which terminals disagree, lie elsewhere.
+/// combining, invisible and unassigned ones, on which terminals disagree, and those that turn the direction of writing,
+/// lie between these ranges.
 bool isOneColumnWide(std::string_view character) {
-    if (character.size() == 1) {
-        return character.front() >= ' ' && character.front() != 0x7f;
-    }
-    if (character.size() == 2) {
-        const auto lead = static_cast<unsigned char>(character[0]);
-        const auto next = static_cast<unsigned char>(character[1]);
-        const unsigned code = (lead & 0x1FU) << 6U | (next & 0x3FU);
-        return code >= 0xA0 && code != 0xAD &&
-               (code < 0x300 || (code >= 0x370 && code < 0x483) || (code >= 0x48A && code < 0x530));
-    }
-    // U+2010 to U+25FF: punctuation, arrows, mathematics, technical, boxes, blocks, shapes.
-    return character >= "\xE2\x80\x90" && character <= "\xE2\x97\xBF" && character.size() == 3;
+    struct Range {
+        unsigned first;
+        unsigned last;
+    };
+    constexpr std::array ranges = {
+        Range{0x20, 0x7E},     Range{0xA0, 0xAC},     Range{0xAE, 0x2FF},    Range{0x370, 0x377},
+        Range{0x37A, 0x37F},   Range{0x384, 0x38A},   Range{0x38C, 0x38C},   Range{0x38E, 0x3A1},
+        Range{0x3A3, 0x482},   Range{0x48A, 0x52F},   Range{0x2010, 0x2027}, Range{0x2030, 0x205E},
+        Range{0x2070, 0x2071}, Range{0x2074, 0x208E}, Range{0x20A0, 0x20BF}, Range{0x2100, 0x218B},
+        Range{0x2190, 0x2319}, Range{0x231C, 0x2328}, Range{0x232B, 0x23E8}, Range{0x23ED, 0x23EF},
+        Range{0x23F1, 0x23F2}, Range{0x23F4, 0x2426}, Range{0x2440, 0x244A}, Range{0x2460, 0x25FC},
+        Range{0x25FF, 0x25FF}};
+    const unsigned code = codePoint(character);
+    // A longer way to write a character than its shortest is none (RFC 3629).
+    const std::size_t shortest = code < 0x80 ? 1 : code < 0x800 ? 2 : 3;
+    return character.size() == shortest &&
+           std::ranges::any_of(ranges, [code](const Range& each) { return code >= each.first && code <= each.last; });
 }
 
 /// Takes the next character off the front of `text`: itself, or "?".

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/session/Controllers.h"
+
+#include "platform/virtual/VirtualPlatform.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+// What DEVICE and CONTROL on a command line mean.
+
+namespace {
+
+using namespace qz::tools;
+using qz::platform::ReportDescriptor;
+using qz::platform::VirtualDevice;
+using qz::platform::VirtualPlatform;
+using testing::IsEmpty;
+
+const ControllerIdentity knueppel = {
+    .name = "Kn\xC3\xBCppel PRO", .kind = "Joystick", .typeID = "12-34", .instanceID = "12-34.0", .bus = "USB"};
+
+TEST(Controllers, AreMeantByIDAndByPartOfTheName) {
+    for (const char* const text : {"12-34", "12-34.0", "Kn\xC3\xBCppel PRO", "ppel", "pro", "PRO", "Pro", "", " "}) {
+        EXPECT_TRUE(isMeant(text, knueppel)) << text;
+    }
+    EXPECT_TRUE(isMeant("KN\xC3\xBC", knueppel)) << "ASCII letters in any case";
+    for (const char* const text : {"12", "12-3", "34.0", "12-34.", "12-34.00", "KN\xC3\x9CPPEL", "pro ", "stick"}) {
+        EXPECT_FALSE(isMeant(text, knueppel)) << text;
+    }
+}
+
+/// A stick with X, two controls that are both called Slider, a hat, three buttons, an output and a feature.
+class Stick {
+public:
+    Stick() {
+        const std::vector<std::uint8_t> bytes = {
+            0x05, 0x01, 0x09, 0x04, 0xa1, 0x01, 0x15, 0x00, 0x26, 0xff, 0x00, 0x75, 0x08, 0x95, 0x01, 0x09,
+            0x30, 0x81, 0x02, 0x09, 0x36, 0x81, 0x02, 0x09, 0x36, 0x81, 0x02, 0x25, 0x07, 0x09, 0x39, 0x81,
+            0x42, 0x05, 0x09, 0x19, 0x01, 0x29, 0x03, 0x25, 0x01, 0x75, 0x01, 0x95, 0x03, 0x81, 0x02, 0x05,
+            0x08, 0x09, 0x4b, 0x95, 0x01, 0x91, 0x02, 0x06, 0x00, 0xff, 0x09, 0x01, 0xb1, 0x02, 0xc0};
+        auto parsed = qz::platform::parseReportDescriptor(bytes);
+        handle_ = std::make_shared<VirtualDevice>(std::get<ReportDescriptor>(std::move(parsed)),
+                                                  qz::platform::HIDProperties{});
+        manager_->hidDeviceConnected(handle_.get());
+    }
+
+    const QZHIDDevice& device() const { return *manager_->devices().front(); }
+
+private:
+    VirtualPlatform platform_;
+    std::shared_ptr<VirtualDevice> handle_;
+    std::shared_ptr<QZGCHIDManager> manager_ = QZGCHIDManager::create(nullptr, platform_);
+};
+
+std::string refusal(const QZHIDDevice& device, std::string_view text) {
+    try {
+        return "found " + findControl(device, text)->name();
+    } catch (const WrongUse& error) {
+        return error.what();
+    }
+}
+
+TEST(Controls, AreInputsAlone) {
+    const Stick stick;
+    EXPECT_EQ(controlsOf(stick.device()).size(), 7U);
+    EXPECT_EQ(elementsOf(stick.device()).size(), 10U) << "a collection, an output and a feature more";
+    EXPECT_EQ(std::ranges::count_if(controlsOf(stick.device()), [](const auto& each) { return isHat(*each); }), 1);
+}
+
+TEST(Controls, AreMeantByCookieNameAndNameKey) {
+    const Stick stick;
+    const std::int64_t x = controlsOf(stick.device()).front()->cookie();
+    EXPECT_EQ(findControl(stick.device(), "X")->cookie(), x);
+    EXPECT_EQ(findControl(stick.device(), "x")->cookie(), x);
+    EXPECT_EQ(findControl(stick.device(), "qzhid_X")->cookie(), x);
+    EXPECT_EQ(findControl(stick.device(), std::to_string(x))->cookie(), x);
+    EXPECT_EQ(findControl(stick.device(), "button 3")->name(), "Button 3");
+    EXPECT_TRUE(isHat(*findControl(stick.device(), "1 / 57")));
+}
+
+TEST(Controls, AreRefusedWhenNoneOrSeveralAreMeant) {
+    const Stick stick;
+    EXPECT_EQ(refusal(stick.device(), "Slider"),
+              "several controls are called \"Slider\"; name one by its cookie: 3, 4");
+    EXPECT_EQ(refusal(stick.device(), "4"), "found Slider");
+    for (const char* const text : {"", "Butto", "Button 4", "02", " X", "1", "99"}) {
+        EXPECT_EQ(refusal(stick.device(), text),
+                  "no control is called \"" + std::string(text) + "\"; 'qzgc elements' lists them");
+    }
+}
+
+} // namespace
