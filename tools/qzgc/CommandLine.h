@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/qzgc/ExitStatus.h"
+#include "tools/qzgc/commands/Map.h"
 #include "tools/qzgc/session/Session.h"
 
 #include <CLI/CLI.hpp>
@@ -26,9 +27,12 @@ private:
     void addSessionOptions(CLI::App& command);
     void addDevice(CLI::App& command);
     void addJSON(CLI::App& command);
+    void addFast(CLI::App& command);
+    void addEdit(CLI::App& command, const char* name, MapEdit::Kind kind, const char* value, const char* description);
 
     void addList();
     void addElements();
+    void addMap();
     void addSimulate();
 
     CLI::App app_;
@@ -40,6 +44,8 @@ private:
     std::string file_;
     std::optional<std::string> descriptor_;
     bool json_ = false;
+    std::vector<MapEdit> edits_;
+    bool show_ = false;
 };
 
 } // namespace qz::tools
