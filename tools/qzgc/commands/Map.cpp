@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "tools/qzgc/commands/Map.h"
 
+#include "tools/qzgc/commands/MapTerminal.h"
 #include "tools/qzgc/session/Controllers.h"
 #include "tools/qzgc/session/Mapping.h"
 #include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/terminal/Screen.h"
 
 #include <iomanip>
 #include <iostream>
@@ -70,6 +72,9 @@ void printMappingAsJSON(const Mapping& mapping, const ControllerIdentity& identi
 } // namespace
 
 ExitStatus mapControls(const MapOptions& options) {
+    if (options.edits.empty() && !options.show && !options.json && inputIsTerminal() && outputIsTerminal()) {
+        return mapOnTerminal(options.session, options.device);
+    }
     const auto listener = std::make_shared<ChosenControllerListener>(chooseController(options.session, options.device));
     Session session(options.session);
     session.start(listener);

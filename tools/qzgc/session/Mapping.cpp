@@ -23,8 +23,14 @@ bool canTriggerActions(const QZHIDElement& element) {
 } // namespace
 
 Mapping::Mapping(std::shared_ptr<QZGCConfigurationManager> configuration, std::shared_ptr<QZHIDDevice> device)
-    : configuration_(std::move(configuration)), device_(std::move(device)) {
+    : configuration_(std::move(configuration)) {
+    setDevice(std::move(device));
+}
+
+void Mapping::setDevice(std::shared_ptr<QZHIDDevice> device) {
+    device_ = std::move(device);
     configuration_->existingOrDefaultConfiguration(*device_);
+    labels_.clear();
     const auto all = controlsOf(*device_);
     for (const auto& each : all) {
         const std::string name = each->name();
@@ -37,14 +43,22 @@ const std::string& Mapping::label(const QZHIDElement& element) const {
     return std::ranges::find(labels_, element.cookie(), &std::pair<std::int64_t, std::string>::first)->second;
 }
 
+std::optional<std::string> Mapping::action(const QZHIDElement& element) const {
+    const auto action = configuration_->action(element);
+    return action ? std::optional(action->rawValue()) : std::nullopt;
+}
+
+bool Mapping::isReversible(const QZHIDElement& element) const {
+    const auto configuration = configuration_->existingOrDefaultConfiguration(*device_);
+    return configuration->elements().find(element.cookie()) != configuration->elements().end();
+}
+
 MappedControl Mapping::controlOf(const std::shared_ptr<QZHIDElement>& element) const {
-    const auto action = configuration_->action(*element);
-    const auto& configured = configuration_->existingOrDefaultConfiguration(*device_)->elements();
     return {.element = element,
             .label = label(*element),
-            .action = action ? std::optional(action->rawValue()) : std::nullopt,
-            .reversed = configuration_->mustReverseDirection(*element),
-            .reversible = configured.find(element->cookie()) != configured.end()};
+            .action = action(*element),
+            .reversed = isReversed(*element),
+            .reversible = isReversible(*element)};
 }
 
 std::vector<MappedControl> Mapping::controls() const {
@@ -121,8 +135,7 @@ void Mapping::set(const QZHIDElement& element, const std::string& action) {
 }
 
 void Mapping::setReversed(const QZHIDElement& element, bool reversed) {
-    const auto& configured = configuration_->existingOrDefaultConfiguration(*device_)->elements();
-    if (configured.find(element.cookie()) == configured.end()) {
+    if (!isReversible(element)) {
         std::vector<std::string> labels;
         for (const MappedControl& each : controls()) {
             if (each.reversible) {

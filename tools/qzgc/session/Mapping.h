@@ -36,13 +36,17 @@ public:
 
     const QZHIDDevice& device() const noexcept { return *device_; }
     /// The same controller, after it has been plugged in again.
-    void setDevice(std::shared_ptr<QZHIDDevice> device) { device_ = std::move(device); }
+    void setDevice(std::shared_ptr<QZHIDDevice> device);
     const std::string& label(const QZHIDElement& element) const;
 
     /// The controls that can trigger actions, and any that do so.
     std::vector<MappedControl> controls() const;
     std::vector<MappedControl> controlsWith(std::string_view action) const;
     std::vector<ActionConflict> conflicts() const;
+    std::optional<std::string> action(const QZHIDElement& element) const;
+    bool isReversed(const QZHIDElement& element) const { return configuration_->mustReverseDirection(element); }
+    /// Whether the library keeps a direction for it: not for what the default mapping passes over.
+    bool isReversible(const QZHIDElement& element) const;
 
     /// The application's actions in their order, each once.
     std::vector<std::string> actions() const;
