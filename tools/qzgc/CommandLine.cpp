@@ -27,6 +27,7 @@ CommandLine::CommandLine() : app_("Shows, calibrates, maps, records, replays and
     addRecord();
     addReplay();
     addPlot();
+    addMap();
     addSimulate();
 }
 
@@ -75,6 +76,10 @@ void CommandLine::addJSON(CLI::App& command) {
     command.add_flag("--json", json_, "Print JSON for scripts");
 }
 
+void CommandLine::addFast(CLI::App& command) {
+    command.add_flag("--fast", session_.fast, "Play the recording without waiting");
+}
+
 void CommandLine::addList() {
     CLI::App& command = addCommand("list", "Lists the controllers that are attached, and those that cannot be used.",
                                    [this] { return listControllers(session_, json_); });
@@ -98,10 +103,6 @@ void CommandLine::addElements() {
         ->excludes(command.get_option("DEVICE"));
     addSessionOptions(command);
     addJSON(command);
-}
-
-void CommandLine::addFast(CLI::App& command) {
-    command.add_flag("--fast", session_.fast, "Play the recording without waiting");
 }
 
 void CommandLine::addSeconds(CLI::App& command) {
@@ -184,6 +185,44 @@ void CommandLine::addPlot() {
         ->type_name("FILE.svg")
         ->check(faultOfEmpty);
     addPreferencesOptions(command);
+}
+
+/// Edits are made in the order of the command line, whatever options they come from.
+void CommandLine::addEdit(CLI::App& command, const char* name, MapEdit::Kind kind, const char* value,
+                          const char* description) {
+    command
+        .add_option_function<std::string>(
+            name,
+            [this, kind](const std::string& text) {
+                edits_.push_back({kind, text});
+            },
+            description)
+        ->type_name(value)
+        ->trigger_on_parse();
+}
+
+void CommandLine::addMap() {
+    CLI::App& command =
+        addCommand("map", "Shows and changes which action each control of a controller triggers.", [this] {
+            return mapControls({.session = session_, .device = device_, .edits = edits_, .show = show_, .json = json_});
+        });
+    addDevice(command);
+    addEdit(command, "--set", MapEdit::Kind::Set, "CONTROL=ACTION", "Let the control trigger the action");
+    addEdit(command, "--clear", MapEdit::Kind::Clear, "CONTROL", "Let the control trigger nothing");
+    addEdit(command, "--reverse", MapEdit::Kind::Reverse, "CONTROL", "Let the control work in the reversed direction");
+    addEdit(command, "--straight", MapEdit::Kind::Straight, "CONTROL", "Let it work in its own direction");
+    command
+        .add_flag_callback(
+            "--reset",
+            [this] {
+                edits_.push_back({MapEdit::Kind::Reset, ""});
+            },
+            "Go back to the default mapping")
+        ->trigger_on_parse();
+    command.add_flag("--show", show_, "Print the mapping, also after edits");
+    addSessionOptions(command);
+    addFast(command);
+    addJSON(command);
 }
 
 void CommandLine::addSimulate() {

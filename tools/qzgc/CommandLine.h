@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/qzgc/ExitStatus.h"
+#include "tools/qzgc/commands/Map.h"
 #include "tools/qzgc/commands/Plot.h"
 #include "tools/qzgc/session/Session.h"
 
@@ -32,6 +33,7 @@ private:
     void addEventOptions(CLI::App& command);
     void addDevice(CLI::App& command);
     void addJSON(CLI::App& command);
+    void addEdit(CLI::App& command, const char* name, MapEdit::Kind kind, const char* value, const char* description);
 
     void addList();
     void addElements();
@@ -39,6 +41,7 @@ private:
     void addRecord();
     void addReplay();
     void addPlot();
+    void addMap();
     void addSimulate();
 
     ExitStatus runMonitor() const;
@@ -56,6 +59,8 @@ private:
     bool force_ = false;
     bool lines_ = false;
     bool raw_ = false;
+    std::vector<MapEdit> edits_;
+    bool show_ = false;
 };
 
 } // namespace qz::tools

@@ -43,6 +43,15 @@ void choosePreferences(UserDefaults& defaults, const SessionOptions& options) {
     }
 }
 
+/// A command that looks for a controller first has two sessions, and one message is enough.
+void warn(const std::string& warning) {
+    static std::string last;
+    if (!warning.empty() && warning != last) {
+        std::cerr << "qzgc: " << warning << '\n';
+        last = warning;
+    }
+}
+
 } // namespace
 
 bool Listener::hidManagerShouldConnectDevice(QZGCHIDManager& /*manager*/, IOHIDDeviceRef /*device*/) {
@@ -63,9 +72,7 @@ Session::Session(const SessionOptions& options) : source_(makeSource(options)) {
     const ActionNames names = options.actions.empty() ? builtInActions() : readActionsFile(options.actions);
     choosePreferences(platform().userDefaults(), options);
     configuration_ = makeConfigurationManager(names, platform());
-    if (const std::string warning = platform().userDefaults().lastError(); !warning.empty()) {
-        std::cerr << "qzgc: " << warning << '\n';
-    }
+    warn(platform().userDefaults().lastError());
     manager_ = QZGCHIDManager::create(configuration_, platform());
 }
 
