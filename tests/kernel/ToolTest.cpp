@@ -128,8 +128,8 @@ TEST_F(Tool, RecordsWhatDevicesSendAndReplaysIt) {
     const ToolOutcome replayed = runTool(home_, {"replay", home_.path("pad.hid"), "--fast", "--json", "--raw"});
     EXPECT_EQ(replayed.status, 0) << replayed.output;
     EXPECT_THAT(replayed.output, HasSubstr(R"("instance":"1234-5678.count")"));
-    EXPECT_THAT(replayed.output, HasSubstr(R"("value":20)"));
-    EXPECT_THAT(replayed.output, Not(HasSubstr(R"("value":21)")));
+    EXPECT_THAT(replayed.output, HasSubstr(R"("raw":20)"));
+    EXPECT_THAT(replayed.output, Not(HasSubstr(R"("raw":21)")));
     EXPECT_THAT(replayed.output, HasSubstr("passing pad"));
     EXPECT_THAT(replayed.output, HasSubstr(R"("event":"disconnected")"));
 }
