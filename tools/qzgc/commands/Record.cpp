@@ -111,6 +111,9 @@ ExitStatus record(const RecordOptions& options) {
                 loop.stop();
             }
         });
+    if (options.session.from.empty()) {
+        listener->announceControllers();
+    }
     loop.endAfter(options.session);
     try {
         run(session, loop, listener);

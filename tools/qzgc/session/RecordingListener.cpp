@@ -27,6 +27,9 @@ void RecordingListener::hidManagerDeviceConnected(QZGCHIDManager& /*manager*/,
     const platform::IOHIDDeviceRef handle = device->ioHIDDeviceRef();
     if (auto description = handle->recordedDevice()) {
         connect(handle, *std::move(description));
+        if (announces_) {
+            std::cerr << "qzgc: recording \"" << identityOf(*device).name << "\"\n";
+        }
     } else {
         std::cerr << "qzgc: \"" << identityOf(*device).name
                   << "\" is left out: the system has no report descriptor of it\n";

@@ -22,6 +22,9 @@ public:
     /// Takes the reports of this manager's devices. Before the session starts; the manager must go first.
     void takeReports(QZGCHIDManager& manager);
 
+    /// Says on the standard error which controllers it records: who records live wants to know when it is time to move.
+    void announceControllers() noexcept { announces_ = true; }
+
     /// From now on a controller that is connected comes during the recording; those before were there already.
     void begin() noexcept { begun_ = true; }
 
@@ -56,6 +59,7 @@ private:
     std::size_t reports_ = 0;
     std::size_t bytes_ = 0;
     bool begun_ = false;
+    bool announces_ = false;
 };
 
 } // namespace qz::tools
