@@ -2,8 +2,10 @@
 #include "tools/qzgc/commands/Monitor.h"
 
 #include "tools/qzgc/monitor/EventLines.h"
+#include "tools/qzgc/monitor/MonitorScreen.h"
 #include "tools/qzgc/session/EventLoop.h"
 #include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/terminal/Screen.h"
 
 #include <unistd.h>
 
@@ -41,7 +43,8 @@ ExitStatus printEvents(const MonitorOptions& options) {
 } // namespace
 
 ExitStatus monitor(const MonitorOptions& options) {
-    return printEvents(options);
+    const bool isView = !options.lines && !options.json && inputIsTerminal() && outputIsTerminal();
+    return isView ? watchControllers(options) : printEvents(options);
 }
 
 } // namespace qz::tools
