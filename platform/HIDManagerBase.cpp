@@ -19,7 +19,9 @@ public:
         if (manager_.released_) {
             delete &manager_;
         } else if (std::exchange(manager_.heldBack_, false)) {
-            manager_.serveSchedules();
+            for (const Schedule& schedule : manager_.schedules_) {
+                schedule.runLoop->resumeSource(manager_, schedule.mode);
+            }
         }
     }
 
@@ -30,7 +32,7 @@ private:
 /// What belongs around the deliveries of a turn, whichever way they end.
 class HIDManagerBase::Turn {
 public:
-    explicit Turn(HIDManagerBase& manager) : manager_(manager) { manager_.beginTurn(); }
+    Turn(HIDManagerBase& manager, int milliseconds) : manager_(manager) { manager_.beginTurn(milliseconds); }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
     ~Turn() {
@@ -118,9 +120,8 @@ void HIDManagerBase::holdBack() {
         return;
     }
     heldBack_ = true;
-    for (Schedule& schedule : schedules_) {
-        schedule.served = false;
-        schedule.runLoop->removeSource(*this, schedule.mode);
+    for (const Schedule& schedule : schedules_) {
+        schedule.runLoop->suspendSource(*this, schedule.mode);
     }
 }
 
@@ -129,8 +130,19 @@ std::size_t HIDManagerBase::perform() {
         holdBack();
         return 0;
     }
+    return deliverAll(0);
+}
+
+std::optional<std::size_t> HIDManagerBase::waitAndPerform(int milliseconds) {
+    if (callbacksInProgress_ != 0 || fileDescriptor() < 0) {
+        return std::nullopt;
+    }
+    return deliverAll(milliseconds);
+}
+
+std::size_t HIDManagerBase::deliverAll(int milliseconds) {
     const CallbackInProgress keepAlive(*this);
-    const Turn turn(*this);
+    const Turn turn(*this, milliseconds);
     const std::uint64_t scheduledAs = scheduleRevision_;
     std::size_t delivered = 0;
     // What the callbacks themselves set off is left to the next turn only when they move the manager elsewhere.

@@ -95,10 +95,11 @@ void HIDRawWatch::setAwake(bool awake) noexcept {
     }
 }
 
-void HIDRawWatch::poll(std::vector<Ready>& ready) {
+void HIDRawWatch::poll(std::vector<Ready>& ready, int milliseconds) {
     // What does not fit is still ready at the next turn; the kernel takes turns among the ready ones.
     std::array<epoll_event, 32> events{};
-    const int count = isAcquired() ? calls_.epollWait(set_, events.data(), static_cast<int>(events.size()), 0) : 0;
+    const int count =
+        isAcquired() ? calls_.epollWait(set_, events.data(), static_cast<int>(events.size()), milliseconds) : 0;
     for (int i = 0; i < count; ++i) {
         const epoll_event& event = events[static_cast<std::size_t>(i)];
         if (event.data.u64 != wakeSerial) {

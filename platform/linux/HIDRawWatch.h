@@ -52,8 +52,8 @@ public:
     /// While awake, the descriptor is readable.
     void setAwake(bool awake) noexcept;
 
-    /// Appends to `ready` what is ready now. Never waits.
-    void poll(std::vector<Ready>& ready);
+    /// Waits until something is ready, at most so long (below 0: without end), and appends it to `ready`.
+    void poll(std::vector<Ready>& ready, int milliseconds);
 
     /// Appends the next changes; false when none are waiting. They may all be of nodes that are no HID devices',
     /// and then nothing is appended.

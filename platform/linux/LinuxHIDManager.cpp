@@ -86,13 +86,15 @@ void LinuxHIDManager::discover() {
     }
 }
 
-void LinuxHIDManager::beginTurn() {
+void LinuxHIDManager::beginTurn(int milliseconds) {
     reads_ = 0;
     hasPolled_ = false;
     hasReported_ = false;
     propertiesDue_ = propertiesWait_;
+    // What is left is done first, and then there is no reason to wait.
+    mayWait_ = hasWork() ? 0 : milliseconds;
     // Most turns are for the next report of the same device, so it is tried before the kernel is asked which it is.
-    if (ready_.empty() && findNode(lastRead_) != nullptr) {
+    if (mayWait_ == 0 && ready_.empty() && findNode(lastRead_) != nullptr) {
         ready_.push_back(lastRead_);
     }
 }
@@ -204,7 +206,7 @@ void LinuxHIDManager::poll() {
     hasPolled_ = true;
     watchOpened();
     polled_.clear();
-    watch_.poll(polled_);
+    watch_.poll(polled_, std::exchange(mayWait_, 0));
     if (nextChange_ < changes_.size()) {
         polled_.push_back({HIDRawWatch::changes, false});
     }

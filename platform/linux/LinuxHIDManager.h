@@ -56,7 +56,7 @@ private:
     bool mayBeAskedAnytime() const noexcept override { return true; }
     bool acquire() override;
     void discover() override;
-    void beginTurn() override;
+    void beginTurn(int milliseconds) override;
     bool deliverNext() override;
     void endTurn() noexcept override;
 
@@ -105,6 +105,7 @@ private:
     std::vector<std::uint8_t> buffer_;
     std::uint64_t nextSerial_ = HIDRawWatch::changes + 1;
     std::size_t reads_ = 0; ///< in this turn
+    int mayWait_ = 0;       ///< milliseconds, of the next look for what is ready
     bool open_ = false;
     bool isListed_ = false;       ///< whether all nodes that were there have been looked at
     bool hasOpened_ = false;      ///< whether there are nodes that are open and not watched yet
