@@ -125,7 +125,7 @@ void HIDManagerBase::holdBack() {
     }
 }
 
-std::size_t HIDManagerBase::perform() {
+[[gnu::hot]] std::size_t HIDManagerBase::perform() {
     if (callbacksInProgress_ != 0) {
         holdBack();
         return 0;
@@ -133,14 +133,14 @@ std::size_t HIDManagerBase::perform() {
     return deliverAll(0);
 }
 
-std::optional<std::size_t> HIDManagerBase::waitAndPerform(int milliseconds) {
+[[gnu::hot]] std::optional<std::size_t> HIDManagerBase::waitAndPerform(int milliseconds) {
     if (callbacksInProgress_ != 0 || fileDescriptor() < 0) {
         return std::nullopt;
     }
     return deliverAll(milliseconds);
 }
 
-std::size_t HIDManagerBase::deliverAll(int milliseconds) {
+[[gnu::hot]] std::size_t HIDManagerBase::deliverAll(int milliseconds) {
     const CallbackInProgress keepAlive(*this);
     const Turn turn(*this, milliseconds);
     const std::uint64_t scheduledAs = scheduleRevision_;
@@ -152,7 +152,7 @@ std::size_t HIDManagerBase::deliverAll(int milliseconds) {
     return delivered;
 }
 
-bool HIDManagerBase::isReported(IOHIDDeviceRef device) const {
+[[gnu::hot]] bool HIDManagerBase::isReported(IOHIDDeviceRef device) const {
     return std::ranges::any_of(reported_, [&](const auto& reported) { return reported.get() == device; });
 }
 
@@ -191,7 +191,7 @@ void HIDManagerBase::callRemoval(IOReturn result, IOHIDDeviceRef device) {
     }
 }
 
-void HIDManagerBase::callInputValue(IOReturn result, IOHIDValueRef value) {
+[[gnu::hot]] void HIDManagerBase::callInputValue(IOReturn result, IOHIDValueRef value) {
     if (inputValue_.function != nullptr) {
         const CallbackInProgress keepAlive(*this);
         inputValue_.function(inputValue_.context, result, static_cast<HIDManager*>(this), value);

@@ -6,6 +6,7 @@
 #include "platform/linux/LinuxHIDDevice.h"
 #include "platform/linux/LinuxHIDServices.h"
 
+#include <array>
 #include <deque>
 #include <list>
 #include <span>
@@ -66,6 +67,7 @@ private:
     bool deliver(const Notice& notice);
     bool takeInput();
     void poll();
+    void makeReady(std::uint64_t serial);
     bool readReport(Node& node);
     void loadProperties();
 
@@ -99,10 +101,8 @@ private:
     std::vector<std::uint64_t> ready_; ///< serials of what has something to read, which takes turns
     std::size_t nextReady_ = 0;
     std::uint64_t lastRead_ = HIDRawWatch::changes; ///< the node that brought the last report
-    std::vector<HIDRawWatch::Ready> polled_;
     std::vector<NodeChange> changes_;
     std::size_t nextChange_ = 0; ///< those in `changes_` from here on are still to be taken in
-    std::vector<std::uint8_t> buffer_;
     std::uint64_t nextSerial_ = HIDRawWatch::changes + 1;
     std::size_t reads_ = 0; ///< in this turn
     int mayWait_ = 0;       ///< milliseconds, of the next look for what is ready
@@ -113,6 +113,8 @@ private:
     bool hasReported_ = false;    ///< whether this turn has reported an arrival
     bool propertiesWait_ = false; ///< whether devices have been reported whose properties are still to be read
     bool propertiesDue_ = false;  ///< whether that is to be done in this turn
+    /// What one read of a node can bring: a report and its ID. Here, and not by itself, so that it is near the rest.
+    std::array<std::uint8_t, ReportDescriptorLimits::reportBytes + 1> buffer_;
 };
 
 } // namespace qz::platform

@@ -146,9 +146,7 @@ void LinuxHIDManager::openNode(Node& node) {
 
 /// Watching begins with the next wait: what has arrived is reported first, and what comes meanwhile is not lost.
 void LinuxHIDManager::watchOpened() {
-    if (!std::exchange(hasOpened_, false)) {
-        return;
-    }
+    hasOpened_ = false;
     for (Node& node : nodes_) {
         if (node.isWatched || !node.device || !node.device->isOpen()) {
             continue;
@@ -194,9 +192,7 @@ void LinuxHIDManager::nodeDeleted(Node& node) {
     }
     node.hasEnded = true;
     node.isDeleted = true;
-    if (std::ranges::find(ready_, node.serial) == ready_.end()) {
-        ready_.push_back(node.serial);
-    }
+    makeReady(node.serial);
 }
 
 /// The device is gone; `node` too.
@@ -219,7 +215,7 @@ LinuxHIDManager::Node* LinuxHIDManager::findNode(std::string_view name) {
     return found != nodes_.end() ? &*found : nullptr;
 }
 
-LinuxHIDManager::Node* LinuxHIDManager::findNode(std::uint64_t serial) {
+[[gnu::hot]] LinuxHIDManager::Node* LinuxHIDManager::findNode(std::uint64_t serial) {
     const auto found = std::ranges::find(nodes_, serial, &Node::serial);
     return found != nodes_.end() ? &*found : nullptr;
 }

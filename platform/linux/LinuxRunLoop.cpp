@@ -80,7 +80,7 @@ std::size_t LinuxRunLoop::perform(RunLoopMode mode, std::uint64_t serial) {
     return found != set(mode).entries.end() ? found->source->perform() : 0;
 }
 
-std::size_t LinuxRunLoop::dispatch(RunLoopMode mode) {
+[[gnu::hot]] std::size_t LinuxRunLoop::dispatch(RunLoopMode mode) {
     const std::vector<Entry>& entries = set(mode).entries;
     if (entries.size() == 1 && entries.front().source->mayBeAskedAnytime()) {
         return entries.front().source->perform();
@@ -88,7 +88,7 @@ std::size_t LinuxRunLoop::dispatch(RunLoopMode mode) {
     return performReady(mode, 0);
 }
 
-std::size_t LinuxRunLoop::runInMode(RunLoopMode mode, std::chrono::milliseconds timeout) {
+[[gnu::hot]] std::size_t LinuxRunLoop::runInMode(RunLoopMode mode, std::chrono::milliseconds timeout) {
     const auto longest = std::chrono::milliseconds(std::numeric_limits<int>::max());
     const int milliseconds = timeout < timeout.zero() ? -1 : static_cast<int>(std::min(timeout, longest).count());
     const std::vector<Entry>& entries = set(mode).entries;

@@ -33,6 +33,9 @@ public:
     int epollWait(int set, epoll_event* events, int capacity, int timeoutMilliseconds) override {
         return asked("epollWait") ? SystemCalls::epollWait(set, events, capacity, timeoutMilliseconds) : -1;
     }
+    int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) override {
+        return asked("poll") ? SystemCalls::poll(descriptors, count, timeoutMilliseconds) : -1;
+    }
     int eventCreate(unsigned count, int flags) override {
         return asked("eventCreate") ? SystemCalls::eventCreate(count, flags) : -1;
     }

@@ -411,7 +411,28 @@ TEST_F(LinuxHIDWaiting, AsksTheKernelTwiceForAReportThatComesAndOnceMoreWhetherT
     kernel.setScript([&](std::string_view call) { return calls.emplace_back(call), 0; });
     client.onValue = [&](IOHIDValueRef) { calls.emplace_back("value"); };
     EXPECT_EQ(run(), 1U);
-    EXPECT_THAT(calls, ElementsAre("epollWait", "read", "value", "read"));
+    EXPECT_THAT(calls, ElementsAre("poll", "read", "value", "read"));
+}
+
+TEST_F(LinuxHIDWaiting, TakesAnyNumberOfDevices) {
+    std::vector<int> pads;
+    for (int i = 0; i < 12; ++i) {
+        pads.push_back(plugReported(fakePad("pad")));
+        for (const int pad : pads) {
+            kernel.send(pad, button(pads.size() % 2 != 0));
+            EXPECT_EQ(run(), 1U) << pad << " of " << pads.size();
+        }
+        told();
+    }
+    while (!pads.empty()) {
+        kernel.unplug(pads.back());
+        pads.pop_back();
+        while (events.empty()) {
+            run();
+        }
+        EXPECT_THAT(told(), ElementsAre("removed pad"));
+        turn();
+    }
 }
 
 TEST_F(LinuxHIDWaiting, DoesNotWaitWhileSomethingIsLeftToDo) {
@@ -446,7 +467,7 @@ TEST_F(LinuxHIDWaiting, LeavesInputWaitingInsideACallback) {
 
 TEST_F(LinuxHIDWaiting, EndsWithNothingHandledWhenASignalComes) {
     plugReported(fakePad("pad"));
-    kernel.setScript([](std::string_view call) { return call == "epollWait" ? EINTR : 0; });
+    kernel.setScript([](std::string_view call) { return call == "poll" ? EINTR : 0; });
     EXPECT_EQ(run(), 0U);
 }
 
