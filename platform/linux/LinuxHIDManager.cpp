@@ -33,6 +33,7 @@ IOReturn LinuxHIDManager::open(IOOptionBits /*options*/) {
     for (Node& node : nodes_) {
         examine(node);
     }
+    confirmOpened();
     watch_.setAwake(hasWork());
     return kIOReturnSuccess;
 }
@@ -83,7 +84,6 @@ void LinuxHIDManager::discover() {
     reads_ = 0;
     hasPolled_ = false;
     hasReported_ = false;
-    propertiesDue_ = propertiesWait_;
     // What is left is done first, and then there is no reason to wait.
     mayWait_ = hasWork() ? 0 : milliseconds;
     // Most turns are for the next report of the same device, so it is tried before the kernel is asked which it is.
@@ -108,7 +108,7 @@ void LinuxHIDManager::discover() {
 
 [[gnu::hot]] bool LinuxHIDManager::hasWork() const noexcept {
     return !input_.report.empty() || !input_.indices.empty() || !notices_.empty() || !ready_.empty() ||
-           nextChange_ < changes_.size() || hasOpened_ || propertiesWait_;
+           nextChange_ < changes_.size() || (hasOpened_ && !cannotWatch_) || propertiesWait_;
 }
 
 [[gnu::hot]] bool LinuxHIDManager::deliverReport() {
@@ -247,13 +247,12 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
     return false;
 }
 
-/// Reads what nobody has asked for, one turn after the arrivals: reporting those does not wait for it, and it must be
+/// Reads what nobody has asked for, at the end of the turn: reporting arrivals does not wait for it, and it must be
 /// known when the device is gone.
 void LinuxHIDManager::loadProperties() {
-    if (!std::exchange(propertiesDue_, false)) {
+    if (!std::exchange(propertiesWait_, false)) {
         return;
     }
-    propertiesWait_ = false;
     for (const Node& node : nodes_) {
         if (node.device && isReported(node.device.get())) {
             node.device->loadProperties();

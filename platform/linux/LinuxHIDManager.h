@@ -34,6 +34,7 @@ private:
         std::shared_ptr<LinuxHIDDevice> device = nullptr; ///< null when it is not wanted, or not known yet
         bool isKnown = false;                             ///< whether its descriptor has been read
         bool hasEnded = false;                            ///< open, and nothing comes after what can still be read
+        bool isToBeConfirmed = false;                     ///< open, but perhaps another device's
         bool isWatched = false;                           ///< whether the kernel wakes us for it
         bool isDeleted = false;                           ///< ended, and the name may be another node's by now
         IOReturn reported = kIOReturnSuccess;             ///< why it cannot be opened, as far as that has been told
@@ -78,6 +79,8 @@ private:
     void examine(Node& node);
     void identify(Node& node);
     void openNode(Node& node);
+    void confirmOpened();
+    bool hasChanged(const Node& node) const;
     void watchOpened();
     void cannotBeOpened(Node& node, IOReturn why);
     void closeNode(Node& node);
@@ -108,11 +111,12 @@ private:
     int mayWait_ = 0;       ///< milliseconds, of the next look for what is ready
     bool open_ = false;
     bool isListed_ = false;       ///< whether all nodes that were there have been looked at
+    bool hasToConfirm_ = false;   ///< whether there are nodes to be confirmed
     bool hasOpened_ = false;      ///< whether there are nodes that are open and not watched yet
+    bool cannotWatch_ = false;    ///< whether the kernel would not watch some of them when it was last asked
     bool hasPolled_ = false;      ///< in this turn
     bool hasReported_ = false;    ///< whether this turn has reported an arrival
     bool propertiesWait_ = false; ///< whether devices have been reported whose properties are still to be read
-    bool propertiesDue_ = false;  ///< whether that is to be done in this turn
     /// What one read of a node can bring: a report and its ID. Here, and not by itself, so that it is near the rest.
     std::array<std::uint8_t, ReportDescriptorLimits::reportBytes + 1> buffer_;
 };

@@ -31,17 +31,22 @@ std::size_t bytesOf(std::size_t bits) {
 } // namespace
 
 ReportDecoder::ReportDecoder(const ReportDescriptor& descriptor) : hasReportIDs_(descriptor.inputHasReportIDs) {
-    std::array<std::size_t, 256> elements{};
-    std::size_t usages = 0; // of the Array with the most
+    std::array<std::uint32_t, 256> elements{};
+    std::uint32_t most = 0;
+    std::uint32_t all = 0;
+    std::uint32_t usages = 0; // of the Array with the most
     for (const ReportInput& input : descriptor.inputs) {
         elements[input.reportID] += input.elementCount;
-        usages = std::max<std::size_t>(usages, input.isArray ? input.elementCount : 0);
+        most = std::max(most, elements[input.reportID]);
+        all += input.isArray ? 1 : input.elementCount;
+        usages = std::max(usages, input.isArray ? input.elementCount : 0);
     }
-    changed_.resize(*std::ranges::max_element(elements));
+    changed_.resize(most);
     marks_.resize((usages + bitsPerWord - 1) / bitsPerWord);
-    for (std::uint32_t id = 0; id < elements.size(); ++id) {
-        if (elements[id] != 0) {
-            addReport(descriptor, id);
+    fields_.reserve(all);
+    for (const ReportInput& input : descriptor.inputs) {
+        if (reportOfID_[input.reportID] == 0 && elements[input.reportID] != 0) {
+            addReport(descriptor, input.reportID);
         }
     }
 }
