@@ -169,7 +169,7 @@ void QZGCHIDManager::hidDeviceDisconnected(IOHIDDeviceRef deviceRef) {
     }
 }
 
-void QZGCHIDManager::inputValueUpdate(IOHIDValueRef value) {
+[[gnu::hot]] void QZGCHIDManager::inputValueUpdate(IOHIDValueRef value) {
     if (calibrationMode_) {
         inputValueUpdateForCalibration(value);
     } else {
@@ -177,7 +177,7 @@ void QZGCHIDManager::inputValueUpdate(IOHIDValueRef value) {
     }
 }
 
-const std::shared_ptr<QZHIDElement>* QZGCHIDManager::findElement(IOHIDValueRef value) const {
+[[gnu::hot]] const std::shared_ptr<QZHIDElement>* QZGCHIDManager::findElement(IOHIDValueRef value) const {
     const IOHIDElementRef elementRef = IOHIDValueGetElement(value);
     const QZHIDDevice* const device = connectedHIDDevices_.device(IOHIDElementGetDevice(elementRef));
     if (device == nullptr || !device->elementsByCookie()) {
@@ -193,7 +193,7 @@ std::shared_ptr<QZHIDElement> QZGCHIDManager::elementForValueRef(IOHIDValueRef v
     return found != nullptr ? *found : nullptr;
 }
 
-void QZGCHIDManager::inputValueUpdateRegular(IOHIDValueRef value) {
+[[gnu::hot]] void QZGCHIDManager::inputValueUpdateRegular(IOHIDValueRef value) {
     const auto* const found = findElement(value);
     if (found == nullptr || delegate_.expired()) {
         return;
@@ -218,15 +218,15 @@ void QZGCHIDManager::inputValueUpdateRegular(IOHIDValueRef value) {
     }
 }
 
-void QZGCHIDManager::reportRawAndMappedValue(const std::shared_ptr<QZHIDElement>& element, std::int64_t raw,
-                                             double reported) {
+[[gnu::hot]] void QZGCHIDManager::reportRawAndMappedValue(const std::shared_ptr<QZHIDElement>& element,
+                                                          std::int64_t raw, double reported) {
     if (const auto told = delegate()) {
         told->hidManagerElementNewRawValue(*this, element, raw);
     }
     reportMappedValue(*element, reported);
 }
 
-void QZGCHIDManager::reportMappedValue(const QZHIDElement& element, double reported) {
+[[gnu::hot]] void QZGCHIDManager::reportMappedValue(const QZHIDElement& element, double reported) {
     if (!reportMappedValues_ || !configManager_) {
         return;
     }
@@ -300,7 +300,7 @@ void deviceRemovalCallback(void* context, IOReturn result, void* /*sender*/, IOH
     }
 }
 
-void inputValueCallback(void* context, IOReturn result, void* /*sender*/, IOHIDValueRef value) {
+[[gnu::hot]] void inputValueCallback(void* context, IOReturn result, void* /*sender*/, IOHIDValueRef value) {
     const auto manager = static_cast<QZGCHIDManager*>(context)->shared_from_this();
     if (result == kIOReturnSuccess) {
         manager->inputValueUpdate(value);

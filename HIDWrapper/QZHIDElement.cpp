@@ -75,7 +75,7 @@ bool QZHIDElement::isConsumerElement() const {
     return usagePage() == usages::consumerPage;
 }
 
-bool QZHIDElement::isMovingControl() const {
+[[gnu::hot]] bool QZHIDElement::isMovingControl() const {
     return (type() == QZHIDElementTypeMisc || type() == QZHIDElementTypeAxis) &&
            usagePage() == usages::genericDesktopPage && usage() >= usages::x && usage() <= usages::wheel;
 }

@@ -33,7 +33,7 @@ double QZHIDElement::normalizedValueInRange(std::int64_t rawLow, std::int64_t ra
     return mapped < normalizedLow ? normalizedLow : mapped;
 }
 
-double QZHIDElement::normalizedValue(std::int64_t raw) const {
+[[gnu::hot]] double QZHIDElement::normalizedValue(std::int64_t raw) const {
     if (isMovingControl() && observedNeutral_ < observedMax_ && observedMin_ < observedNeutral_) {
         if (raw < observedNeutral_) {
             return normalizedValueInRange(observedMin_, observedNeutral_, normalizedMin(), normalizedNeutral(), raw);
@@ -50,7 +50,7 @@ std::optional<double> QZHIDElement::neutralValue() const {
     return hasPreferredState() ? std::optional(normalizedValue(observedNeutral_)) : std::nullopt;
 }
 
-bool QZHIDElement::valueQualifiesForReporting(double value) {
+[[gnu::hot]] bool QZHIDElement::valueQualifiesForReporting(double value) {
     const double last = lastReportedValue_;
     if (last == value) {
         return false;

@@ -166,7 +166,8 @@ QZGCConfigurationManager::makeAndRegisterDefaultConfiguration(const QZHIDDevice&
     return configuration;
 }
 
-std::optional<QZGCConfigurationManager::Action> QZGCConfigurationManager::action(const QZHIDElement& element) {
+[[gnu::hot]] std::optional<QZGCConfigurationManager::Action>
+QZGCConfigurationManager::action(const QZHIDElement& element) {
     const QZHIDDevice* const device = element.liveDevice();
     if (device == nullptr) {
         return std::nullopt;
@@ -184,7 +185,7 @@ std::optional<std::string_view> QZGCConfigurationManager::actionString(const QZH
     return mapped ? std::optional<std::string_view>(mapped->rawValue()) : std::nullopt;
 }
 
-bool QZGCConfigurationManager::mustReverseDirection(const QZHIDElement& element) const {
+[[gnu::hot]] bool QZGCConfigurationManager::mustReverseDirection(const QZHIDElement& element) const {
     const QZHIDDevice* const device = element.liveDevice();
     const QZGCDeviceConfiguration* const configuration = device != nullptr ? find(*device) : nullptr;
     if (configuration == nullptr) {

@@ -161,7 +161,7 @@ PropertyList::Dictionary QZGCDeviceConfiguration::mappingsPList() const {
     return plist;
 }
 
-const QZGCDeviceConfiguration::Action* QZGCDeviceConfiguration::mapping(std::int64_t cookie) const {
+[[gnu::hot]] const QZGCDeviceConfiguration::Action* QZGCDeviceConfiguration::mapping(std::int64_t cookie) const {
     const auto found = mappings_.find(cookie);
     return found != mappings_.end() ? &found->second : nullptr;
 }

@@ -78,7 +78,7 @@ const PropertyValue* IOHIDDeviceGetProperty(IOHIDDeviceRef device, std::string_v
     return device != nullptr ? device->property(key) : nullptr;
 }
 
-std::uint64_t IOHIDDeviceGetPropertyRevision(IOHIDDeviceRef device) {
+[[gnu::hot]] std::uint64_t IOHIDDeviceGetPropertyRevision(IOHIDDeviceRef device) {
     return device != nullptr ? device->propertyRevision() : 0;
 }
 

@@ -19,7 +19,9 @@ public:
         if (manager_.released_) {
             delete &manager_;
         } else if (std::exchange(manager_.heldBack_, false)) {
-            manager_.serveSchedules();
+            for (const Schedule& schedule : manager_.schedules_) {
+                schedule.runLoop->resumeSource(manager_, schedule.mode);
+            }
         }
     }
 
@@ -30,7 +32,7 @@ private:
 /// What belongs around the deliveries of a turn, whichever way they end.
 class HIDManagerBase::Turn {
 public:
-    explicit Turn(HIDManagerBase& manager) : manager_(manager) { manager_.beginTurn(); }
+    Turn(HIDManagerBase& manager, int milliseconds) : manager_(manager) { manager_.beginTurn(milliseconds); }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
     ~Turn() {
@@ -118,19 +120,29 @@ void HIDManagerBase::holdBack() {
         return;
     }
     heldBack_ = true;
-    for (Schedule& schedule : schedules_) {
-        schedule.served = false;
-        schedule.runLoop->removeSource(*this, schedule.mode);
+    for (const Schedule& schedule : schedules_) {
+        schedule.runLoop->suspendSource(*this, schedule.mode);
     }
 }
 
-std::size_t HIDManagerBase::perform() {
+[[gnu::hot]] std::size_t HIDManagerBase::perform() {
     if (callbacksInProgress_ != 0) {
         holdBack();
         return 0;
     }
+    return deliverAll(0);
+}
+
+[[gnu::hot]] std::optional<std::size_t> HIDManagerBase::waitAndPerform(int milliseconds) {
+    if (callbacksInProgress_ != 0 || fileDescriptor() < 0) {
+        return std::nullopt;
+    }
+    return deliverAll(milliseconds);
+}
+
+[[gnu::hot]] std::size_t HIDManagerBase::deliverAll(int milliseconds) {
     const CallbackInProgress keepAlive(*this);
-    const Turn turn(*this);
+    const Turn turn(*this, milliseconds);
     const std::uint64_t scheduledAs = scheduleRevision_;
     std::size_t delivered = 0;
     // What the callbacks themselves set off is left to the next turn only when they move the manager elsewhere.
@@ -140,7 +152,7 @@ std::size_t HIDManagerBase::perform() {
     return delivered;
 }
 
-bool HIDManagerBase::isReported(IOHIDDeviceRef device) const {
+[[gnu::hot]] bool HIDManagerBase::isReported(IOHIDDeviceRef device) const {
     return std::ranges::any_of(reported_, [&](const auto& reported) { return reported.get() == device; });
 }
 
@@ -179,7 +191,7 @@ void HIDManagerBase::callRemoval(IOReturn result, IOHIDDeviceRef device) {
     }
 }
 
-void HIDManagerBase::callInputValue(IOReturn result, IOHIDValueRef value) {
+[[gnu::hot]] void HIDManagerBase::callInputValue(IOReturn result, IOHIDValueRef value) {
     if (inputValue_.function != nullptr) {
         const CallbackInProgress keepAlive(*this);
         inputValue_.function(inputValue_.context, result, static_cast<HIDManager*>(this), value);

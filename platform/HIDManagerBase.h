@@ -30,7 +30,9 @@ protected:
 
     /// Called around the deliveries of one turn; the end also when a callback threw, but not after the release. What is
     /// left then has to make the descriptor readable.
-    virtual void beginTurn() {}
+    ///
+    /// The first look for what has happened may wait so long (below 0: without end); 0 when it may not.
+    virtual void beginTurn(int /*milliseconds*/) {}
     virtual void endTurn() noexcept {}
 
     /// A turn ends after this many deliveries, so that it ends at all when every callback sets off another one.
@@ -75,6 +77,8 @@ private:
     class Turn;
 
     std::size_t perform() override;
+    std::optional<std::size_t> waitAndPerform(int milliseconds) override;
+    std::size_t deliverAll(int milliseconds);
     void holdBack();
 
     std::vector<HIDMatchingDictionary> criteria_;

@@ -15,6 +15,19 @@ namespace qz::platform {
 
 RunLoopSource::~RunLoopSource() = default;
 RunLoop::~RunLoop() = default;
+
+std::optional<std::size_t> RunLoopSource::waitAndPerform(int /*milliseconds*/) {
+    return std::nullopt;
+}
+
+void RunLoop::suspendSource(RunLoopSource& /*source*/, RunLoopMode /*mode*/) {}
+
+void RunLoop::resumeSource(RunLoopSource& /*source*/, RunLoopMode /*mode*/) {}
+
+std::size_t RunLoop::runInMode(RunLoopMode mode, std::chrono::milliseconds /*timeout*/) {
+    return dispatch(mode);
+}
+
 SystemLog::~SystemLog() = default;
 Platform::~Platform() = default;
 

@@ -3,8 +3,10 @@
 
 #include "platform/Export.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 namespace qz::platform {
 
@@ -36,12 +38,18 @@ public:
     /// Does what there is to do and says how much: the number of events handled. May add and remove sources, this one
     /// included, and may run the loop again; an exception passes through to who runs the loop.
     virtual std::size_t perform() = 0;
+
+    /// The same, but waits for something to do first, at most so long (below 0: without end). Nothing, and then it has
+    /// done nothing, when the source cannot wait by itself, or not now. Called by a loop that has no other source: it
+    /// saves asking the system twice, what is ready and in which source.
+    virtual std::optional<std::size_t> waitAndPerform(int milliseconds);
 };
 
 /// The event loop of the thread that uses the library, one set of sources for each mode.
 ///
-/// It lives inside the application's own loop: wait for `fileDescriptor(mode)` to become readable, by any means, then
-/// call `dispatch(mode)`. Used on one thread only.
+/// An application that waits for nothing else calls `runInMode` again and again. Else it lives inside the application's
+/// own loop: wait for `fileDescriptor(mode)` to become readable, by any means, then call `dispatch(mode)`. Used on one
+/// thread only.
 class QZGC_EXPORT RunLoop {
 public:
     RunLoop() = default;
@@ -56,12 +64,22 @@ public:
     /// No longer serves `source` in `mode`; not even later in the turn that is in progress.
     virtual void removeSource(RunLoopSource& source, RunLoopMode mode) = 0;
 
+    /// Takes no notice of the descriptor of a source that cannot do anything at present, and does so again. Neither can
+    /// fail for want of resources. A loop that asks its sources at every turn has nothing to do here.
+    virtual void suspendSource(RunLoopSource& source, RunLoopMode mode);
+    virtual void resumeSource(RunLoopSource& source, RunLoopMode mode);
+
     /// A descriptor that is readable while `dispatch(mode)` has something to do, owned by the loop; -1 for a loop that
     /// is driven by hand.
     virtual int fileDescriptor(RunLoopMode mode) const noexcept = 0;
 
     /// One turn: handles what is ready in `mode`, never waits, and returns the number of events handled.
     virtual std::size_t dispatch(RunLoopMode mode) = 0;
+
+    /// One turn that waits until something is ready in `mode`, at most so long (below 0: without end), and handles it
+    /// like `dispatch`. May end earlier with nothing handled, as when the process gets a signal. A loop without a
+    /// descriptor never waits.
+    virtual std::size_t runInMode(RunLoopMode mode, std::chrono::milliseconds timeout);
 };
 
 /// A run loop as the HID operations name it.

@@ -7,18 +7,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <limits>
 #include <sys/eventfd.h>
 #include <sys/inotify.h>
 #include <utility>
 
 namespace qz::platform {
-
-namespace {
-
-constexpr std::uint64_t wakeSerial = std::numeric_limits<std::uint64_t>::max();
-
-} // namespace
 
 HIDRawWatch::HIDRawWatch(SystemCalls& calls, std::string deviceDirectory)
     : calls_(calls), deviceDirectory_(std::move(deviceDirectory)) {}
@@ -45,17 +38,19 @@ bool HIDRawWatch::acquireAll() {
     }
     wake_ = calls_.eventCreate(1, EFD_CLOEXEC | EFD_NONBLOCK);
     awake_ = true;
-    if (wake_ < 0 || !watch(wake_, wakeSerial)) {
+    if (wake_ < 0 || !watch(wake_, wakeUp)) {
         return false;
     }
     inotify_ = calls_.inotifyCreate(IN_CLOEXEC | IN_NONBLOCK);
     return inotify_ >= 0 &&
            calls_.inotifyAddWatch(inotify_, deviceDirectory_.c_str(), IN_CREATE | IN_ATTRIB | IN_DELETE | IN_ONLYDIR) >=
                0 &&
-           watch(inotify_, changes);
+           add(inotify_, changes);
 }
 
 void HIDRawWatch::release() noexcept {
+    polled_.clear();
+    serials_.clear();
     closeDescriptor(inotify_);
     closeDescriptor(wake_);
     closeDescriptor(set_);
@@ -75,15 +70,25 @@ bool HIDRawWatch::watch(int descriptor, std::uint64_t serial) {
 }
 
 bool HIDRawWatch::add(int descriptor, std::uint64_t serial) {
-    return watch(descriptor, serial);
+    if (!watch(descriptor, serial)) {
+        return false;
+    }
+    polled_.push_back({.fd = descriptor, .events = POLLIN, .revents = 0});
+    serials_.push_back(serial);
+    return true;
 }
 
 void HIDRawWatch::remove(int descriptor) {
     // Closing alone would not do: a child process may have a copy of the descriptor, which keeps the set's entry alive.
     calls_.epollControl(set_, EPOLL_CTL_DEL, descriptor, nullptr);
+    const auto found = std::ranges::find(polled_, descriptor, &pollfd::fd);
+    if (found != polled_.end()) {
+        serials_.erase(serials_.begin() + (found - polled_.begin()));
+        polled_.erase(found);
+    }
 }
 
-void HIDRawWatch::setAwake(bool awake) noexcept {
+[[gnu::hot]] void HIDRawWatch::setAwake(bool awake) noexcept {
     if (awake == awake_ || !isAcquired()) {
         return;
     }
@@ -95,16 +100,28 @@ void HIDRawWatch::setAwake(bool awake) noexcept {
     }
 }
 
-void HIDRawWatch::poll(std::vector<Ready>& ready) {
+[[gnu::hot]] std::span<const epoll_event> HIDRawWatch::poll(int milliseconds) {
+    if (milliseconds != 0 && isAcquired() && !awake_ && polled_.size() <= mostPolled) {
+        return pollEach(milliseconds);
+    }
     // What does not fit is still ready at the next turn; the kernel takes turns among the ready ones.
-    std::array<epoll_event, 32> events{};
-    const int count = isAcquired() ? calls_.epollWait(set_, events.data(), static_cast<int>(events.size()), 0) : 0;
-    for (int i = 0; i < count; ++i) {
-        const epoll_event& event = events[static_cast<std::size_t>(i)];
-        if (event.data.u64 != wakeSerial) {
-            ready.push_back({event.data.u64, (event.events & (EPOLLHUP | EPOLLERR)) != 0});
+    const int count =
+        isAcquired() ? calls_.epollWait(set_, events_.data(), static_cast<int>(events_.size()), milliseconds) : 0;
+    return {events_.data(), static_cast<std::size_t>(std::max(count, 0))};
+}
+
+[[gnu::hot]] std::span<const epoll_event> HIDRawWatch::pollEach(int milliseconds) {
+    static_assert(POLLIN == EPOLLIN && POLLHUP == EPOLLHUP && POLLERR == EPOLLERR);
+    const int ready = calls_.poll(polled_.data(), polled_.size(), milliseconds);
+    std::size_t count = 0;
+    for (std::size_t i = 0; ready > 0 && i < polled_.size(); ++i) {
+        if (polled_[i].revents != 0) {
+            events_[count].events = static_cast<std::uint32_t>(polled_[i].revents);
+            events_[count].data.u64 = serials_[i];
+            ++count;
         }
     }
+    return {events_.data(), count};
 }
 
 bool HIDRawWatch::readChanges(std::vector<NodeChange>& list) {

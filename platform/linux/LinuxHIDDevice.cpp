@@ -50,8 +50,12 @@ std::uint16_t cut(std::uint32_t number) {
 
 LinuxHIDDevice::LinuxHIDDevice(SystemCalls& calls, std::vector<std::uint8_t> bytes, ReportDescriptor descriptor,
                                HIDDevicePath path)
-    : ReportDevice(std::move(descriptor), knownProperties(identityInName(path))), calls_(calls), path_(std::move(path)),
-      bytes_(std::move(bytes)), identity_(identityInName(path_)) {}
+    : LinuxHIDDevice(calls, std::move(bytes), std::move(descriptor), path, identityInName(path)) {}
+
+LinuxHIDDevice::LinuxHIDDevice(SystemCalls& calls, std::vector<std::uint8_t> bytes, ReportDescriptor descriptor,
+                               HIDDevicePath& path, HIDIdentity identity)
+    : ReportDevice(std::move(descriptor), knownProperties(identity)), calls_(calls), path_(std::move(path)),
+      bytes_(std::move(bytes)), identity_(std::move(identity)) {}
 
 LinuxHIDDevice::~LinuxHIDDevice() {
     closeNode();

@@ -8,15 +8,8 @@
 
 namespace qz::platform {
 
-namespace {
-
-/// What one read of a node can bring: a report and its ID.
-constexpr std::size_t largestRead = ReportDescriptorLimits::reportBytes + 1;
-
-} // namespace
-
 LinuxHIDManager::LinuxHIDManager(const LinuxHIDPaths& paths, SystemCalls& calls)
-    : paths_(paths), calls_(calls), watch_(calls, paths.deviceDirectory), buffer_(largestRead) {}
+    : paths_(paths), calls_(calls), watch_(calls, paths.deviceDirectory) {}
 
 LinuxHIDManager::~LinuxHIDManager() {
     for (const Node& node : nodes_) {
@@ -40,6 +33,7 @@ IOReturn LinuxHIDManager::open(IOOptionBits /*options*/) {
     for (Node& node : nodes_) {
         examine(node);
     }
+    confirmOpened();
     watch_.setAwake(hasWork());
     return kIOReturnSuccess;
 }
@@ -86,19 +80,20 @@ void LinuxHIDManager::discover() {
     }
 }
 
-void LinuxHIDManager::beginTurn() {
+[[gnu::hot]] void LinuxHIDManager::beginTurn(int milliseconds) {
     reads_ = 0;
     hasPolled_ = false;
     hasReported_ = false;
-    propertiesDue_ = propertiesWait_;
+    // What is left is done first, and then there is no reason to wait.
+    mayWait_ = hasWork() ? 0 : milliseconds;
     // Most turns are for the next report of the same device, so it is tried before the kernel is asked which it is.
-    if (ready_.empty() && findNode(lastRead_) != nullptr) {
+    if (mayWait_ == 0 && ready_.empty() && findNode(lastRead_) != nullptr) {
         ready_.push_back(lastRead_);
     }
 }
 
-bool LinuxHIDManager::deliverNext() {
-    while (!deliverReport() && !deliverValue() && !deliverNotice()) {
+[[gnu::hot]] bool LinuxHIDManager::deliverNext() {
+    while (!deliverReport() && !deliverValue() && (notices_.empty() || !deliverNotice())) {
         if (!takeInput()) {
             loadProperties();
             return false;
@@ -107,16 +102,16 @@ bool LinuxHIDManager::deliverNext() {
     return true;
 }
 
-void LinuxHIDManager::endTurn() noexcept {
+[[gnu::hot]] void LinuxHIDManager::endTurn() noexcept {
     watch_.setAwake(hasWork());
 }
 
-bool LinuxHIDManager::hasWork() const noexcept {
+[[gnu::hot]] bool LinuxHIDManager::hasWork() const noexcept {
     return !input_.report.empty() || !input_.indices.empty() || !notices_.empty() || !ready_.empty() ||
-           nextChange_ < changes_.size() || hasOpened_ || propertiesWait_;
+           nextChange_ < changes_.size() || (hasOpened_ && !cannotWatch_) || propertiesWait_;
 }
 
-bool LinuxHIDManager::deliverReport() {
+[[gnu::hot]] bool LinuxHIDManager::deliverReport() {
     if (input_.report.empty()) {
         return false;
     }
@@ -124,7 +119,7 @@ bool LinuxHIDManager::deliverReport() {
     return true;
 }
 
-bool LinuxHIDManager::deliverValue() {
+[[gnu::hot]] bool LinuxHIDManager::deliverValue() {
     if (input_.indices.empty()) {
         return false;
     }
@@ -172,13 +167,15 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
 
 /// Looks what is ready, or reads once, from what has waited longest; false when nothing is left or the turn has had
 /// enough.
-bool LinuxHIDManager::takeInput() {
+[[gnu::hot]] bool LinuxHIDManager::takeInput() {
     if (!hasPolled_ && (ready_.empty() || reads_ > 0)) {
         if (hasReported_) {
             return false; // enough for a turn; there is another one to come
         }
         poll();
-        return true;
+        if (!notices_.empty()) {
+            return true;
+        }
     }
     if (ready_.empty() || reads_ == readsPerTurn) {
         return false;
@@ -200,25 +197,33 @@ bool LinuxHIDManager::takeInput() {
     return true;
 }
 
-void LinuxHIDManager::poll() {
+[[gnu::hot]] void LinuxHIDManager::poll() {
     hasPolled_ = true;
-    watchOpened();
-    polled_.clear();
-    watch_.poll(polled_);
-    if (nextChange_ < changes_.size()) {
-        polled_.push_back({HIDRawWatch::changes, false});
+    if (hasOpened_) {
+        watchOpened();
     }
-    for (const HIDRawWatch::Ready& each : polled_) {
-        if (Node* const node = findNode(each.serial)) {
-            node->hasEnded = node->hasEnded || each.hasEnded;
+    for (const epoll_event& event : watch_.poll(std::exchange(mayWait_, 0))) {
+        if (HIDRawWatch::hasEnded(event)) {
+            if (Node* const node = findNode(event.data.u64)) {
+                node->hasEnded = true;
+            }
         }
-        if (std::ranges::find(ready_, each.serial) == ready_.end()) {
-            ready_.push_back(each.serial);
+        if (event.data.u64 != HIDRawWatch::wakeUp) {
+            makeReady(event.data.u64);
         }
+    }
+    if (nextChange_ < changes_.size()) {
+        makeReady(HIDRawWatch::changes);
     }
 }
 
-bool LinuxHIDManager::readReport(Node& node) {
+[[gnu::hot]] void LinuxHIDManager::makeReady(std::uint64_t serial) {
+    if (std::ranges::find(ready_, serial) == ready_.end()) {
+        ready_.push_back(serial);
+    }
+}
+
+[[gnu::hot]] bool LinuxHIDManager::readReport(Node& node) {
     const ssize_t size =
         retryInterrupted([&] { return calls_.read(node.device->descriptor(), buffer_.data(), buffer_.size()); });
     if (size > 0) {
@@ -226,7 +231,11 @@ bool LinuxHIDManager::readReport(Node& node) {
         const std::span<const std::uint8_t> report(buffer_.data(), static_cast<std::size_t>(size));
         const auto indices = node.device->feed(report);
         if (isReported(node.device.get())) {
-            input_ = {node.device, wantsInputReports() ? report : std::span<const std::uint8_t>(), indices};
+            if (input_.device != node.device) {
+                input_.device = node.device;
+            }
+            input_.report = wantsInputReports() ? report : std::span<const std::uint8_t>();
+            input_.indices = indices;
         }
         return true;
     }
@@ -238,13 +247,12 @@ bool LinuxHIDManager::readReport(Node& node) {
     return false;
 }
 
-/// Reads what nobody has asked for, one turn after the arrivals: reporting those does not wait for it, and it must be
+/// Reads what nobody has asked for, at the end of the turn: reporting arrivals does not wait for it, and it must be
 /// known when the device is gone.
 void LinuxHIDManager::loadProperties() {
-    if (!std::exchange(propertiesDue_, false)) {
+    if (!std::exchange(propertiesWait_, false)) {
         return;
     }
-    propertiesWait_ = false;
     for (const Node& node : nodes_) {
         if (node.device && isReported(node.device.get())) {
             node.device->loadProperties();

@@ -6,6 +6,7 @@
 #include "platform/linux/LinuxHIDDevice.h"
 #include "platform/linux/LinuxHIDServices.h"
 
+#include <array>
 #include <deque>
 #include <list>
 #include <span>
@@ -33,6 +34,7 @@ private:
         std::shared_ptr<LinuxHIDDevice> device = nullptr; ///< null when it is not wanted, or not known yet
         bool isKnown = false;                             ///< whether its descriptor has been read
         bool hasEnded = false;                            ///< open, and nothing comes after what can still be read
+        bool isToBeConfirmed = false;                     ///< open, but perhaps another device's
         bool isWatched = false;                           ///< whether the kernel wakes us for it
         bool isDeleted = false;                           ///< ended, and the name may be another node's by now
         IOReturn reported = kIOReturnSuccess;             ///< why it cannot be opened, as far as that has been told
@@ -56,7 +58,7 @@ private:
     bool mayBeAskedAnytime() const noexcept override { return true; }
     bool acquire() override;
     void discover() override;
-    void beginTurn() override;
+    void beginTurn(int milliseconds) override;
     bool deliverNext() override;
     void endTurn() noexcept override;
 
@@ -66,6 +68,7 @@ private:
     bool deliver(const Notice& notice);
     bool takeInput();
     void poll();
+    void makeReady(std::uint64_t serial);
     bool readReport(Node& node);
     void loadProperties();
 
@@ -76,6 +79,8 @@ private:
     void examine(Node& node);
     void identify(Node& node);
     void openNode(Node& node);
+    void confirmOpened();
+    bool hasChanged(const Node& node) const;
     void watchOpened();
     void cannotBeOpened(Node& node, IOReturn why);
     void closeNode(Node& node);
@@ -99,19 +104,21 @@ private:
     std::vector<std::uint64_t> ready_; ///< serials of what has something to read, which takes turns
     std::size_t nextReady_ = 0;
     std::uint64_t lastRead_ = HIDRawWatch::changes; ///< the node that brought the last report
-    std::vector<HIDRawWatch::Ready> polled_;
     std::vector<NodeChange> changes_;
     std::size_t nextChange_ = 0; ///< those in `changes_` from here on are still to be taken in
-    std::vector<std::uint8_t> buffer_;
     std::uint64_t nextSerial_ = HIDRawWatch::changes + 1;
     std::size_t reads_ = 0; ///< in this turn
+    int mayWait_ = 0;       ///< milliseconds, of the next look for what is ready
     bool open_ = false;
     bool isListed_ = false;       ///< whether all nodes that were there have been looked at
+    bool hasToConfirm_ = false;   ///< whether there are nodes to be confirmed
     bool hasOpened_ = false;      ///< whether there are nodes that are open and not watched yet
+    bool cannotWatch_ = false;    ///< whether the kernel would not watch some of them when it was last asked
     bool hasPolled_ = false;      ///< in this turn
     bool hasReported_ = false;    ///< whether this turn has reported an arrival
     bool propertiesWait_ = false; ///< whether devices have been reported whose properties are still to be read
-    bool propertiesDue_ = false;  ///< whether that is to be done in this turn
+    /// What one read of a node can bring: a report and its ID. Here, and not by itself, so that it is near the rest.
+    std::array<std::uint8_t, ReportDescriptorLimits::reportBytes + 1> buffer_;
 };
 
 } // namespace qz::platform

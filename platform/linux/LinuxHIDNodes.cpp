@@ -18,6 +18,7 @@ void LinuxHIDManager::list() {
     for (const std::string& name : names) {
         visit(name);
     }
+    confirmOpened();
 }
 
 /// Looks at the node that has this name now, which may be another than the one known.
@@ -56,6 +57,7 @@ bool LinuxHIDManager::applyChanges() {
     while (nextChange_ < changes_.size() && !isDraining()) {
         const NodeChange change = changes_[nextChange_++]; // a copy: applying it may add another
         apply(change);
+        confirmOpened();
     }
     if (!isListed_) {
         list();
@@ -128,35 +130,59 @@ void LinuxHIDManager::openNode(Node& node) {
         return;
     }
     const int error = node.device->openNode(paths_.deviceDirectory + "/" + node.name);
-    if (error == ENOENT) {
+    if (error == ENOENT || error == ENODEV || error == ENXIO) {
         return; // it has gone again, or comes later than what sysfs says of it
-    }
-    if (error == 0 && readDevicePath(calls_, paths_.classDirectory, node.name).path != node.device->sysfsPath()) {
-        node.device->closeNode(); // another device has the name by now; the news of it is on the way
-        return;
     }
     if (error != 0) {
         cannotBeOpened(node, statusOfOpening(error));
         return;
     }
-    node.reported = kIOReturnSuccess;
-    hasOpened_ = true;
-    arrive(node);
+    node.isToBeConfirmed = true;
+    hasToConfirm_ = true;
 }
 
-/// Watching begins with the next wait: what has arrived is reported first, and what comes meanwhile is not lost.
-void LinuxHIDManager::watchOpened() {
-    if (!std::exchange(hasOpened_, false)) {
+/// A name may have become another device's between the look at sysfs and the opening. The kernel tells of a deletion
+/// before it gives the name away, so nodes that it has told nothing of are those that they were taken for.
+void LinuxHIDManager::confirmOpened() {
+    if (!std::exchange(hasToConfirm_, false)) {
         return;
     }
+    while (watch_.readChanges(changes_)) {
+    }
+    for (Node& node : nodes_) {
+        if (!std::exchange(node.isToBeConfirmed, false)) {
+            continue;
+        }
+        if (hasChanged(node) &&
+            readDevicePath(calls_, paths_.classDirectory, node.name).path != node.device->sysfsPath()) {
+            node.device->closeNode(); // the news of the other device is on the way
+            continue;
+        }
+        node.reported = kIOReturnSuccess;
+        hasOpened_ = true;
+        arrive(node);
+    }
+}
+
+/// Whether there is news of the node that has not been taken in yet.
+bool LinuxHIDManager::hasChanged(const Node& node) const {
+    return std::any_of(
+        changes_.begin() + static_cast<std::ptrdiff_t>(nextChange_), changes_.end(),
+        [&](const NodeChange& change) { return change.kind == NodeChange::Kind::Lost || change.name == node.name; });
+}
+
+/// Watching begins with the next wait: what has arrived is reported first, and what comes meanwhile is not lost. What
+/// the kernel has no resources to watch is read in every turn, and tried again in the next.
+void LinuxHIDManager::watchOpened() {
+    hasOpened_ = cannotWatch_ = false;
     for (Node& node : nodes_) {
         if (node.isWatched || !node.device || !node.device->isOpen()) {
             continue;
         }
         node.isWatched = watch_.add(node.device->descriptor(), node.serial);
         if (!node.isWatched) {
-            node.device->closeNode();
-            cannotBeOpened(node, kIOReturnNoResources);
+            hasOpened_ = cannotWatch_ = true;
+            makeReady(node.serial);
         }
     }
 }
@@ -194,9 +220,7 @@ void LinuxHIDManager::nodeDeleted(Node& node) {
     }
     node.hasEnded = true;
     node.isDeleted = true;
-    if (std::ranges::find(ready_, node.serial) == ready_.end()) {
-        ready_.push_back(node.serial);
-    }
+    makeReady(node.serial);
 }
 
 /// The device is gone; `node` too.
@@ -219,7 +243,7 @@ LinuxHIDManager::Node* LinuxHIDManager::findNode(std::string_view name) {
     return found != nodes_.end() ? &*found : nullptr;
 }
 
-LinuxHIDManager::Node* LinuxHIDManager::findNode(std::uint64_t serial) {
+[[gnu::hot]] LinuxHIDManager::Node* LinuxHIDManager::findNode(std::uint64_t serial) {
     const auto found = std::ranges::find(nodes_, serial, &Node::serial);
     return found != nodes_.end() ? &*found : nullptr;
 }

@@ -18,11 +18,14 @@ public:
 
     bool addSource(RunLoopSource& source, RunLoopMode mode) override;
     void removeSource(RunLoopSource& source, RunLoopMode mode) override;
+    void suspendSource(RunLoopSource& source, RunLoopMode mode) override;
+    void resumeSource(RunLoopSource& source, RunLoopMode mode) override;
 
     /// -1 when the kernel gave no epoll set.
     int fileDescriptor(RunLoopMode mode) const noexcept override;
 
     std::size_t dispatch(RunLoopMode mode) override;
+    std::size_t runInMode(RunLoopMode mode, std::chrono::milliseconds timeout) override;
 
 private:
     struct Entry {
@@ -36,7 +39,9 @@ private:
     };
 
     Set& set(RunLoopMode mode) { return sets_[static_cast<std::size_t>(mode)]; }
+    void setEvents(RunLoopSource& source, RunLoopMode mode, std::uint32_t events);
     std::size_t perform(RunLoopMode mode, std::uint64_t serial);
+    std::size_t performReady(RunLoopMode mode, int milliseconds);
 
     SystemCalls& calls_;
     std::array<Set, 2> sets_;

@@ -26,8 +26,12 @@ int SystemCalls::epollControl(int set, int operation, int descriptor, epoll_even
     return ::epoll_ctl(set, operation, descriptor, event);
 }
 
-int SystemCalls::epollWait(int set, epoll_event* events, int capacity, int timeoutMilliseconds) {
+[[gnu::hot]] int SystemCalls::epollWait(int set, epoll_event* events, int capacity, int timeoutMilliseconds) {
     return ::epoll_wait(set, events, capacity, timeoutMilliseconds);
+}
+
+[[gnu::hot]] int SystemCalls::poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) {
+    return ::poll(descriptors, count, timeoutMilliseconds);
 }
 
 int SystemCalls::eventCreate(unsigned count, int flags) {
@@ -54,7 +58,7 @@ int SystemCalls::openAt(int directory, const char* path, int flags, mode_t mode)
     return ::openat(directory, path, flags, mode);
 }
 
-ssize_t SystemCalls::read(int descriptor, void* bytes, std::size_t count) {
+[[gnu::hot]] ssize_t SystemCalls::read(int descriptor, void* bytes, std::size_t count) {
     return ::read(descriptor, bytes, count);
 }
 

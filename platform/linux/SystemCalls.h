@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -26,6 +27,7 @@ public:
     virtual int epollCreate(int flags);
     virtual int epollControl(int set, int operation, int descriptor, epoll_event* event);
     virtual int epollWait(int set, epoll_event* events, int capacity, int timeoutMilliseconds);
+    virtual int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds);
     virtual int eventCreate(unsigned count, int flags); ///< eventfd
     virtual int inotifyCreate(int flags);
     virtual int inotifyAddWatch(int inotify, const char* path, std::uint32_t mask);

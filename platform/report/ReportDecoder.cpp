@@ -31,17 +31,22 @@ std::size_t bytesOf(std::size_t bits) {
 } // namespace
 
 ReportDecoder::ReportDecoder(const ReportDescriptor& descriptor) : hasReportIDs_(descriptor.inputHasReportIDs) {
-    std::array<std::size_t, 256> elements{};
-    std::size_t usages = 0; // of the Array with the most
+    std::array<std::uint32_t, 256> elements{};
+    std::uint32_t most = 0;
+    std::uint32_t all = 0;
+    std::uint32_t usages = 0; // of the Array with the most
     for (const ReportInput& input : descriptor.inputs) {
         elements[input.reportID] += input.elementCount;
-        usages = std::max<std::size_t>(usages, input.isArray ? input.elementCount : 0);
+        most = std::max(most, elements[input.reportID]);
+        all += input.isArray ? 1 : input.elementCount;
+        usages = std::max(usages, input.isArray ? input.elementCount : 0);
     }
-    changed_.resize(*std::ranges::max_element(elements));
+    changed_.resize(most);
     marks_.resize((usages + bitsPerWord - 1) / bitsPerWord);
-    for (std::uint32_t id = 0; id < elements.size(); ++id) {
-        if (elements[id] != 0) {
-            addReport(descriptor, id);
+    fields_.reserve(all);
+    for (const ReportInput& input : descriptor.inputs) {
+        if (reportOfID_[input.reportID] == 0 && elements[input.reportID] != 0) {
+            addReport(descriptor, input.reportID);
         }
     }
 }
@@ -62,25 +67,22 @@ void ReportDecoder::addReport(const ReportDescriptor& descriptor, std::uint32_t 
 
 void ReportDecoder::addFields(const ReportInput& input) {
     if (input.isArray) {
-        fields_.push_back({input.field, true, input.isRelative, static_cast<std::uint32_t>(arrays_.size())});
+        fields_.push_back({input.field, true, input.isRelative, static_cast<std::uint32_t>(arrays_.size()),
+                           static_cast<std::uint32_t>(endOfFields(input))});
         arrays_.push_back(input);
         return;
     }
     ReportField bits = input.field;
     for (std::uint32_t i = 0; i < input.elementCount; ++i) {
-        fields_.push_back({bits, false, input.isRelative, input.firstElement + i});
+        fields_.push_back({bits, false, input.isRelative, input.firstElement + i, bits.offset + bits.width});
         bits.offset += bits.width;
     }
-}
-
-std::size_t ReportDecoder::endOf(const Field& field) const {
-    return field.isArray ? endOfFields(arrays_[field.index]) : std::size_t{field.bits.offset} + field.bits.width;
 }
 
 void ReportDecoder::addWords(Report& report) {
     report.firstWord = report.endWord = static_cast<std::uint32_t>(words_.size());
     for (std::uint32_t f = report.firstField; f < report.endField; ++f) {
-        const std::size_t end = endOf(fields_[f]);
+        const std::size_t end = std::size_t{fields_[f].end};
         for (std::size_t at = fields_[f].bits.offset; at < end; at = endOfLastWord()) {
             const bool isCovered = words_.size() > report.firstWord && at < endOfLastWord();
             if (!isCovered && words_.size() == maximumWords) {
@@ -153,28 +155,34 @@ void ReportDecoder::takeAll(Report& report, std::span<const std::uint8_t> bytes,
     }
 }
 
-void ReportDecoder::takeChanges(const Report& report, std::span<const std::uint8_t> bytes, std::span<Value> values) {
-    std::uint32_t next = report.firstField; // a field that goes on in another byte is looked at once
+[[gnu::hot]] void ReportDecoder::takeChanges(const Report& report, std::span<const std::uint8_t> bytes,
+                                             std::span<Value> values) {
+    std::uint32_t next = report.firstField; // a field that goes on in another word is looked at once
     for (std::uint32_t w = report.firstWord; w < report.endWord; ++w) {
         Word& word = words_[w];
         const std::uint64_t now = loadLittleEndian(bytes, word.offset);
         std::uint64_t news = ((now ^ word.last) & word.carrying) | (now & word.relative) | word.always;
         word.last = now;
+        const std::size_t begin = std::size_t{word.offset} * 8;
         while (news != 0) {
-            const auto byte = static_cast<std::size_t>(std::countr_zero(news)) / 8;
-            const std::size_t endOfByte = (word.offset + byte + 1) * 8;
-            next = std::max(next, word.firstField + word.fieldOf[byte]);
-            while (next < report.endField && fields_[next].bits.offset < endOfByte) {
-                readField(fields_[next++], bytes, values);
+            const auto bit = static_cast<std::size_t>(std::countr_zero(news));
+            next = std::max(next, word.firstField + word.fieldOf[bit / 8]);
+            while (next < report.endField && fields_[next].end <= begin + bit) {
+                ++next;
             }
-            news &= byte == bytesPerWord - 1 ? 0 : ~std::uint64_t{0} << (8 * (byte + 1));
+            if (next == report.endField) {
+                break; // what is left is of the last field, which has been looked at
+            }
+            const std::size_t end = fields_[next].end - begin;
+            readField(fields_[next++], bytes, values);
+            news &= end < bitsPerWord ? ~std::uint64_t{0} << end : 0;
         }
     }
 }
 
 void ReportDecoder::readField(const Field& field, std::span<const std::uint8_t> bytes, std::span<Value> values) {
     if (field.isArray) {
-        if (bytesOf(endOf(field)) <= bytes.size()) {
+        if (bytesOf(field.end) <= bytes.size()) {
             readArray(arrays_[field.index], bytes, values);
         }
     } else if (field.bits.end() <= bytes.size()) {

@@ -29,6 +29,7 @@ private:
         bool isArray = false;
         bool isRelative = false;
         std::uint32_t index = 0; ///< of the element or, for an Array, in `arrays_`
+        std::uint32_t end = 0;   ///< the first bit beyond it
     };
     /// Eight bytes of a report, at least one of which belongs to a field.
     struct Word {
@@ -53,7 +54,6 @@ private:
     void addFields(const ReportInput& input);
     void addWords(Report& report);
     void enterBits(Word& word, std::size_t at, std::size_t end, std::uint32_t f) const;
-    std::size_t endOf(const Field& field) const;
     std::size_t endOfLastWord() const;
     void takeAll(Report& report, std::span<const std::uint8_t> bytes, std::span<Value> values);
     void takeChanges(const Report& report, std::span<const std::uint8_t> bytes, std::span<Value> values);

@@ -66,7 +66,10 @@ struct Globals {
 /// Reads the items of one descriptor. Elements are made while reading, but never before their number has been tested.
 class Parser {
 public:
-    explicit Parser(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+    explicit Parser(std::span<const std::uint8_t> bytes) : bytes_(bytes) {
+        result_.elements.reserve(usualElements);
+        result_.parents.reserve(usualElements);
+    }
 
     std::variant<ReportDescriptor, ReportDescriptorError> parse() {
         while (!error_ && at_ < bytes_.size()) {
@@ -83,6 +86,8 @@ public:
 
 private:
     enum Kind : std::uint8_t { Input, Output, Feature };
+
+    static constexpr std::size_t usualElements = 16;
 
     void refuse(std::size_t offset, std::string_view reason) { error_ = {offset, reason}; }
 

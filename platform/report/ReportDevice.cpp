@@ -43,11 +43,11 @@ ReportDevice::ReportDevice(ReportDescriptor descriptor, HIDProperties properties
     setElements(std::move(descriptor.elements), children);
 }
 
-std::span<const std::uint32_t> ReportDevice::feed(std::span<const std::uint8_t> report) {
+[[gnu::hot]] std::span<const std::uint32_t> ReportDevice::feed(std::span<const std::uint8_t> report) {
     return decoder_ != nullptr ? decoder_->feed(report, lastKnownValues()) : std::span<const std::uint32_t>{};
 }
 
-HIDValue ReportDevice::value(std::uint32_t index) const {
+[[gnu::hot]] HIDValue ReportDevice::value(std::uint32_t index) const {
     return {&(*elements())[index], lastKnownValues()[index].value_or(0)};
 }
 

@@ -28,7 +28,7 @@ int systemErrorFor(IOReturn result) {
     case kIOReturnIOError:
         return EIO;
     case kIOReturnNoDevice:
-        return ENODEV;
+        return ESHUTDOWN;
     default:
         throw std::invalid_argument("no error of the system is reported as this one");
     }

@@ -20,13 +20,21 @@ public:
 
     /// None: all calls get through.
     void setScript(Script script) { script_ = std::move(script); }
+    bool refusesAdditions = false; ///< whether the kernel has no resources left for descriptors to wait for
 
     int epollCreate(int flags) override { return asked("epollCreate") ? SystemCalls::epollCreate(flags) : -1; }
     int epollControl(int set, int operation, int descriptor, epoll_event* event) override {
+        if (operation == EPOLL_CTL_ADD && refusesAdditions) {
+            errno = ENOSPC;
+            return -1;
+        }
         return asked("epollControl") ? SystemCalls::epollControl(set, operation, descriptor, event) : -1;
     }
     int epollWait(int set, epoll_event* events, int capacity, int timeoutMilliseconds) override {
         return asked("epollWait") ? SystemCalls::epollWait(set, events, capacity, timeoutMilliseconds) : -1;
+    }
+    int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) override {
+        return asked("poll") ? SystemCalls::poll(descriptors, count, timeoutMilliseconds) : -1;
     }
     int eventCreate(unsigned count, int flags) override {
         return asked("eventCreate") ? SystemCalls::eventCreate(count, flags) : -1;

@@ -16,9 +16,11 @@ protected:
         IOHIDManagerRegisterDeviceMatchingCallback(
             client.manager(),
             [](void* context, IOReturn, void*, IOHIDDeviceRef device) {
-                *static_cast<IOHIDDeviceRef*>(context) = device;
+                auto& self = *static_cast<LinuxHIDProperties*>(context);
+                self.handle = device;
+                self.kernel.setScript(self.scriptAfterArrival);
             },
-            &handle);
+            this);
         client.schedule();
     }
 
@@ -38,6 +40,7 @@ protected:
     }
 
     int number = -1;
+    ScriptedSystemCalls::Script scriptAfterArrival; ///< of the calls that read the properties
 };
 
 FakeHIDDevice usbStick() {
@@ -186,8 +189,8 @@ TEST_F(LinuxHIDProperties, ThatCannotBeReadAreAbsent) {
 }
 
 TEST_F(LinuxHIDProperties, AreReadLaterWhenTheSystemHadNoResources) {
+    scriptAfterArrival = [](std::string_view call) { return call == "open" ? EMFILE : 0; };
     plug(usbStick());
-    kernel.setScript([](std::string_view call) { return call == "open" ? EMFILE : 0; });
     EXPECT_EQ(text("SerialNumber"), std::nullopt);
     kernel.setScript(nullptr);
     EXPECT_EQ(text("SerialNumber"), "AB12");
@@ -196,6 +199,7 @@ TEST_F(LinuxHIDProperties, AreReadLaterWhenTheSystemHadNoResources) {
 TEST_F(LinuxHIDProperties, AreAllReadLaterWhenOneOfThemCouldNotBeRead) {
     FakeHIDDevice device = usbStick();
     device.uniq = "made up";
+    scriptAfterArrival = [](std::string_view call) { return call == "open" ? EMFILE : 0; };
     plug(device);
     for (int failing = 0; failing < 5; ++failing) {
         int opened = 0;
@@ -226,7 +230,6 @@ TEST_F(LinuxHIDProperties, AreReadOnce) {
 
 TEST_F(LinuxHIDProperties, AnswerAfterTheUnpluggingAlsoWhenNobodyHadAskedBefore) {
     plug(usbStick());
-    turn();
     const auto kept = pin(handle);
     kernel.unplug(number);
     turn();
@@ -235,7 +238,9 @@ TEST_F(LinuxHIDProperties, AnswerAfterTheUnpluggingAlsoWhenNobodyHadAskedBefore)
 }
 
 TEST_F(LinuxHIDProperties, AreNeverThoseOfTheNextDeviceOnTheSameNode) {
+    scriptAfterArrival = [](std::string_view call) { return call == "open" ? EMFILE : 0; };
     plug(usbStick());
+    kernel.setScript(nullptr);
     const auto kept = pin(handle);
     kernel.unplug(number);
     FakeHIDDevice other = fakePad("other");

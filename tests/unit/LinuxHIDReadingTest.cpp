@@ -147,6 +147,21 @@ TEST_F(LinuxHIDReading, WakesNoLoopThatWaitsInsideACallback) {
     EXPECT_TRUE(wouldWake());
 }
 
+TEST_F(LinuxHIDReading, HearsAgainAfterALoopInsideACallbackWhateverTheKernelHasLeft) {
+    const int sticks = plugReported(fakeSticks(1));
+    client.onValue = [&](IOHIDValueRef) {
+        client.onValue = nullptr;
+        kernel.send(sticks, {2});
+        EXPECT_EQ(turn(), 0U);
+        kernel.refusesAdditions = true;
+    };
+    kernel.send(sticks, {1});
+    EXPECT_THAT(turnAndTold(), ElementsAre("value sticks 1:48 1", "value sticks 1:48 2"));
+    kernel.send(sticks, {3});
+    EXPECT_TRUE(wouldWake());
+    EXPECT_THAT(turnAndTold(), ElementsAre("value sticks 1:48 3"));
+}
+
 TEST_F(LinuxHIDReading, StaysUnscheduledWhenALoopRanInsideTheCallbackThatDidIt) {
     const int pad = plugReported(fakePad("pad"));
     client.onValue = [&](IOHIDValueRef) {
@@ -361,6 +376,99 @@ TEST_F(LinuxHIDReading, DeliversAfterTheNextOpeningWhatAClosingKeptBack) {
     client.open();
     kernel.send(stick, {10, 11});
     EXPECT_THAT(turnAndTold(), ElementsAre("value stick 1:49 11"));
+}
+
+/// Turns that wait, which have to find everything that turns of a foreign loop find.
+class LinuxHIDWaiting : public LinuxHIDReading {
+protected:
+    std::size_t run(std::chrono::milliseconds timeout = std::chrono::milliseconds(-1)) {
+        return host.platform().currentRunLoop().runInMode(kCFRunLoopDefaultMode, timeout);
+    }
+};
+
+TEST_F(LinuxHIDWaiting, ReportsAndRemovesDevicesAndDeliversValues) {
+    const int pad = kernel.plug(fakePad("pad"));
+    while (events.empty()) {
+        run();
+    }
+    kernel.send(pad, button(true));
+    kernel.send(pad, button(false));
+    while (events.size() < 3) {
+        run();
+    }
+    kernel.unplug(pad);
+    while (events.size() < 4) {
+        run();
+    }
+    EXPECT_THAT(told(), ElementsAre("matched pad", "value pad 9:1 1", "value pad 9:1 0", "removed pad"));
+    EXPECT_EQ(run(std::chrono::milliseconds(0)), 0U);
+}
+
+TEST_F(LinuxHIDWaiting, AsksTheKernelTwiceForAReportThatComesAndOnceMoreWhetherThereIsAnother) {
+    const int pad = plugReported(fakePad("pad"));
+    kernel.send(pad, button(true));
+    std::vector<std::string> calls;
+    kernel.setScript([&](std::string_view call) { return calls.emplace_back(call), 0; });
+    client.onValue = [&](IOHIDValueRef) { calls.emplace_back("value"); };
+    EXPECT_EQ(run(), 1U);
+    EXPECT_THAT(calls, ElementsAre("poll", "read", "value", "read"));
+}
+
+TEST_F(LinuxHIDWaiting, TakesAnyNumberOfDevices) {
+    std::vector<int> pads;
+    for (int i = 0; i < 12; ++i) {
+        pads.push_back(plugReported(fakePad("pad")));
+        for (const int pad : pads) {
+            kernel.send(pad, button(pads.size() % 2 != 0));
+            EXPECT_EQ(run(), 1U) << pad << " of " << pads.size();
+        }
+        told();
+    }
+    while (!pads.empty()) {
+        kernel.unplug(pads.back());
+        pads.pop_back();
+        while (events.empty()) {
+            run();
+        }
+        EXPECT_THAT(told(), ElementsAre("removed pad"));
+        turn();
+    }
+}
+
+TEST_F(LinuxHIDWaiting, DoesNotWaitWhileSomethingIsLeftToDo) {
+    const int sticks = plugReported(fakeSticks(2));
+    client.onValue = [&](IOHIDValueRef) {
+        client.onValue = nullptr;
+        throw std::runtime_error("out of the callback");
+    };
+    kernel.send(sticks, {1, 2});
+    EXPECT_THROW(run(), std::runtime_error);
+    EXPECT_EQ(run(), 1U);
+    EXPECT_THAT(told(), ElementsAre("value sticks 1:48 1", "value sticks 1:48 2"));
+}
+
+TEST_F(LinuxHIDWaiting, LeavesInputWaitingInsideACallback) {
+    const int pad = plugReported(fakePad("pad"));
+    client.onValue = [&](IOHIDValueRef) {
+        client.onValue = nullptr;
+        kernel.send(pad, button(false));
+        EXPECT_EQ(run(std::chrono::milliseconds(0)), 0U);
+        int waited = -2;
+        kernel.setScript([&](std::string_view call) { return call == "epollWait" ? ++waited, 0 : 0; });
+        EXPECT_EQ(run(std::chrono::milliseconds(0)), 0U);
+        EXPECT_EQ(waited, -1) << "once, and woken by nothing";
+        kernel.setScript(nullptr);
+        events.emplace_back("ran the loop");
+    };
+    kernel.send(pad, button(true));
+    EXPECT_EQ(run(), 2U);
+    EXPECT_THAT(told(), ElementsAre("value pad 9:1 1", "ran the loop", "value pad 9:1 0"));
+}
+
+TEST_F(LinuxHIDWaiting, EndsWithNothingHandledWhenASignalComes) {
+    plugReported(fakePad("pad"));
+    kernel.setScript([](std::string_view call) { return call == "poll" ? EINTR : 0; });
+    EXPECT_EQ(run(), 0U);
 }
 
 TEST_F(LinuxHIDReading, AllocatesNothing) {

@@ -7,11 +7,13 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <poll.h>
 #include <set>
 #include <stdexcept>
 #include <sys/eventfd.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -19,6 +21,7 @@ namespace qz::platform {
 namespace {
 
 using ::testing::Each;
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -294,6 +297,40 @@ TEST_F(LinuxRunLoopTest, LivesInsideAnotherLoop) {
     ::close(outer);
 }
 
+TEST_F(LinuxRunLoopTest, WaitsForASourceThatAnotherThreadMakesReady) {
+    loop.addSource(first, kCFRunLoopDefaultMode);
+    std::thread other([this] { first.signal(); });
+    EXPECT_EQ(loop.runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(-1)), 1U);
+    other.join();
+}
+
+TEST_F(LinuxRunLoopTest, TakesNoNoticeOfASuspendedSource) {
+    loop.addSource(first, kCFRunLoopDefaultMode);
+    loop.addSource(second, kCFRunLoopDefaultMode);
+    first.signal();
+    loop.suspendSource(first, kCFRunLoopDefaultMode);
+    loop.suspendSource(first, NSModalPanelRunLoopMode);
+    EXPECT_FALSE(wouldWake());
+    EXPECT_EQ(dispatch(), 0U);
+    second.signal();
+    EXPECT_EQ(dispatch(), 1U);
+    loop.resumeSource(first, kCFRunLoopDefaultMode);
+    EXPECT_TRUE(wouldWake());
+    EXPECT_EQ(dispatch(), 1U);
+    EXPECT_EQ(first.served, 1);
+    EXPECT_EQ(second.served, 1);
+}
+
+TEST_F(LinuxRunLoopTest, ServesASuspendedSourceThatIsRemovedAndAddedAgain) {
+    loop.addSource(first, kCFRunLoopDefaultMode);
+    loop.suspendSource(first, kCFRunLoopDefaultMode);
+    loop.removeSource(first, kCFRunLoopDefaultMode);
+    loop.resumeSource(first, kCFRunLoopDefaultMode);
+    loop.addSource(first, kCFRunLoopDefaultMode);
+    first.signal();
+    EXPECT_EQ(dispatch(), 1U);
+}
+
 TEST_F(LinuxRunLoopTest, ClosesItsDescriptorsWhenTheProcessExecutesAnother) {
     for (const RunLoopMode mode : {kCFRunLoopDefaultMode, NSModalPanelRunLoopMode}) {
         EXPECT_EQ(::fcntl(loop.fileDescriptor(mode), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
@@ -309,14 +346,33 @@ TEST(LinuxRunLoopCalls, NeverWait) {
     EXPECT_THAT(calls.timeouts, Each(0));
 }
 
+TEST(LinuxRunLoopCalls, WaitAsLongAsTheyMay) {
+    CountingCalls calls;
+    calls.waitError = EINTR;
+    LinuxRunLoop loop(calls);
+    EventSource source;
+    loop.addSource(source, kCFRunLoopDefaultMode);
+    for (const auto timeout : {std::chrono::milliseconds(0), std::chrono::milliseconds(7),
+                               std::chrono::milliseconds(-5), std::chrono::milliseconds(5'000'000'000)}) {
+        EXPECT_EQ(loop.runInMode(kCFRunLoopDefaultMode, timeout), 0U);
+    }
+    EXPECT_THAT(calls.timeouts, ElementsAre(0, 7, -1, std::numeric_limits<int>::max()));
+}
+
 /// A source that knows by itself whether there is something to do.
 class KnowingSource final : public RunLoopSource {
 public:
     int fileDescriptor() const noexcept override { return descriptor_.fileDescriptor(); }
     bool mayBeAskedAnytime() const noexcept override { return true; }
     std::size_t perform() override { return ++asked; }
+    std::optional<std::size_t> waitAndPerform(int milliseconds) override {
+        waits.push_back(milliseconds);
+        return canWait ? std::optional<std::size_t>(5) : std::nullopt;
+    }
 
     std::size_t asked = 0;
+    bool canWait = true;
+    std::vector<int> waits;
 
 private:
     EventSource descriptor_;
@@ -337,6 +393,29 @@ TEST(LinuxRunLoopCalls, AreNotMadeForTheOnlySourceWhenThatKnowsByItself) {
     loop.removeSource(source, kCFRunLoopDefaultMode);
     EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 0U);
     EXPECT_EQ(source.asked, 1U);
+}
+
+TEST(LinuxRunLoopCalls, AreLeftToTheOnlySourceWhenThatCanWaitByItself) {
+    CountingCalls calls;
+    calls.waitError = EINTR;
+    LinuxRunLoop loop(calls);
+    KnowingSource source;
+    loop.addSource(source, kCFRunLoopDefaultMode);
+    const auto run = [&] { return loop.runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(7)); };
+    EXPECT_EQ(run(), 5U);
+    EXPECT_THAT(calls.timeouts, IsEmpty());
+    source.canWait = false;
+    EXPECT_EQ(run(), 0U);
+    EXPECT_THAT(calls.timeouts, ElementsAre(7));
+    source.canWait = true;
+    EventSource other;
+    loop.addSource(other, kCFRunLoopDefaultMode);
+    EXPECT_EQ(run(), 0U);
+    EXPECT_THAT(calls.timeouts, ElementsAre(7, 7));
+    EXPECT_THAT(source.waits, ElementsAre(7, 7));
+    EXPECT_EQ(source.asked, 0U);
+    loop.removeSource(source, kCFRunLoopDefaultMode);
+    loop.removeSource(other, kCFRunLoopDefaultMode);
 }
 
 TEST(LinuxRunLoopCalls, CloseWhatTheyOpenedOnce) {
@@ -429,6 +508,8 @@ TEST(LinuxRunLoopWithoutResources, StillAsksSourcesWithoutADescriptorWhenWaiting
     loop.addSource(source, kCFRunLoopDefaultMode);
     calls.waitError = EBADF;
     EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 1U);
+    EXPECT_EQ(loop.runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(-1)), 1U);
+    EXPECT_THAT(calls.timeouts, Each(0)) << "nothing would end the waiting";
     EXPECT_EQ(calls.additions, 0);
     loop.removeSource(source, kCFRunLoopDefaultMode);
     EXPECT_EQ(calls.deletions, 0);

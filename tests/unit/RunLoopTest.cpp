@@ -72,6 +72,16 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Of, EveryRunLoop, ::testing::ValuesIn(runLoopKinds()),
                          [](const auto& tested) { return tested.param.name; });
 
+TEST_P(EveryRunLoop, DoesNotWaitForASourceWithoutADescriptor) {
+    loop->addSource(first, kCFRunLoopDefaultMode);
+    loop->suspendSource(first, kCFRunLoopDefaultMode);
+    EXPECT_EQ(loop->runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(-1)), 1U);
+    loop->resumeSource(first, kCFRunLoopDefaultMode);
+    EXPECT_EQ(loop->runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(-1)), 1U);
+    EXPECT_EQ(loop->runInMode(NSModalPanelRunLoopMode, std::chrono::milliseconds(0)), 0U);
+    EXPECT_THAT(served, ElementsAre("first", "first"));
+}
+
 TEST_P(EveryRunLoop, AsksEachSourceOnceATurnInTheOrderOfTheirAdding) {
     EXPECT_TRUE(loop->addSource(second, kCFRunLoopDefaultMode));
     EXPECT_TRUE(loop->addSource(first, kCFRunLoopDefaultMode));

@@ -48,12 +48,15 @@ ConnectingCost connectWithTheLibrary(std::size_t devices) {
     return costOf([devices](const std::function<void()>& mark) {
         KernelApplication application;
         application.manager.reset();
+        const auto isDone = [&] { return application.listener->connected == devices; };
+        application.listener->onConnected = [&](const auto&) {
+            if (isDone()) {
+                mark();
+            }
+        };
         mark();
         application.manager = QZGCHIDManager::create(application.configuration, application.platform);
-        const bool isDone =
-            application.setUp() && application.turnUntil([&] { return application.listener->connected == devices; });
-        mark();
-        return isDone;
+        return application.setUp() && application.turnUntil(isDone);
     });
 }
 

@@ -3,6 +3,7 @@
 
 #include "tests/kernel/support/HIDNodes.h"
 
+#include <chrono>
 #include <memory>
 
 namespace qz::tests {
@@ -15,14 +16,18 @@ public:
     Reader& operator=(const Reader&) = delete;
     virtual ~Reader() = default;
 
-    /// Waits until the change of a button has arrived. Throws when none does.
-    virtual void receive() = 0;
+    using Clock = std::chrono::steady_clock;
+
+    /// Waits until the change of a button has arrived, and answers when the program had it. Throws when none does.
+    virtual Clock::time_point receive() = 0;
 };
 
 /// Polls the node and reads it: what every reader has to do at least.
 std::unique_ptr<Reader> makeBareReader(const HIDNodes& nodes);
-/// The library, up to the delegate's call.
+/// The library, up to the delegate's call, in a program that waits in the library's run loop.
 std::unique_ptr<Reader> makeLibraryReader(const HIDNodes& nodes);
+/// The library in a program that polls the run loop's descriptor from a loop of its own.
+std::unique_ptr<Reader> makePollingLibraryReader(const HIDNodes& nodes);
 /// SDL2, up to the event.
 std::unique_ptr<Reader> makeSDLReader(const HIDNodes& nodes);
 

@@ -96,8 +96,7 @@ struct Samples {
             const auto start = Clock::now();
             pad.sendAgain();
             const auto written = Clock::now();
-            reader->receive();
-            const auto end = Clock::now();
+            const auto end = reader->receive();
             if (i >= 0) {
                 ready.push_back(microseconds(end - start));
                 afterWriting.push_back(microseconds(end - written));
@@ -123,8 +122,7 @@ struct Samples {
             }
         });
         for (int i = -warmUp; i < count; ++i) {
-            reader->receive();
-            const auto end = Clock::now();
+            const auto end = reader->receive();
             if (i >= 0) {
                 waiting.push_back(microseconds(end - start.load()));
             }
@@ -139,8 +137,9 @@ void measureReports(Limits& limits) {
     constexpr int rounds = 9;
     constexpr int reports = 100;
     CounterPad pad("speed");
-    std::array<Samples, 3> all{{{"bare poll and read", makeBareReader},
+    std::array<Samples, 4> all{{{"bare poll and read", makeBareReader},
                                 {"the library, until the delegate's call", makeLibraryReader},
+                                {"the same inside another loop's poll", makePollingLibraryReader},
                                 {"SDL2, until its event", makeSDLReader}}};
     for (int round = 0; round < rounds; ++round) {
         for (Samples& samples : all) {
@@ -152,13 +151,16 @@ void measureReports(Limits& limits) {
     }
     const Samples& bare = all[0];
     const Samples& library = all[1];
-    const Samples& sdl = all[2];
+    const Samples& polling = all[2];
+    const Samples& sdl = all[3];
     tellFormatted("From writing a report until a reader that waits for it has it, medians of %d:", rounds * reports);
     for (const Samples& samples : all) {
         tellFormatted("  %-40s %7.1f us", samples.name, median(samples.waiting));
     }
     limits.check("library : bare", median(library.waiting) / median(bare.waiting), 1.25);
     limits.check("library : SDL2", median(library.waiting) / median(sdl.waiting), 1.0);
+    tellFormatted("  inside another loop's poll : bare %.2f, : SDL2 %.2f",
+                  median(polling.waiting) / median(bare.waiting), median(polling.waiting) / median(sdl.waiting));
     tellFormatted("The same when the report is there before the reader looks, in one thread:");
     for (Samples& samples : all) {
         tellFormatted("  %-40s %7.1f us, of which %6.1f after the writing, in %zu system calls", samples.name,
