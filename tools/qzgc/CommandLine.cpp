@@ -31,7 +31,7 @@ CLI::App& CommandLine::addCommand(const char* name, const char* summary, Command
     return added;
 }
 
-void CommandLine::addPreferencesOptions(CLI::App& command) {
+void CommandLine::addApplicationOptions(CLI::App& command) {
     command
         .add_option("--application", session_.application,
                     "Whose preferences are read and edited: the application's identifier. Without it, qzgc's own")
@@ -46,7 +46,11 @@ void CommandLine::addPreferencesOptions(CLI::App& command) {
 }
 
 void CommandLine::addSessionOptions(CLI::App& command) {
-    addPreferencesOptions(command);
+    addApplicationOptions(command);
+    addFrom(command);
+}
+
+void CommandLine::addFrom(CLI::App& command) {
     command
         .add_option("--from", session_.from,
                     "Take the devices of this recording, and what they sent, in place of what is attached; - is the "
@@ -116,7 +120,7 @@ void CommandLine::addPlot() {
                     "the standard output")
         ->type_name("FILE.svg")
         ->check(faultOfEmpty);
-    addPreferencesOptions(command);
+    addApplicationOptions(command);
 }
 
 void CommandLine::addSimulate() {

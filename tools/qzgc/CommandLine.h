@@ -24,8 +24,9 @@ private:
     using Command = std::function<ExitStatus()>;
 
     CLI::App& addCommand(const char* name, const char* summary, Command command);
-    void addPreferencesOptions(CLI::App& command);
+    void addApplicationOptions(CLI::App& command);
     void addSessionOptions(CLI::App& command);
+    void addFrom(CLI::App& command);
     void addDevice(CLI::App& command);
     void addJSON(CLI::App& command);
 
