@@ -16,7 +16,7 @@ export CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 # shellcheck disable=SC2034 # used by the commands
 build_needs=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libncurses-dev)
 # shellcheck disable=SC2034
-test_needs=("${build_needs[@]}" pkg-config libgtest-dev libgmock-dev zsh)
+test_needs=("${build_needs[@]}" pkg-config libgtest-dev libgmock-dev tmux procps zsh)
 
 say() { printf '\n== %s\n' "$*"; }
 
@@ -70,6 +70,7 @@ is_provided() {
     libncurses-dev) has_header ncursesw/curses.h || has_header ncurses.h ;;
     libsdl2-dev) has_header SDL2/SDL.h ;;
     qemu-system-x86) has_command qemu-system-x86_64 ;;
+    procps) has_command pgrep ;;
     busybox-static) has_command busybox && ! ldd "$(command -v busybox)" >/dev/null 2>&1 ;;
     kmod) has_command depmod && has_command modprobe ;;
     udev) [[ -x /lib/systemd/systemd-udevd ]] ;;

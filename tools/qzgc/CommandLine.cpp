@@ -5,6 +5,8 @@
 #include "tools/qzgc/Simulate.h"
 #include "tools/qzgc/commands/Elements.h"
 #include "tools/qzgc/commands/List.h"
+#include "tools/qzgc/commands/Monitor.h"
+#include "tools/qzgc/commands/Record.h"
 
 namespace qz::tools {
 
@@ -21,7 +23,11 @@ CommandLine::CommandLine() : app_("Shows, calibrates, maps, records, replays and
     app_.set_version_flag("--version", std::string(QZGameControllerVersionString), "Print the version and exit");
     addList();
     addElements();
+    addMonitor();
+    addRecord();
+    addReplay();
     addPlot();
+    addMap();
     addSimulate();
 }
 
@@ -31,7 +37,7 @@ CLI::App& CommandLine::addCommand(const char* name, const char* summary, Command
     return added;
 }
 
-void CommandLine::addApplicationOptions(CLI::App& command) {
+void CommandLine::addPreferencesOptions(CLI::App& command) {
     command
         .add_option("--application", session_.application,
                     "Whose preferences are read and edited: the application's identifier. Without it, qzgc's own")
@@ -46,7 +52,7 @@ void CommandLine::addApplicationOptions(CLI::App& command) {
 }
 
 void CommandLine::addSessionOptions(CLI::App& command) {
-    addApplicationOptions(command);
+    addPreferencesOptions(command);
     addFrom(command);
 }
 
@@ -68,6 +74,10 @@ void CommandLine::addDevice(CLI::App& command) {
 
 void CommandLine::addJSON(CLI::App& command) {
     command.add_flag("--json", json_, "Print JSON for scripts");
+}
+
+void CommandLine::addFast(CLI::App& command) {
+    command.add_flag("--fast", session_.fast, "Play the recording without waiting");
 }
 
 void CommandLine::addList() {
@@ -95,6 +105,60 @@ void CommandLine::addElements() {
     addJSON(command);
 }
 
+void CommandLine::addSeconds(CLI::App& command) {
+    command.add_option("--seconds", session_.seconds, "End after this time; with --fast, of the recording")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(0.001, 1e9));
+}
+
+void CommandLine::addEventOptions(CLI::App& command) {
+    CLI::Option* const lines = command.add_flag("--lines", lines_, "Print a line for each event, on a terminal too");
+    command.add_flag("--json", json_, "Print a JSON object for each event")->excludes(lines);
+    command.add_flag("--raw", raw_, "Print raw values too, beside those of actions");
+}
+
+ExitStatus CommandLine::runMonitor() const {
+    return monitor({.session = session_, .device = device_, .lines = lines_, .json = json_, .raw = raw_});
+}
+
+void CommandLine::addMonitor() {
+    CLI::App& command = addCommand(
+        "monitor", "Shows live what controllers do: in a view that fills the terminal, or an event to a line.",
+        [this] { return runMonitor(); });
+    command.add_option("DEVICE", device_,
+                       "Only controllers with this instance ID, this type ID or this text in their name");
+    addEventOptions(command);
+    addSeconds(command);
+    addSessionOptions(command);
+    addFast(command);
+}
+
+void CommandLine::addRecord() {
+    CLI::App& command = addCommand("record", "Records controllers and all they send, as they come and go.", [this] {
+        return record({.session = session_, .file = file_, .device = device_, .force = force_});
+    });
+    command.add_option("FILE", file_, "The recording to write; - is the standard output")->required();
+    command.add_option("DEVICE", device_,
+                       "Only controllers with this instance ID, this type ID or this text in their name");
+    command.add_flag("--force", force_, "Overwrite a file that is there already");
+    addSeconds(command);
+    addFrom(command);
+    addFast(command);
+}
+
+void CommandLine::addReplay() {
+    CLI::App& command =
+        addCommand("replay", "Plays a recording through the whole library, and shows it as monitor does.",
+                   [this] { return runMonitor(); });
+    command.add_option("FILE", session_.from, "The recording; - is the standard input")->required();
+    command.add_option("DEVICE", device_,
+                       "Only controllers with this instance ID, this type ID or this text in their name");
+    addEventOptions(command);
+    addSeconds(command);
+    addPreferencesOptions(command);
+    addFast(command);
+}
+
 void CommandLine::addPlot() {
     CLI::App& command = addCommand("plot",
                                    "Draws a recording over time, with its controls and the actions that they trigger, "
@@ -120,7 +184,45 @@ void CommandLine::addPlot() {
                     "the standard output")
         ->type_name("FILE.svg")
         ->check(faultOfEmpty);
-    addApplicationOptions(command);
+    addPreferencesOptions(command);
+}
+
+/// Edits are made in the order of the command line, whatever options they come from.
+void CommandLine::addEdit(CLI::App& command, const char* name, MapEdit::Kind kind, const char* value,
+                          const char* description) {
+    command
+        .add_option_function<std::string>(
+            name,
+            [this, kind](const std::string& text) {
+                edits_.push_back({kind, text});
+            },
+            description)
+        ->type_name(value)
+        ->trigger_on_parse();
+}
+
+void CommandLine::addMap() {
+    CLI::App& command =
+        addCommand("map", "Shows and changes which action each control of a controller triggers.", [this] {
+            return mapControls({.session = session_, .device = device_, .edits = edits_, .show = show_, .json = json_});
+        });
+    addDevice(command);
+    addEdit(command, "--set", MapEdit::Kind::Set, "CONTROL=ACTION", "Let the control trigger the action");
+    addEdit(command, "--clear", MapEdit::Kind::Clear, "CONTROL", "Let the control trigger nothing");
+    addEdit(command, "--reverse", MapEdit::Kind::Reverse, "CONTROL", "Let the control work in the reversed direction");
+    addEdit(command, "--straight", MapEdit::Kind::Straight, "CONTROL", "Let it work in its own direction");
+    command
+        .add_flag_callback(
+            "--reset",
+            [this] {
+                edits_.push_back({MapEdit::Kind::Reset, ""});
+            },
+            "Go back to the default mapping")
+        ->trigger_on_parse();
+    command.add_flag("--show", show_, "Print the mapping, also after edits");
+    addSessionOptions(command);
+    addFast(command);
+    addJSON(command);
 }
 
 void CommandLine::addSimulate() {

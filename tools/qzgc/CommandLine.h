@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/qzgc/ExitStatus.h"
+#include "tools/qzgc/commands/Map.h"
 #include "tools/qzgc/commands/Plot.h"
 #include "tools/qzgc/session/Session.h"
 
@@ -24,16 +25,26 @@ private:
     using Command = std::function<ExitStatus()>;
 
     CLI::App& addCommand(const char* name, const char* summary, Command command);
-    void addApplicationOptions(CLI::App& command);
+    void addPreferencesOptions(CLI::App& command);
     void addSessionOptions(CLI::App& command);
     void addFrom(CLI::App& command);
+    void addFast(CLI::App& command);
+    void addSeconds(CLI::App& command);
+    void addEventOptions(CLI::App& command);
     void addDevice(CLI::App& command);
     void addJSON(CLI::App& command);
+    void addEdit(CLI::App& command, const char* name, MapEdit::Kind kind, const char* value, const char* description);
 
     void addList();
     void addElements();
+    void addMonitor();
+    void addRecord();
+    void addReplay();
     void addPlot();
+    void addMap();
     void addSimulate();
+
+    ExitStatus runMonitor() const;
 
     CLI::App app_;
     Command chosen_;
@@ -45,6 +56,11 @@ private:
     std::optional<std::string> descriptor_;
     PlotOptions plot_;
     bool json_ = false;
+    bool force_ = false;
+    bool lines_ = false;
+    bool raw_ = false;
+    std::vector<MapEdit> edits_;
+    bool show_ = false;
 };
 
 } // namespace qz::tools

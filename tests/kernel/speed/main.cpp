@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/kernel/speed/Connecting.h"
 #include "tests/kernel/speed/Costs.h"
+#include "tests/kernel/speed/Listing.h"
 #include "tests/kernel/speed/Readers.h"
 #include "tests/kernel/support/CounterPad.h"
 #include "tests/kernel/support/Results.h"
@@ -168,13 +169,20 @@ void measureReports(Limits& limits) {
                   median(library.ready) / median(sdl.ready), median(library.afterWriting) / median(sdl.afterWriting));
 }
 
-void measureConnecting(Limits& limits) {
-    constexpr int rounds = 15;
-    constexpr std::size_t devices = 20;
+constexpr std::size_t manyPads = 20;
+
+std::vector<CounterPad> plugManyPads() {
     std::vector<CounterPad> pads;
-    for (std::size_t i = 0; i < devices; ++i) {
+    for (std::size_t i = 0; i < manyPads; ++i) {
         pads.emplace_back("connecting", std::to_string(i));
     }
+    return pads;
+}
+
+void measureConnecting(Limits& limits) {
+    constexpr int rounds = 15;
+    constexpr std::size_t devices = manyPads;
+    const std::vector<CounterPad> pads = plugManyPads();
     std::vector<double> bareTimes;
     std::vector<double> libraryTimes;
     std::vector<double> bareCalls;
@@ -196,6 +204,26 @@ void measureConnecting(Limits& limits) {
     limits.check("library : bare, system calls", median(libraryCalls) / median(bareCalls), 1.5);
 }
 
+void measureListing(Limits& limits) {
+    constexpr int rounds = 21;
+    const std::vector<CounterPad> pads = plugManyPads();
+    const InstalledPrograms programs;
+    std::vector<double> bare;
+    std::vector<double> tool;
+    for (int round = -1; round < rounds; ++round) {
+        const double bareTime = programs.run("kernel_bare_list", "");
+        const double toolTime = programs.run("qzgc", "list");
+        if (round >= 0) {
+            bare.push_back(bareTime);
+            tool.push_back(toolTime);
+        }
+    }
+    tellFormatted("Programs that list %zu controllers, from start to end, medians of %d:", manyPads, rounds);
+    tellFormatted("  %-40s %7.0f us", "bare list, read and open", median(bare));
+    tellFormatted("  %-40s %7.0f us", "qzgc list", median(tool));
+    limits.check("qzgc list : bare", median(tool) / median(bare), 1.5);
+}
+
 } // namespace
 } // namespace qz::tests
 
@@ -206,6 +234,7 @@ int main(int argc, char** argv) {
     try {
         qz::tests::measureReports(limits);
         qz::tests::measureConnecting(limits);
+        qz::tests::measureListing(limits);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 1;

@@ -51,6 +51,8 @@ protected:
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
+    const std::filesystem::path& directory() const noexcept { return directory_; }
+
 private:
     std::filesystem::path directory_ =
         std::filesystem::temp_directory_path() / ("qzgc-command-line-" + std::to_string(getpid()) + "-" +

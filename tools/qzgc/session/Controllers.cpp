@@ -20,12 +20,6 @@ std::string lowerCase(std::string_view text) {
     return lower;
 }
 
-std::string withoutControlCharacters(std::string text) {
-    std::ranges::replace_if(
-        text, [](unsigned char each) { return each < ' ' || each == 0x7f; }, ' ');
-    return text;
-}
-
 std::string listText(const std::vector<ControllerIdentity>& identities) {
     std::string text;
     for (const ControllerIdentity& each : identities) {
@@ -94,6 +88,12 @@ ControllerIdentity chosenOf(const IdentityListener& listener, const SessionOptio
 }
 
 } // namespace
+
+std::string withoutControlCharacters(std::string text) {
+    std::ranges::replace_if(
+        text, [](unsigned char each) { return each < ' ' || each == 0x7f; }, ' ');
+    return text;
+}
 
 ControllerIdentity identityOf(const QZHIDDevice& device) {
     const QZHIDUserPrefIDs ids = device.userPrefIDs();

@@ -25,6 +25,9 @@ ControllerIdentity identityOf(const QZHIDDevice& device);
 /// The same of one that has not been admitted yet.
 ControllerIdentity identityOf(QZGCHIDManager& manager, platform::IOHIDDeviceRef device);
 
+/// `text` on one line: with blanks in place of control characters.
+std::string withoutControlCharacters(std::string text);
+
 /// Whether DEVICE on the command line means this controller: its instance ID or its type ID, or a part of its name in
 /// any case. An empty text means any.
 bool isMeant(std::string_view text, const ControllerIdentity& identity);

@@ -81,14 +81,21 @@ void EventLoop::after(std::chrono::milliseconds delay, Handler handler) {
     timers_.push_back({Clock::now() + delay, std::chrono::milliseconds(0), std::move(handler)});
 }
 
+void EventLoop::endAfter(const SessionOptions& options) {
+    if (options.seconds && !options.fast) {
+        const std::chrono::duration<double> delay(*options.seconds);
+        after(std::chrono::ceil<std::chrono::milliseconds>(delay), [this] { stop(); });
+    }
+}
+
 EventLoop::End EventLoop::run() {
     end_.reset();
     while (!end_) {
+        if (!staysAfterSource_ && source_.hasEnded()) {
+            return End::SourceEnded; // before waiting: turns taken elsewhere may have ended it already
+        }
         wait();
         runTimers();
-        if (!end_ && !staysAfterSource_ && source_.hasEnded()) {
-            end_ = End::SourceEnded;
-        }
     }
     return *end_;
 }

@@ -8,6 +8,8 @@
 
 namespace qz::tools {
 
+struct SessionOptions;
+
 /// What runs a command that follows its devices: waits for the source, for other descriptors, for the time and for
 /// signals. One at a time; it takes SIGINT, SIGTERM, SIGHUP and SIGWINCH over while it exists, but for those that were
 /// ignored before, and ignores SIGPIPE.
@@ -37,6 +39,9 @@ public:
     void every(std::chrono::milliseconds interval, Handler handler);
     /// Calls it once.
     void after(std::chrono::milliseconds delay, Handler handler);
+
+    /// Ends `run` when the time is up that the options give. A recording that is played without waiting ends by itself.
+    void endAfter(const SessionOptions& options);
 
     /// Without this, `run` ends when the source has.
     void staysAfterSource() noexcept { staysAfterSource_ = true; }

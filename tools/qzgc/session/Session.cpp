@@ -5,6 +5,7 @@
 #include "tools/qzgc/TextFile.h"
 #include "tools/qzgc/session/Actions.h"
 
+#include <algorithm>
 #include <iostream>
 
 namespace qz::tools {
@@ -13,6 +14,14 @@ using namespace platform;
 
 namespace {
 
+/// Without waiting only the recording's own time can tell what a limit leaves out.
+void cutAfter(platform::Recording& recording, std::chrono::duration<double> limit) {
+    const auto tooLate = std::ranges::find_if(recording.events, [&](const platform::RecordedEvent& event) {
+        return event.time - recording.events.front().time > limit;
+    });
+    recording.events.erase(tooLate, recording.events.end());
+}
+
 std::unique_ptr<Source> makeSource(const SessionOptions& options) {
     if (options.from.empty()) {
         if (options.fast) {
@@ -20,13 +29,26 @@ std::unique_ptr<Source> makeSource(const SessionOptions& options) {
         }
         return makeMachineSource();
     }
-    return makeRecordingSource(readRecordingFile(options.from), options.fast ? Pace::Fast : Pace::RealTime);
+    platform::Recording recording = readRecordingFile(options.from);
+    if (options.fast && options.seconds) {
+        cutAfter(recording, std::chrono::duration<double>(*options.seconds));
+    }
+    return makeRecordingSource(std::move(recording), options.fast ? Pace::Fast : Pace::RealTime);
 }
 
 /// A session may be one of several in this process: the preferences are those of the first one's application.
 void choosePreferences(UserDefaults& defaults, const SessionOptions& options) {
     if (!options.application.empty() && !defaults.setApplicationIdentifier(options.application)) {
         throw WrongUse("--application " + options.application + ": " + defaults.lastError());
+    }
+}
+
+/// A command that looks for a controller first has two sessions, and one message is enough.
+void warn(const std::string& warning) {
+    static std::string last;
+    if (!warning.empty() && warning != last) {
+        std::cerr << "qzgc: " << warning << '\n';
+        last = warning;
     }
 }
 
@@ -50,9 +72,7 @@ Session::Session(const SessionOptions& options) : source_(makeSource(options)) {
     const ActionNames names = options.actions.empty() ? builtInActions() : readActionsFile(options.actions);
     choosePreferences(platform().userDefaults(), options);
     configuration_ = makeConfigurationManager(names, platform());
-    if (const std::string warning = platform().userDefaults().lastError(); !warning.empty()) {
-        std::cerr << "qzgc: " << warning << '\n';
-    }
+    warn(platform().userDefaults().lastError());
     manager_ = QZGCHIDManager::create(configuration_, platform());
 }
 

@@ -5,6 +5,7 @@
 #include "tools/qzgc/session/Source.h"
 
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -24,10 +25,11 @@ public:
 
 /// What the commands have in common on the command line.
 struct SessionOptions {
-    std::string application; ///< whose preferences are read and edited; empty: the tool's own
-    std::string actions;     ///< file with the application's actions; empty: a built-in set
-    std::string from;        ///< recording whose devices take the place of this machine's; empty: the machine's
-    bool fast = false;       ///< whether a recording is played without waiting
+    std::string application = {}; ///< whose preferences are read and edited; empty: the tool's own
+    std::string actions = {};     ///< file with the application's actions; empty: a built-in set
+    std::string from = {};        ///< recording whose devices take the place of this machine's; empty: the machine's
+    bool fast = false;            ///< whether a recording is played without waiting
+    std::optional<double> seconds = std::nullopt; ///< how long a command follows its devices, where it has such a limit
 };
 
 /// A delegate that admits everything and passes over all else; commands override what they need.

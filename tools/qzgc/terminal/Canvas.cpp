@@ -93,6 +93,12 @@ void Canvas::line(int row, int from, int to, Style style) {
     }
 }
 
+void Canvas::copyRow(int row, const Canvas& from, int fromRow) {
+    for (int column = 0; column < std::min(columns_, from.columns_); ++column) {
+        cells_[index(row, column)] = from.cell(fromRow, column);
+    }
+}
+
 std::string Canvas::text() const {
     std::string text;
     for (int row = 0; row < rows_; ++row) {

@@ -48,6 +48,9 @@ public:
     /// A horizontal line, from a column to before another.
     void line(int row, int from, int to, Style style = {});
 
+    /// Puts a row of another page, which is as wide, in the place of one of this.
+    void copyRow(int row, const Canvas& from, int fromRow);
+
     const Cell& cell(int row, int column) const { return cells_[index(row, column)]; }
 
     /// The page as lines of text without the blanks at their ends, and without its styles.

@@ -3,6 +3,7 @@
 
 #include "tools/qzgc/session/Session.h"
 
+#include <algorithm>
 #include <array>
 #include <clocale>
 #include <csignal>
@@ -25,6 +26,11 @@ namespace {
 
 constexpr std::array faults = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
 
+constexpr const char* cannotShow =
+    "this terminal cannot show full-screen views: set TERM to what it is, or use --lines";
+
+SCREEN* screen = nullptr;
+
 /// What a handler needs to give the terminal back without ncurses, which no handler may call.
 termios settingsBefore{};
 std::array<char, 256> leavingText{};
@@ -38,22 +44,31 @@ extern "C" void leaveTerminalAndDie(int number) {
     ::raise(number);
 }
 
-void addToLeavingText(const char* capability) {
-    const char* const sequence = ::tigetstr(capability);
-    if (sequence == nullptr || sequence == reinterpret_cast<const char*>(-1)) {
-        return;
-    }
-    const std::size_t length = std::strlen(sequence);
+/// The control sequence of the terminal with this name; null where it has none.
+const char* capability(const char* name) {
+    const char* const sequence = ::tigetstr(name);
+    return sequence != reinterpret_cast<const char*>(-1) ? sequence : nullptr;
+}
+
+void addToLeavingText(const char* name) {
+    const char* const sequence = capability(name);
+    const std::size_t length = sequence != nullptr ? std::strlen(sequence) : 0;
     if (leavingLength + length <= leavingText.size()) {
-        std::memcpy(leavingText.data() + leavingLength, sequence, length);
+        std::copy_n(sequence, length, leavingText.begin() + static_cast<std::ptrdiff_t>(leavingLength));
         leavingLength += length;
     }
 }
 
+void leave() {
+    ::endwin();
+    ::delscreen(screen);
+    screen = nullptr;
+}
+
 void prepareForFaults() {
     leavingLength = 0;
-    for (const char* const capability : {"sgr0", "rmkx", "cnorm", "rmcup"}) {
-        addToLeavingText(capability);
+    for (const char* const name : {"sgr0", "rmkx", "cnorm", "rmcup"}) {
+        addToLeavingText(name);
     }
     struct sigaction action {};
     action.sa_handler = leaveTerminalAndDie;
@@ -97,8 +112,13 @@ Screen::Screen() {
     std::setlocale(LC_CTYPE, "");
     unicode_ = std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
     ::tcgetattr(STDIN_FILENO, &settingsBefore);
-    if (::newterm(nullptr, stdout, stdin) == nullptr) {
-        throw Failure("this terminal cannot show full-screen views: set TERM to what it is, or use --lines");
+    screen = ::newterm(nullptr, stdout, stdin);
+    if (screen == nullptr) {
+        throw Failure(cannotShow);
+    }
+    if (capability("cup") == nullptr) { // no way to put anything in its place
+        leave();
+        throw Failure(cannotShow);
     }
     prepareForFaults();
     hasColours_ = ::has_colors();
@@ -114,7 +134,7 @@ Screen::Screen() {
 }
 
 Screen::~Screen() {
-    ::endwin();
+    leave();
     for (std::size_t i = 0; i < faults.size(); ++i) {
         ::sigaction(faults[i], &before[i], nullptr);
     }
@@ -132,21 +152,33 @@ void Screen::resize() {
     winsize size{};
     if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0) {
         ::resizeterm(size.ws_row, size.ws_col);
+        shown_.reset();
     }
 }
 
 void Screen::show(const Canvas& canvas) {
-    ::erase();
+    const bool isSameSize = shown_ && shown_->rows() == canvas.rows() && shown_->columns() == canvas.columns();
+    if (!isSameSize) {
+        ::erase();
+    }
+    bool any = !isSameSize;
     for (int row = 0; row < canvas.rows(); ++row) {
-        ::move(row, 0);
         for (int column = 0; column < canvas.columns(); ++column) {
-            const Canvas::Cell& cell = canvas.cell(row, column);
-            ::attrset(static_cast<int>(attributesOf(cell.style, hasColours_)));
-            ::addstr(cell.text.c_str());
+            if (!isSameSize || canvas.cell(row, column) != shown_->cell(row, column)) {
+                showCell(row, column, canvas.cell(row, column));
+                any = true;
+            }
         }
     }
-    ::attrset(A_NORMAL);
-    ::refresh();
+    if (any) {
+        ::refresh();
+        shown_ = canvas;
+    }
+}
+
+void Screen::showCell(int row, int column, const Canvas::Cell& cell) {
+    ::attrset(static_cast<int>(attributesOf(cell.style, hasColours_)));
+    ::mvaddstr(row, column, cell.text.c_str());
 }
 
 std::optional<int> Screen::takeKey() {
@@ -177,6 +209,8 @@ std::optional<int> Screen::takeKey() {
         return keyEnd;
     case KEY_BACKSPACE:
         return keyBackspace;
+    case KEY_BTAB:
+        return keyBackTab;
     case KEY_ENTER:
         return keyEnter;
     default:
@@ -185,9 +219,13 @@ std::optional<int> Screen::takeKey() {
 }
 
 bool Screen::isGone() const {
-    // A terminal without anything to read says so by having nothing to report; one that has gone is always readable.
     pollfd input{STDIN_FILENO, POLLIN, 0};
-    return ::poll(&input, 1, 0) > 0;
+    if (::poll(&input, 1, 0) <= 0) {
+        return false;
+    }
+    // Readable without anything to read; a key may have come since `takeKey` looked.
+    int waiting = 0;
+    return (input.revents & POLLIN) == 0 || ::ioctl(STDIN_FILENO, FIONREAD, &waiting) != 0 || waiting == 0;
 }
 
 } // namespace qz::tools

@@ -12,12 +12,24 @@ bool outputIsTerminal();
 bool inputIsTerminal();
 
 /// Keys that are no characters.
-enum Key : int { keyUp = 0x110000, keyDown, keyLeft, keyRight, keyPageUp, keyPageDown, keyHome, keyEnd, keyBackspace };
+enum Key : int {
+    keyUp = 0x110000,
+    keyDown,
+    keyLeft,
+    keyRight,
+    keyPageUp,
+    keyPageDown,
+    keyHome,
+    keyEnd,
+    keyBackspace,
+    keyBackTab
+};
 inline constexpr int keyEnter = '\n';
 inline constexpr int keyEscape = 27;
 
-/// The terminal in full-screen mode, from construction to destruction. One at a time. The terminal gets back what it
-/// had on every way out, a fatal error of the library and a fault of the program included.
+/// The terminal in full-screen mode, from construction to destruction. One at a time, and after the EventLoop: signals
+/// that it has taken over are left alone. Control-Z stops the process as ever. The terminal gets back what it had on
+/// every way out, a fatal error of the library and a fault of the program included.
 class Screen {
 public:
     /// Throws Failure when the terminal cannot do it.
@@ -34,6 +46,7 @@ public:
     /// Takes the terminal's new size over.
     void resize();
 
+    /// Only what has changed goes to the terminal.
     void show(const Canvas& canvas);
 
     /// The next key that has been pressed: a character's code point, or a Key; nothing when there is none yet.
@@ -43,8 +56,11 @@ public:
     bool isGone() const;
 
 private:
+    void showCell(int row, int column, const Canvas::Cell& cell);
+
     bool unicode_ = false;
     bool hasColours_ = false;
+    std::optional<Canvas> shown_; ///< nothing when the terminal may show anything
 };
 
 } // namespace qz::tools

@@ -1,0 +1,82 @@
+# shellcheck shell=bash
+# SPDX-License-Identifier: MIT
+# What the tests of full-screen views share: a terminal that nobody looks at, with a private server of tmux. Nothing waits
+# for a fixed time; what is waited for has a deadline, and the screen is printed when it passes.
+set -euo pipefail
+
+tool=$1
+data=$2
+work=$(mktemp -d)
+socket=
+terminals=0
+export LC_ALL=${LC_ALL:-C.UTF-8} TERM=xterm-256color XDG_CONFIG_HOME=$work/config
+unset TMUX
+
+tmux_do() { tmux -L "$socket" -f /dev/null "$@"; }
+
+clean_up() {
+    tmux_do kill-server 2>/dev/null || true
+    rm -rf -- "$work"
+}
+trap clean_up EXIT
+
+fail() {
+    printf 'FAILED: %s\n' "$*" >&2
+    printf -- '---- the screen ----\n' >&2
+    screen >&2 || true
+    exit 1
+}
+
+screen() { tmux_do capture-pane -p; }
+
+# start COLUMNS ROWS COMMAND: a terminal of that size with a shell in it, which runs the command.
+start() {
+    socket=qzgc-test-$$-$((++terminals)) # its own: the server of an earlier one may still be ending
+    tmux_do new-session -d -x "$1" -y "$2" 'PS1="ready> " exec sh'
+    wait_for 'ready>'
+    type_line "$3"
+}
+
+type_line() { tmux_do send-keys -l "$1" && tmux_do send-keys Enter; }
+press() { tmux_do send-keys "$@"; }
+resize() { tmux_do resize-window -x "$1" -y "$2"; }
+end() { tmux_do kill-server; }
+
+# until_true SECONDS COMMAND...: waits until the command succeeds.
+until_true() {
+    local deadline=$((SECONDS + $1))
+    shift
+    until "$@"; do
+        [[ $SECONDS -lt $deadline ]] || return 1
+        sleep 0.02
+    done
+}
+
+shows() { screen | grep -qF -- "$1"; }
+shows_not() { ! shows "$1"; }
+wait_for() { until_true 20 shows "$1" || fail "never showed: $1"; }
+wait_until_gone() { until_true 20 shows_not "$1" || fail "still shows: $1"; }
+has_ended() { ! kill -0 "$1" 2>/dev/null; }
+
+# tool_process: the process of the tool in the terminal.
+tool_process() { pgrep -P "$(tmux_do display-message -p '#{pane_pid}')" -x qzgc; }
+
+# expect_terminal_restored STATUS: after the end of the tool the shell has its screen, its echo and its cursor again.
+expect_terminal_restored() {
+    wait_for 'ready>'
+    type_line "echo status=\$? ; stty -a | tr ';' '\n' | grep -oE -- '-?(echo|icanon)( |\$)' | tr -d '\n'; echo ."
+    wait_for "status=$1"
+    wait_for 'icanon echo .'
+    [[ $(tmux_do display-message -p '#{alternate_on} #{cursor_flag}') == '0 1' ]] ||
+        fail "the screen or the cursor is not what it was: $(tmux_do display-message -p '#{alternate_on} #{cursor_flag}')"
+}
+
+# expect_screen FILE: the screen, without blanks at the ends of lines.
+expect_screen() {
+    local expected=$1
+    is_expected() { [[ $(screen | sed -e 's/ *$//') == "$(cat -- "$expected")" ]]; }
+    until_true 20 is_expected || {
+        screen | sed -e 's/ *$//' | diff -u -- "$expected" - >&2 || true
+        fail "the screen is not that of $expected"
+    }
+}

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/commands/MapTerminal.h"
+
+#include "tools/qzgc/commands/MapView.h"
+#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/terminal/TerminalLoop.h"
+
+#include <iostream>
+
+namespace qz::tools {
+
+namespace {
+
+/// Tells the editor what the chosen controller does, once there is one.
+class MapListener final : public ChosenControllerListener {
+public:
+    using ChosenControllerListener::ChosenControllerListener;
+
+    void hidManagerDeviceConnected(QZGCHIDManager& /*manager*/, const std::shared_ptr<QZHIDDevice>& device) override {
+        for (const auto& each : elementsOf(*device)) {
+            letEverythingThrough(*each);
+        }
+        if (editor != nullptr) {
+            editor->pluggedIn(device, now());
+            loop->wake();
+        }
+    }
+
+    void hidManagerDeviceDisconnected(QZGCHIDManager& /*manager*/,
+                                      const std::shared_ptr<QZHIDDevice>& device) override {
+        if (device && editor != nullptr) {
+            editor->unplugged();
+            loop->wake();
+        }
+    }
+
+    void hidManagerElementNewRawValue(QZGCHIDManager& /*manager*/, const std::shared_ptr<QZHIDElement>& element,
+                                      std::int64_t newRawValue) override {
+        letEverythingThrough(*element);
+        if (editor != nullptr) {
+            editor->see(*element, newRawValue, now());
+        }
+    }
+
+    static MapEditor::Time now() {
+        return std::chrono::duration_cast<MapEditor::Time>(Clock::now().time_since_epoch());
+    }
+
+    MapEditor* editor = nullptr;
+    TerminalLoop* loop = nullptr;
+
+private:
+    /// What is out of the calibrated range, or a hat's centre, normalises to an end of the scale like the value before
+    /// it; no value equals this one.
+    static void letEverythingThrough(QZHIDElement& element) { element.setLastReportedValue(-1.0); }
+};
+
+std::string save(Session& session) {
+    session.configuration()->saveUserDefaults();
+    try {
+        session.expectSaved();
+    } catch (const Failure& failure) {
+        return failure.what();
+    }
+    return "";
+}
+
+} // namespace
+
+ExitStatus mapOnTerminal(const SessionOptions& options, const std::string& device) {
+    const auto listener = std::make_shared<MapListener>(chooseController(options, device));
+    Session session(options);
+    session.manager().setReportRawValues(true);
+    session.manager().setReportMappedValues(false);
+    session.start(listener);
+    session.settle();
+    const auto devices = session.manager().devices();
+    if (devices.empty()) {
+        throw Failure("the controller has gone; attach it again");
+    }
+    Mapping mapping(session.configuration(), devices.front());
+    MapEditor editor(mapping, [&] { return save(session); });
+    TerminalLoop* running = nullptr;
+    TerminalLoop loop(
+        session.source(),
+        [&](Canvas& canvas) {
+            editor.tick(MapListener::now());
+            running->stayAwake(editor.mode() == MapEditor::Mode::Listening);
+            drawMap(canvas, editor, listener->chosen().name, MapListener::now());
+        },
+        [&](int key) {
+            editor.press(key, MapListener::now());
+            if (editor.hasEnded()) {
+                running->stop();
+            }
+        });
+    running = &loop;
+    listener->editor = &editor;
+    listener->loop = &loop;
+    const EventLoop::End end = loop.run();
+    listener->editor = nullptr;
+    if (end != EventLoop::End::Stopped && editor.isChanged()) {
+        throw Failure("ended before the changes were saved; they are lost");
+    }
+    return exitSuccess;
+}
+
+} // namespace qz::tools

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/commands/Monitor.h"
+
+#include "tools/qzgc/monitor/EventLines.h"
+#include "tools/qzgc/monitor/MonitorScreen.h"
+#include "tools/qzgc/session/EventLoop.h"
+#include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/terminal/Screen.h"
+
+#include <unistd.h>
+
+namespace qz::tools {
+
+namespace {
+
+ExitStatus printEvents(const MonitorOptions& options) {
+    Session session(options.session);
+    EventLoop loop(session.source());
+    Output output(STDOUT_FILENO, "standard output");
+    const auto listener = std::make_shared<EventLines>(
+        EventLines::Options{.device = options.device, .json = options.json, .raw = options.raw},
+        [&] { return session.source().time(); },
+        [&](const std::string& line) {
+            if (!output.write(line)) {
+                loop.stop();
+            }
+        });
+    if (output.isPipe()) {
+        // Whoever has read enough need not wait for one more event.
+        loop.onReadable(STDOUT_FILENO, [&] { loop.stop(); });
+    }
+    loop.endAfter(options.session);
+    session.manager().setReportRawValues(true);
+    session.start(listener);
+    if (loop.run() == EventLoop::End::SourceEnded && listener->connectedSoFar() == 0) {
+        throw Failure(options.device.empty() ? "the recording has no controller that can be used"
+                                             : "the recording has no controller called \"" + options.device +
+                                                   "\"; 'qzgc list --from' names those that it has");
+    }
+    return exitSuccess;
+}
+
+} // namespace
+
+ExitStatus monitor(const MonitorOptions& options) {
+    const bool isView = !options.lines && !options.json && inputIsTerminal() && outputIsTerminal();
+    return isView ? watchControllers(options) : printEvents(options);
+}
+
+} // namespace qz::tools

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/commands/Record.h"
+
+#include "tools/qzgc/TextFile.h"
+#include "tools/qzgc/session/EventLoop.h"
+#include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/session/RecordingListener.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <iostream>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace qz::tools {
+
+namespace {
+
+/// The file that is written to. What has been opened is closed at the latest with it.
+class RecordingFile {
+public:
+    /// Throws WrongUse or FileError.
+    RecordingFile(const std::string& name, bool force) : name_(name) {
+        if (name == "-") {
+            name_ = "standard output";
+            fileDescriptor_ = STDOUT_FILENO;
+            return;
+        }
+        fileDescriptor_ = open(O_EXCL);
+        isNew_ = fileDescriptor_ >= 0;
+        if (fileDescriptor_ < 0 && errno == EEXIST) {
+            if (!force && isRegular()) {
+                throw WrongUse(name + " is there already; name another file, or use --force to overwrite it");
+            }
+            fileDescriptor_ = open(O_TRUNC);
+        }
+        if (fileDescriptor_ < 0) {
+            throw FileError(name, "cannot be written: " + std::generic_category().message(errno));
+        }
+    }
+    RecordingFile(const RecordingFile&) = delete;
+    RecordingFile& operator=(const RecordingFile&) = delete;
+    ~RecordingFile() {
+        if (isOpen()) {
+            ::close(fileDescriptor_);
+        }
+    }
+
+    int fileDescriptor() const noexcept { return fileDescriptor_; }
+    const std::string& name() const noexcept { return name_; }
+
+    /// Some file systems tell only at the end what they could not write. Throws Failure.
+    void close() {
+        if (isOpen() && ::close(std::exchange(fileDescriptor_, -1)) != 0) {
+            throw Failure("cannot write to " + name_ + ": " + std::generic_category().message(errno));
+        }
+    }
+
+    /// Leaves no file where there was none.
+    void discard() {
+        if (isNew_) {
+            ::unlink(name_.c_str());
+        }
+    }
+
+private:
+    bool isOpen() const noexcept { return fileDescriptor_ > STDERR_FILENO; }
+    int open(int flags) const {
+        return ::open(name_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
+    }
+    bool isRegular() const {
+        struct stat status {};
+        return ::stat(name_.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    }
+
+    std::string name_;
+    int fileDescriptor_ = -1;
+    bool isNew_ = false;
+};
+
+std::string countText(std::size_t count, const std::string& noun) {
+    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
+void tellWhatWasRecorded(const RecordingListener& listener, const std::string& name) {
+    std::cerr << "qzgc: recorded " << countText(listener.devices(), "device") << " and "
+              << countText(listener.reports(), "report") << " in " << name << '\n';
+}
+
+void run(Session& session, EventLoop& loop, const std::shared_ptr<RecordingListener>& listener) {
+    listener->takeReports(session.manager());
+    session.start(listener);
+    session.settle();
+    listener->begin();
+    loop.run();
+}
+
+} // namespace
+
+ExitStatus record(const RecordOptions& options) {
+    Session session(options.session);
+    EventLoop loop(session.source());
+    RecordingFile file(options.file, options.force);
+    Output output(file.fileDescriptor(), file.name());
+    const auto listener = std::make_shared<RecordingListener>(
+        options.device, [&] { return session.source().time(); },
+        [&](const std::string& text) {
+            if (!output.write(text)) {
+                loop.stop();
+            }
+        });
+    if (options.session.from.empty()) {
+        listener->announceControllers();
+    }
+    loop.endAfter(options.session);
+    try {
+        run(session, loop, listener);
+    } catch (const Failure&) {
+        tellWhatWasRecorded(*listener, file.name());
+        throw;
+    }
+    file.close();
+    if (listener->devices() == 0) {
+        file.discard();
+        throw Failure("nothing is recorded: no controller was there");
+    }
+    tellWhatWasRecorded(*listener, file.name());
+    return exitSuccess;
+}
+
+} // namespace qz::tools

@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/session/Mapping.h"
+
+#include "tools/qzgc/session/Controllers.h"
+
+#include <algorithm>
+
+namespace qz::tools {
+
+namespace {
+
+using Action = QZGCConfigurationManager::Action;
+using Actions = QZGCConfigurationManager::Actions;
+
+bool contains(const Actions& actions, std::string_view name) {
+    return std::ranges::any_of(actions, [&](const Action& each) { return each.rawValue() == name; });
+}
+
+bool canTriggerActions(const QZHIDElement& element) {
+    return element.isMovingControl() || element.isPushButton() || element.isConsumerElement();
+}
+
+} // namespace
+
+Mapping::Mapping(std::shared_ptr<QZGCConfigurationManager> configuration, std::shared_ptr<QZHIDDevice> device)
+    : configuration_(std::move(configuration)) {
+    setDevice(std::move(device));
+}
+
+void Mapping::setDevice(std::shared_ptr<QZHIDDevice> device) {
+    device_ = std::move(device);
+    configuration_->existingOrDefaultConfiguration(*device_);
+    labels_.clear();
+    const auto all = controlsOf(*device_);
+    for (const auto& each : all) {
+        const std::string name = each->name();
+        const bool isUnique = std::ranges::count_if(all, [&](const auto& other) { return other->name() == name; }) == 1;
+        labels_.emplace_back(each->cookie(), isUnique ? name : name + " (" + std::to_string(each->cookie()) + ')');
+    }
+}
+
+const std::string& Mapping::label(const QZHIDElement& element) const {
+    return std::ranges::find(labels_, element.cookie(), &std::pair<std::int64_t, std::string>::first)->second;
+}
+
+std::optional<std::string> Mapping::action(const QZHIDElement& element) const {
+    const auto action = configuration_->action(element);
+    return action ? std::optional(action->rawValue()) : std::nullopt;
+}
+
+bool Mapping::isReversible(const QZHIDElement& element) const {
+    const auto configuration = configuration_->existingOrDefaultConfiguration(*device_);
+    return configuration->elements().find(element.cookie()) != configuration->elements().end();
+}
+
+MappedControl Mapping::controlOf(const std::shared_ptr<QZHIDElement>& element) const {
+    return {.element = element,
+            .label = label(*element),
+            .action = action(*element),
+            .reversed = isReversed(*element),
+            .reversible = isReversible(*element)};
+}
+
+std::vector<MappedControl> Mapping::controls() const {
+    std::vector<MappedControl> controls;
+    for (const auto& each : controlsOf(*device_)) {
+        MappedControl control = controlOf(each);
+        if (control.action || canTriggerActions(*each)) {
+            controls.push_back(std::move(control));
+        }
+    }
+    return controls;
+}
+
+std::vector<MappedControl> Mapping::controlsWith(std::string_view action) const {
+    std::vector<MappedControl> found = controls();
+    std::erase_if(found, [&](const MappedControl& each) { return each.action != action; });
+    return found;
+}
+
+std::vector<ActionConflict> Mapping::conflicts() const {
+    std::vector<ActionConflict> conflicts;
+    for (MappedControl& each : controls()) {
+        if (!each.action) {
+            continue;
+        }
+        const auto known = std::ranges::find(conflicts, *each.action, &ActionConflict::action);
+        ActionConflict& entry =
+            known != conflicts.end() ? *known : conflicts.emplace_back(ActionConflict{*each.action, {}});
+        entry.controls.push_back(std::move(each));
+    }
+    std::erase_if(conflicts, [](const ActionConflict& each) { return each.controls.size() < 2; });
+    return conflicts;
+}
+
+std::vector<std::string> Mapping::actions() const {
+    std::vector<std::string> names;
+    for (const Action& each : configuration_->allActions()) {
+        if (std::ranges::find(names, each.rawValue()) == names.end()) {
+            names.push_back(each.rawValue());
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> Mapping::fittingActions(const QZHIDElement& element) const {
+    std::vector<std::string> names = actions();
+    std::erase_if(names, [&](const std::string& each) { return !fits(element, each); });
+    return names;
+}
+
+bool Mapping::fits(const QZHIDElement& element, const std::string& action) const {
+    return configuration_->isElementCompatible(element, Action(action));
+}
+
+bool Mapping::isXAction(std::string_view action) const {
+    return contains(configuration_->xActions(), action);
+}
+
+bool Mapping::isYAction(std::string_view action) const {
+    return contains(configuration_->yActions(), action);
+}
+
+void Mapping::set(const QZHIDElement& element, const std::string& action) {
+    const std::vector<std::string> known = actions();
+    if (std::ranges::find(known, action) == known.end()) {
+        throw WrongUse("no action is called \"" + action + "\"; there is " + listOf(known));
+    }
+    if (!fits(element, action)) {
+        const std::vector<std::string> fitting = fittingActions(element);
+        throw WrongUse(label(element) + " cannot trigger \"" + action + "\"; " +
+                       (fitting.empty() ? "it can trigger no action" : "what it can is " + listOf(fitting)));
+    }
+    configuration_->setMapping(element, Action(action));
+}
+
+void Mapping::setReversed(const QZHIDElement& element, bool reversed) {
+    if (!isReversible(element)) {
+        std::vector<std::string> labels;
+        for (const MappedControl& each : controls()) {
+            if (each.reversible) {
+                labels.push_back(each.label);
+            }
+        }
+        throw WrongUse("no direction is kept for " + label(element) + "; " +
+                       (labels.empty() ? "the controller has no control that can be reversed"
+                                       : "what can be reversed is " + listOf(labels)));
+    }
+    configuration_->setReverseDirection(reversed, element);
+}
+
+std::string listOf(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& each : names) {
+        text += (text.empty() ? "" : ", ") + each;
+    }
+    return text.empty() ? "none" : text;
+}
+
+std::string labelsOf(const std::vector<MappedControl>& controls) {
+    std::vector<std::string> labels;
+    for (const MappedControl& each : controls) {
+        labels.push_back(each.label);
+    }
+    return listOf(labels);
+}
+
+std::string conflictText(const ActionConflict& conflict) {
+    return '"' + conflict.action + "\" is on several controls: " + labelsOf(conflict.controls);
+}
+
+void appendMembers(JSONText& json, const Mapping& mapping) {
+    json.key("controls").beginArray();
+    for (const MappedControl& each : mapping.controls()) {
+        json.beginObject()
+            .member("cookie", each.element->cookie())
+            .member("name", each.element->name())
+            .member("nameKey", each.element->nameKey())
+            .member("action", each.action)
+            .member("reversed", each.reversed)
+            .member("reversible", each.reversible)
+            .endObject();
+    }
+    json.endArray().key("conflicts").beginArray();
+    for (const ActionConflict& conflict : mapping.conflicts()) {
+        json.beginObject().member("action", conflict.action).key("controls").beginArray();
+        for (const MappedControl& each : conflict.controls) {
+            json.value(each.element->cookie());
+        }
+        json.endArray().endObject();
+    }
+    json.endArray();
+}
+
+} // namespace qz::tools

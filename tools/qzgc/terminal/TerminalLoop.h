@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "tools/qzgc/session/EventLoop.h"
+#include "tools/qzgc/terminal/Screen.h"
+
+namespace qz::tools {
+
+/// A full-screen view at work: keys, sizes, and frames that are drawn at most 30 times a second and only when something
+/// has happened. The terminal has it from construction to destruction.
+class TerminalLoop {
+public:
+    using Draw = std::function<void(Canvas&)>;
+    using Press = std::function<void(int key)>;
+
+    /// `draw` may do what is due before it draws. What the functions throw passes through `run`.
+    TerminalLoop(Source& source, Draw draw, Press press);
+
+    /// Lets a frame be drawn soon.
+    void wake();
+    /// The same again and again.
+    void stayAwake(bool awake);
+
+    EventLoop::End run();
+    void stop() { loop_.stop(); }
+
+private:
+    void readKeys();
+    void drawFrame();
+
+    Draw draw_;
+    Press press_;
+    EventLoop loop_;
+    Screen screen_;
+    bool isDue_ = false;
+    bool staysAwake_ = false;
+};
+
+} // namespace qz::tools
