@@ -21,7 +21,7 @@ _qzgc_read_help() {
     while IFS= read -r line; do
         if [[ $line =~ ^([A-Z][a-z]+):$ ]]; then
             section=${BASH_REMATCH[1]}
-        elif [[ $section == Options && $line =~ ^\ \ (-[a-z],)?(--[a-z-]+)(\ ([A-Z][A-Z][A-Za-z.=-]*)(:[A-Z]+)?)?(\ |$) ]]; then
+        elif [[ $section == Options && $line =~ ^\ \ (-[a-z],)?(--[a-z-]+)(\ ([A-Z]|[A-Z][A-Z][A-Za-z.=-]*)(:[A-Z]+)?)?(\ |$) ]]; then
             options[${BASH_REMATCH[2]}]=${BASH_REMATCH[4]}
         elif [[ $section == Positionals && $line =~ ^\ \ ([A-Z]+)(\ |$) ]]; then
             arguments+=("${BASH_REMATCH[1]}")

@@ -21,7 +21,7 @@ cat >$scratch/bin/qzgc <<'END_OF_TOOL'
 case "$*" in
 "assign --help")
     printf 'Positionals:\n  DEVICE TEXT  Which\n\nOptions:\n'
-    printf '  %s  What\n' '--set CONTROL=ACTION ...' '--from RECORDING' '--actions FILE' '--seconds NUMBER:FLOAT in [0 - 1]' '--lines Excludes: --json'
+    printf '  %s  What\n' '--set CONTROL=ACTION ...' '--from RECORDING' '--actions FILE' '--seconds NUMBER:FLOAT in [0 - 1]' '--lines Excludes: --json' '--count N:INT in [1 - 9]'
     ;;
 *) exec "$REAL_TOOL" "$@" ;;
 esac
@@ -115,7 +115,7 @@ expect 'racer' 'qzgc list --application=rac'
 expect 'QZHID_X' 'qzgc assign --from flight.hid --set QZHID_X'
 expect 'high\ beam honk steer' 'qzgc assign --actions actions.json --set QZHID_X='
 expect 'honk' 'qzgc assign --actions actions.json --set QZHID_X=ho'
-expect "$instance" "qzgc assign --seconds 5 --lines --from flight.hid ${instance[1,4]}"
+expect "$instance" "qzgc assign --seconds 5 --count 5 --lines --from flight.hid ${instance[1,4]}"
 expect '' 'qzgc assign --seconds '
 
 zpty -d inner
