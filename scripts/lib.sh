@@ -16,7 +16,7 @@ export CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 # shellcheck disable=SC2034 # used by the commands
 build_needs=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libncurses-dev)
 # shellcheck disable=SC2034
-test_needs=("${build_needs[@]}" pkg-config libgtest-dev libgmock-dev tmux procps)
+test_needs=("${build_needs[@]}" pkg-config libgtest-dev libgmock-dev tmux procps zsh)
 
 say() { printf '\n== %s\n' "$*"; }
 

@@ -257,6 +257,23 @@ TEST(PlotPicture, ShadesTheHysteresis) {
     EXPECT_THAT(svg, HasSubstr("no values in the recording"));
 }
 
+TEST(PlotPicture, PointsToARangeThatGoesBeyondTheAxis) {
+    Curve curve;
+    curve.logicalMax = 100;
+    curve.observedMin = -5000;
+    curve.observedMax = 60;
+    curve.line = {{0, 0.75, 0}, {60, 1.0, 0}, {100, 1.0, 0}};
+    const std::string svg = pictureOf(curve);
+    EXPECT_EQ(faultOfXML(svg), "");
+    EXPECT_THAT(svg, HasSubstr("class=\"edgeName\">← -5000</text>"));
+    EXPECT_EQ(count(svg, "class=\"edge\""), 1U);
+    EXPECT_THAT(svg, HasSubstr("<line x1=\"440\" y1=\"84\" x2=\"440\" y2=\"404\" class=\"edge\"/>"));
+    EXPECT_THAT(svg, HasSubstr("<rect x=\"56\" y=\"84\" width=\"384\" height=\"320\" class=\"range\"/>"));
+    curve.observedMin = 70; // the other way round: no range at all
+    EXPECT_EQ(count(pictureOf(curve), "class=\"range\""), 0U);
+    EXPECT_EQ(count(pictureOf(curve), "class=\"edge\""), 2U);
+}
+
 TEST(PlotPicture, BearsAnEmptyTimeLine) {
     const TimeLine line{
         {std::chrono::microseconds(1'000'000), TimeLineLayout::columns}, {{{}, true, Trace({}), {}}}, {}};

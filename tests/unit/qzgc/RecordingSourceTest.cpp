@@ -171,12 +171,14 @@ TEST(RecordingSource, TakesATimeBeforeThePreviousOneForTheSame) {
     EXPECT_THAT(played.notes->taken(), ElementsAre("0 +a", "0 a=1", "20 a=2", "20 a=3", "21 a=4"));
 }
 
-TEST(RecordingSource, EndsAtOnceWithoutEvents) {
+TEST(RecordingSource, EndsWithoutEventsWhenItsDevicesHaveCome) {
     Played played({{stick("a")}, {}}, Pace::Fast);
+    EXPECT_FALSE(played.source->hasEnded());
+    EXPECT_EQ(played.source->due(), Clock::time_point{});
+    played.source->turn();
+    EXPECT_THAT(played.notes->taken(), ElementsAre("0 +a"));
     EXPECT_TRUE(played.source->hasEnded());
     EXPECT_EQ(played.source->due(), std::nullopt);
-    played.source->turn();
-    EXPECT_THAT(played.notes->taken(), ElementsAre("0 +a")) << "the devices are there all the same";
 }
 
 TEST(RecordingSource, RefusesADeviceWhoseDescriptorTheLibraryRefuses) {

@@ -46,8 +46,6 @@ protected:
         std::ofstream(directory_ / name, std::ios::binary) << text;
     }
 
-    std::string path(const std::string& name) const { return (directory_ / name).string(); }
-
     std::string contents(const std::string& name) const {
         std::ifstream file(directory_ / name, std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};

@@ -72,22 +72,36 @@ void drawAxes(Svg& svg, const Curve& curve, const Field& field) {
     svg.text((left + right) / 2, countBottom + 34, "raw value", "tick");
 }
 
-/// The range that normalisation uses, as far as it is on the axis.
+bool isOnAxis(const Curve& curve, std::int64_t raw) {
+    return raw >= curve.line.front().raw && raw <= curve.line.back().raw;
+}
+
+/// One end of the range that normalisation uses; an arrow where it is beyond the axis.
+void drawRangeEnd(Svg& svg, const Curve& curve, const Field& field, std::int64_t raw) {
+    std::string name = std::to_string(raw);
+    double x = right;
+    if (isOnAxis(curve, raw)) {
+        x = field.x(raw);
+        svg.line(x, top, x, bottom, "edge");
+    } else if (raw < curve.line.front().raw) {
+        x = left;
+        name = "← " + name;
+    } else {
+        name += " →";
+    }
+    const double half = 3.5 * static_cast<double>(name.size());
+    svg.text(std::clamp(x, left + half, right - half), top - 6, name, "edgeName");
+}
+
 void drawRange(Svg& svg, const Curve& curve, const Field& field) {
-    const auto onAxis = [&](std::int64_t raw) {
-        return field.x(std::clamp(raw, curve.line.front().raw, curve.line.back().raw));
-    };
     svg.rectangle(left, top, right - left, bottom - top, "field");
-    const double from = onAxis(curve.observedMin);
-    const double to = std::max(from, onAxis(curve.observedMax));
-    svg.rectangle(from, top, to - from, bottom - top, "range");
-    svg.line(from, top, from, bottom, "edge");
-    svg.line(to, top, to, bottom, "edge");
-    const auto name = [&](double x, std::int64_t raw) {
-        svg.text(std::clamp(x, left + 20, right - 20), top - 6, std::to_string(raw), "edgeName");
-    };
-    name(from, curve.observedMin);
-    name(to, curve.observedMax);
+    const double from = field.x(std::clamp(curve.observedMin, curve.line.front().raw, curve.line.back().raw));
+    const double to = field.x(std::clamp(curve.observedMax, curve.line.front().raw, curve.line.back().raw));
+    if (from < to) {
+        svg.rectangle(from, top, to - from, bottom - top, "range");
+    }
+    drawRangeEnd(svg, curve, field, curve.observedMin);
+    drawRangeEnd(svg, curve, field, curve.observedMax);
 }
 
 /// A value within this band around the last reported one is not reported.
@@ -122,10 +136,6 @@ void drawCurve(Svg& svg, const Curve& curve, const Field& field) {
         }
     }
     svg.path(path, "curve");
-}
-
-bool isOnAxis(const Curve& curve, std::int64_t raw) {
-    return raw >= curve.line.front().raw && raw <= curve.line.back().raw;
 }
 
 void drawRest(Svg& svg, const Curve& curve, const Field& field) {
