@@ -56,7 +56,8 @@ shows() { screen | grep -qF -- "$1"; }
 shows_not() { ! shows "$1"; }
 wait_for() { until_true 20 shows "$1" || fail "never showed: $1"; }
 wait_until_gone() { until_true 20 shows_not "$1" || fail "still shows: $1"; }
-has_ended() { ! kill -0 "$1" 2>/dev/null; }
+# A process that nobody has waited for yet has ended too.
+has_ended() { [[ ! -e /proc/$1/status ]] || grep -q '^State:.Z' "/proc/$1/status"; }
 
 # tool_process: the process of the tool in the terminal.
 tool_process() { pgrep -P "$(tmux_do display-message -p '#{pane_pid}')" -x qzgc; }

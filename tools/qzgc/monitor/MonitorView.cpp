@@ -62,7 +62,7 @@ struct Columns {
             }
         }
         name = std::min(longestName, isWide ? 16 : 6);
-        action = std::min(longestAction, isWide ? 16 : 8);
+        action = std::min(isWide && longestAction > 0 ? std::max(longestAction, 7) : longestAction, isWide ? 16 : 8);
         noise = width >= 70 ? 14 : 0;
         bar = name + 1 + (action > 0 ? action + 1 : 0);
         noiseEnd = width;
