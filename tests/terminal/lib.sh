@@ -4,8 +4,8 @@
 # for a fixed time; what is waited for has a deadline, and the screen is printed when it passes.
 set -euo pipefail
 
-tool=$1
-data=$2
+# shellcheck disable=SC2034 # used by the tests
+tool=$1 data=$2
 work=$(mktemp -d)
 socket=
 terminals=0
@@ -74,10 +74,9 @@ expect_terminal_restored() {
 
 # expect_screen FILE: the screen, without blanks at the ends of lines.
 expect_screen() {
-    local expected=$1
-    is_expected() { [[ $(screen | sed -e 's/ *$//') == "$(cat -- "$expected")" ]]; }
-    until_true 20 is_expected || {
-        screen | sed -e 's/ *$//' | diff -u -- "$expected" - >&2 || true
-        fail "the screen is not that of $expected"
+    until_true 20 screen_is "$1" || {
+        screen | sed -e 's/ *$//' | diff -u -- "$1" - >&2 || true
+        fail "the screen is not that of $1"
     }
 }
+screen_is() { [[ $(screen | sed -e 's/ *$//') == "$(cat -- "$1")" ]]; }
