@@ -217,6 +217,15 @@ TEST(MonitorView, SaysWhatIsOverAndWhatWentWrong) {
     EXPECT_THAT(drawn(model, 24, 80), HasSubstr("It has no controls."));
 }
 
+TEST(MonitorView, ListsOtherValuesOnceTheyHaveBeenSent) {
+    MonitorModel model = wheel();
+    std::vector<MonitoredControl>& controls = model.controllers.front()->controls;
+    controls.push_back(control(Kind::Other, "65280 / 32", 255, std::nullopt));
+    controls.push_back(control(Kind::Other, "65280 / 32", 255, 18));
+    controls.push_back(control(Kind::Other, "65280 / 33", 255, 19));
+    EXPECT_THAT(drawn(model, 24, 80), HasSubstr("others    65280 / 32=17  18  65280 / 33=19\n"));
+}
+
 TEST(MonitorView, SurvivesEverySize) {
     MonitorModel model = wheel();
     model.add(std::make_shared<MonitoredController>(*model.controllers.front()));
