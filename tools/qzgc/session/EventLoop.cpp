@@ -26,7 +26,8 @@ struct sigaction pipeBefore {};
 extern "C" void noteSignal(int number) {
     const int error = errno;
     const auto byte = static_cast<char>(number);
-    static_cast<void>(!::write(signalPipe[1], &byte, 1)); // full: as many as nobody has looked at are waiting
+    // Full: as many as nobody has looked at are waiting.
+    [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
     errno = error;
 }
 

@@ -55,12 +55,11 @@ public:
     std::string draw(std::string_view title) {
         const std::string width = std::to_string(canvas_.columns() * cellWidth + 2 * margin);
         const std::string height = std::to_string(canvas_.rows() * cellHeight + 2 * margin);
-        text_ = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + width + ' ' + height + '"' +
-                quoted("width", width) + quoted("height", height) +
-                " font-family=\"ui-monospace, Menlo, Consolas, 'DejaVu Sans Mono', monospace\" font-size=\"13\">\n"
-                "<title>" +
-                escaped(title) + "</title>\n<rect" + quoted("width", width) + quoted("height", height) +
-                quoted("rx", "6") + quoted("fill", ground) + "/>\n";
+        text_ = "<svg" + quoted("xmlns", "http://www.w3.org/2000/svg") +
+                quoted("viewBox", "0 0 " + width + ' ' + height) + quoted("width", width) + quoted("height", height) +
+                quoted("font-family", "ui-monospace, Menlo, Consolas, 'DejaVu Sans Mono', monospace") +
+                quoted("font-size", "13") + ">\n<title>" + escaped(title) + "</title>\n<rect" + quoted("width", width) +
+                quoted("height", height) + quoted("rx", "6") + quoted("fill", ground) + "/>\n";
         for (int row = 0; row < canvas_.rows(); ++row) {
             drawRow(row);
         }
