@@ -12,6 +12,13 @@ terminals=0
 export LC_ALL=${LC_ALL:-C.UTF-8} TERM=xterm-256color XDG_CONFIG_HOME=$work/config
 unset TMUX
 
+for needed in tmux pgrep; do
+    if ! command -v "$needed" >/dev/null; then
+        printf 'not run here: there is no %s\n' "$needed"
+        exit
+    fi
+done
+
 tmux_do() { tmux -L "$socket" -f /dev/null "$@"; }
 
 clean_up() {
