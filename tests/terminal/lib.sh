@@ -4,13 +4,20 @@
 # for a fixed time; what is waited for has a deadline, and the screen is printed when it passes.
 set -euo pipefail
 
-tool=$1
-data=$2
+# shellcheck disable=SC2034 # used by the tests
+tool=$1 data=$2
 work=$(mktemp -d)
 socket=
 terminals=0
 export LC_ALL=${LC_ALL:-C.UTF-8} TERM=xterm-256color XDG_CONFIG_HOME=$work/config
 unset TMUX
+
+for needed in tmux pgrep; do
+    if ! command -v "$needed" >/dev/null; then
+        printf 'not run here: there is no %s\n' "$needed"
+        exit
+    fi
+done
 
 tmux_do() { tmux -L "$socket" -f /dev/null "$@"; }
 
@@ -56,7 +63,8 @@ shows() { screen | grep -qF -- "$1"; }
 shows_not() { ! shows "$1"; }
 wait_for() { until_true 20 shows "$1" || fail "never showed: $1"; }
 wait_until_gone() { until_true 20 shows_not "$1" || fail "still shows: $1"; }
-has_ended() { ! kill -0 "$1" 2>/dev/null; }
+# A process that nobody has waited for yet has ended too.
+has_ended() { [[ ! -e /proc/$1/status ]] || grep -q '^State:.Z' "/proc/$1/status"; }
 
 # tool_process: the process of the tool in the terminal.
 tool_process() { pgrep -P "$(tmux_do display-message -p '#{pane_pid}')" -x qzgc; }
@@ -73,10 +81,9 @@ expect_terminal_restored() {
 
 # expect_screen FILE: the screen, without blanks at the ends of lines.
 expect_screen() {
-    local expected=$1
-    is_expected() { [[ $(screen | sed -e 's/ *$//') == "$(cat -- "$expected")" ]]; }
-    until_true 20 is_expected || {
-        screen | sed -e 's/ *$//' | diff -u -- "$expected" - >&2 || true
-        fail "the screen is not that of $expected"
+    until_true 20 screen_is "$1" || {
+        screen | sed -e 's/ *$//' | diff -u -- "$1" - >&2 || true
+        fail "the screen is not that of $1"
     }
 }
+screen_is() { [[ $(screen | sed -e 's/ *$//') == "$(cat -- "$1")" ]]; }

@@ -125,16 +125,13 @@ TEST_F(MonitorLines, FailWhenTheDiskIsFull) {
 }
 
 TEST_F(MonitorLines, EndInGoodOrderWhenAskedTo) {
+    // The line that is there already has been written by the time that the signal is sent.
+    write("interrupt", "mkfifo pipe-$1\n"
+                       "env --default-signal '" QZGC_TOOL "' monitor --from '" QZGC_TEST_DATA
+                       "/../examples/replay/joystick.hid' >pipe-$1 &\n"
+                       "{ read -r line; kill -$1 $!; wait $!; echo \"$? $line\" >status; } <pipe-$1\n");
     for (const std::string signal : {"INT", "TERM", "HUP"}) {
-        // The line that is there already has been written by the time that the signal is sent.
-        const Outcome outcome = run("--version; mkfifo pipe-" + signal +
-                                    "; env --default-signal '" QZGC_TOOL "' monitor --from " QZGC_TEST_DATA
-                                    "/devices/logitech-extreme-3d-pro.hid --raw "
-                                    "--lines >pipe-" +
-                                    signal + " & tool=$!; { read -r line; kill -" + signal +
-                                    " $tool; wait $tool; "
-                                    "echo \"$? $line\" >status; } <pipe-" +
-                                    signal);
+        const Outcome outcome = run("--version; sh ./interrupt " + signal);
         EXPECT_THAT(contents("status"), StartsWith("0 0.000000  #1  connected")) << signal << outcome.complaint;
     }
 }

@@ -107,14 +107,15 @@ TEST_F(Record, EndsWhenTheTimeIsUp) {
 
 TEST_F(Record, EndsInGoodOrderWhenInterrupted) {
     write("slow.hid", std::string(stick) + "E: 0.000000 2 10 00\nE: 9000.000000 2 20 00\n");
+    write("interrupt", "mkfifo pipe-$1\n"
+                       "env --default-signal '" QZGC_TOOL "' record - --from slow.hid >pipe-$1 2>said &\n"
+                       "while read -r line; do\n"
+                       "    echo \"$line\"\n"
+                       "    case $line in E:*) kill -$1 $!;; esac\n"
+                       "done <pipe-$1 >out\n"
+                       "wait $!; echo $? >status\n");
     for (const std::string signal : {"INT", "TERM", "HUP"}) {
-        run("--version; mkfifo pipe-" + signal +
-            "; env --default-signal '" QZGC_TOOL "' record - --from slow.hid >pipe-" + signal +
-            " 2>said & tool=$!; { while read -r line; do echo \"$line\"; "
-            "case $line in E:*) kill -" +
-            signal + " $tool;; esac; done <pipe-" + signal +
-            " >out; wait $tool; "
-            "echo $? >status; }");
+        run("--version; sh ./interrupt " + signal);
         EXPECT_EQ(contents("status"), "0\n") << signal;
         EXPECT_EQ(contents("said"), "qzgc: recorded 1 device and 1 report in standard output\n") << signal;
         EXPECT_EQ(read(contents("out")).events.size(), 1U) << signal;

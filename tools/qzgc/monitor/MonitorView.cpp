@@ -62,7 +62,7 @@ struct Columns {
             }
         }
         name = std::min(longestName, isWide ? 16 : 6);
-        action = std::min(longestAction, isWide ? 16 : 8);
+        action = std::min(isWide && longestAction > 0 ? std::max(longestAction, 7) : longestAction, isWide ? 16 : 8);
         noise = width >= 70 ? 14 : 0;
         bar = name + 1 + (action > 0 ? action + 1 : 0);
         noiseEnd = width;
@@ -88,7 +88,7 @@ class ControlsPainter {
 public:
     ControlsPainter(const MonitoredController& controller, int width, bool unicode, Moment now)
         : controller_(controller), columns_(controller, width), now_(now),
-          canvas_(static_cast<int>(controller.controls.size()) + 8, width, unicode) {}
+          canvas_(static_cast<int>(std::ranges::count_if(controller.controls, isShown)) + 8, width, unicode) {}
 
     /// With `hasHeadings` a row tells what the columns are.
     Canvas draw(bool hasHeadings) {
@@ -115,6 +115,9 @@ public:
     int rows() const noexcept { return row_; }
 
 private:
+    /// Some devices declare thousands of values of their maker's that they never send.
+    static bool isShown(const MonitoredControl& control) { return control.kind != Kind::Other || control.raw; }
+
     void drawHeadings() {
         canvas_.put(row_, 0, "control", dimStyle, columns_.bar);
         if (columns_.action > 0) {
@@ -164,9 +167,10 @@ private:
         ++row_;
     }
 
-    std::string packedText(const MonitoredControl& control) const {
+    std::string packedText(const MonitoredControl& control, const MonitoredControl* previous) const {
         if (control.kind == Kind::Other) {
-            return control.name + '=' + (control.raw ? std::to_string(*control.raw) : "-");
+            const std::string value = std::to_string(control.raw.value_or(0));
+            return previous != nullptr && previous->name == control.name ? value : control.name + '=' + value;
         }
         const std::string action = columns_.isWide ? actionText(control) : "";
         return shortName(control) + (action.empty() ? "" : ' ' + action);
@@ -175,16 +179,16 @@ private:
     void drawPacked(Kind kind, std::string_view heading) {
         const int indent = columns_.isWide ? std::max(columns_.name, widthOf(heading)) + 1 : 0;
         int column = indent;
-        bool any = false;
+        const MonitoredControl* previous = nullptr;
         for (const MonitoredControl& each : controller_.controls) {
-            if (each.kind != kind) {
+            if (each.kind != kind || !isShown(each)) {
                 continue;
             }
-            if (!any && indent > 0) {
+            if (previous == nullptr && indent > 0) {
                 canvas_.put(row_, 0, heading, dimStyle);
             }
-            any = true;
-            const std::string text = packedText(each);
+            const std::string text = packedText(each, previous);
+            previous = &each;
             if (column > indent && column + widthOf(text) + 2 > canvas_.columns()) {
                 ++row_;
                 column = indent;
@@ -193,7 +197,7 @@ private:
             const std::string framed = isLit ? '[' + text + ']' : ' ' + text + ' ';
             column = canvas_.put(row_, column, framed, isLit ? heldStyle : Style{});
         }
-        row_ += any ? 1 : 0;
+        row_ += previous != nullptr ? 1 : 0;
     }
 
     const MonitoredController& controller_;

@@ -22,11 +22,18 @@ constexpr std::array takenOver = {SIGINT, SIGTERM, SIGHUP, SIGWINCH};
 std::array<int, 2> signalPipe = {-1, -1};
 std::array<struct sigaction, takenOver.size()> before{};
 struct sigaction pipeBefore {};
+struct sigaction backgroundBefore {};
 
 extern "C" void noteSignal(int number) {
     const int error = errno;
+    if (number != SIGWINCH) {
+        // Whoever ends a process that is stopped wakes it in the background, from where it has to give the terminal
+        // back: the system would stop it again for that.
+        static_cast<void>(std::signal(SIGTTOU, SIG_IGN));
+    }
     const auto byte = static_cast<char>(number);
-    static_cast<void>(!::write(signalPipe[1], &byte, 1)); // full: as many as nobody has looked at are waiting
+    // Full: as many as nobody has looked at are waiting.
+    [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
     errno = error;
 }
 
@@ -50,6 +57,7 @@ EventLoop::EventLoop(Source& source) : source_(source) {
             ::sigaction(takenOver[i], &before[i], nullptr);
         }
     }
+    ::sigaction(SIGTTOU, nullptr, &backgroundBefore);
     action.sa_handler = SIG_IGN; // what reads our output may go: writing then fails, and that is noticed
     ::sigaction(SIGPIPE, &action, &pipeBefore);
 }
@@ -59,6 +67,7 @@ EventLoop::~EventLoop() {
         ::sigaction(takenOver[i], &before[i], nullptr);
     }
     ::sigaction(SIGPIPE, &pipeBefore, nullptr);
+    ::sigaction(SIGTTOU, &backgroundBefore, nullptr);
     for (int& end : signalPipe) {
         ::close(end);
         end = -1;

@@ -5,13 +5,16 @@
 
 #include <algorithm>
 #include <array>
-#include <clocale>
+#include <bit>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <cwchar>
+#include <locale>
 #define NCURSES_NOMACROS 1 // they would replace names of ours
 #include <curses.h>
-#include <langinfo.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <term.h>
@@ -37,17 +40,58 @@ std::array<char, 256> leavingText{};
 std::size_t leavingLength = 0;
 std::array<struct sigaction, faults.size()> before{};
 
+/// Messages would spoil the view and go with it, the last words of a fatal error too: a file without a name takes them
+/// until the terminal is as it was. -1 while none are held.
+int heldMessages = -1;
+int messagesBefore = -1;
+
+void holdMessages() {
+    if (::isatty(STDERR_FILENO) == 0) {
+        return;
+    }
+    std::FILE* const file = std::tmpfile();
+    if (file == nullptr) {
+        return;
+    }
+    heldMessages = ::fcntl(::fileno(file), F_DUPFD_CLOEXEC, 0);
+    messagesBefore = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+    static_cast<void>(std::fclose(file));
+    if (heldMessages >= 0 && messagesBefore >= 0) {
+        ::dup2(heldMessages, STDERR_FILENO);
+    }
+}
+
+/// Also called by the handler of faults: nothing but system calls.
+void releaseMessages() {
+    if (heldMessages >= 0 && messagesBefore >= 0) {
+        ::dup2(messagesBefore, STDERR_FILENO);
+        ::lseek(heldMessages, 0, SEEK_SET);
+        std::array<char, 512> buffer{};
+        ssize_t count = ::read(heldMessages, buffer.data(), buffer.size());
+        while (count > 0 && ::write(STDERR_FILENO, buffer.data(), static_cast<std::size_t>(count)) == count) {
+            count = ::read(heldMessages, buffer.data(), buffer.size());
+        }
+    }
+    for (int* const each : {&heldMessages, &messagesBefore}) {
+        if (*each >= 0) {
+            ::close(*each);
+            *each = -1;
+        }
+    }
+}
+
 extern "C" void leaveTerminalAndDie(int number) {
-    static_cast<void>(!::write(STDOUT_FILENO, leavingText.data(), leavingLength));
+    [[maybe_unused]] const ssize_t written = ::write(STDOUT_FILENO, leavingText.data(), leavingLength);
     ::tcsetattr(STDIN_FILENO, TCSANOW, &settingsBefore);
-    ::signal(number, SIG_DFL);
-    ::raise(number);
+    releaseMessages();
+    static_cast<void>(std::signal(number, SIG_DFL));
+    static_cast<void>(std::raise(number));
 }
 
 /// The control sequence of the terminal with this name; null where it has none.
 const char* capability(const char* name) {
     const char* const sequence = ::tigetstr(name);
-    return sequence != reinterpret_cast<const char*>(-1) ? sequence : nullptr;
+    return std::bit_cast<std::intptr_t>(sequence) != -1 ? sequence : nullptr;
 }
 
 void addToLeavingText(const char* name) {
@@ -63,6 +107,7 @@ void leave() {
     ::endwin();
     ::delscreen(screen);
     screen = nullptr;
+    releaseMessages();
 }
 
 void prepareForFaults() {
@@ -75,6 +120,19 @@ void prepareForFaults() {
     for (std::size_t i = 0; i < faults.size(); ++i) {
         ::sigaction(faults[i], &action, &before[i]);
     }
+}
+
+/// Takes the characters of the user's locale, and nothing else of it: numbers keep their decimal point. Answers whether
+/// they are those of UTF-8.
+bool takeLocale() {
+    try {
+        std::locale::global(std::locale(std::locale::classic(), "", std::locale::ctype));
+    } catch (const std::runtime_error&) {
+        return false; // it is not installed
+    }
+    wchar_t line = 0;
+    std::mbstate_t state{};
+    return std::mbrtowc(&line, "│", 3, &state) == 3 && line == L'│';
 }
 
 attr_t attributesOf(const Style& style, bool hasColours) {
@@ -109,8 +167,7 @@ bool inputIsTerminal() {
 }
 
 Screen::Screen() {
-    std::setlocale(LC_CTYPE, "");
-    unicode_ = std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
+    unicode_ = takeLocale();
     ::tcgetattr(STDIN_FILENO, &settingsBefore);
     screen = ::newterm(nullptr, stdout, stdin);
     if (screen == nullptr) {
@@ -121,6 +178,7 @@ Screen::Screen() {
         throw Failure(cannotShow);
     }
     prepareForFaults();
+    holdMessages();
     hasColours_ = ::has_colors();
     if (hasColours_) {
         prepareColours();
