@@ -33,6 +33,7 @@ private:
     void addList();
     void addElements();
     void addMap();
+    void addCalibrate();
     void addSimulate();
 
     CLI::App app_;
@@ -46,6 +47,8 @@ private:
     bool json_ = false;
     std::vector<MapEdit> edits_;
     bool show_ = false;
+    bool yes_ = false;
+    std::optional<unsigned> seconds_;
 };
 
 } // namespace qz::tools

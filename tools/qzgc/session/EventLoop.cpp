@@ -80,11 +80,13 @@ void EventLoop::after(std::chrono::milliseconds delay, Handler handler) {
 EventLoop::End EventLoop::run() {
     end_.reset();
     while (!end_) {
+        // First: a source that has ended already has nothing to wait for.
+        if (!staysAfterSource_ && source_.hasEnded()) {
+            end_ = End::SourceEnded;
+            break;
+        }
         wait();
         runTimers();
-        if (!end_ && !staysAfterSource_ && source_.hasEnded()) {
-            end_ = End::SourceEnded;
-        }
     }
     return *end_;
 }

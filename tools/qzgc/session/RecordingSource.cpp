@@ -43,7 +43,7 @@ public:
 
     platform::Platform& platform() override { return platform_; }
     int fileDescriptor() override { return -1; }
-    bool hasEnded() const override { return next_ == recording_.events.size(); }
+    bool hasEnded() const override { return begin_ && next_ == recording_.events.size(); }
     microseconds time() const override { return time_; }
 
     std::optional<Clock::time_point> due() const override {
