@@ -166,6 +166,24 @@ TEST_F(Calibrate, FailsWhenTheCalibrationCannotBeStored) {
     EXPECT_THAT(outcome.complaint, EndsWith("it is not a regular file; move it away\n"));
 }
 
+TEST_F(Calibrate, WatchesForAsLongAsItIsTold) {
+    record(moved_ + "E: 009999.000000 3 00 00 00\n");
+    const Outcome outcome = run("calibrate --from stick.hid --seconds 1 --yes");
+    EXPECT_EQ(outcome.status, 0) << outcome.complaint;
+    EXPECT_THAT(outcome.output, HasSubstr("10..250, rest 120\n"));
+}
+
+TEST_F(Calibrate, SavesNothingWhenItIsInterrupted) {
+    record(moved_ + "E: 009999.000000 3 00 00 00\n");
+    // Not before the command takes signals over.
+    const Outcome outcome = run("calibrate --from stick.hid --yes & sleeper=$!; "
+                                "until grep -q 'SigCgt:.*[2367abef]$' /proc/$sleeper/status; do :; done; "
+                                "kill -INT $sleeper; wait $sleeper");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.complaint, "qzgc: interrupted: nothing was saved\n");
+    EXPECT_THAT(preferences(), IsEmpty());
+}
+
 TEST_F(Calibrate, KeepsToThePreferencesOfTheApplication) {
     record(moved_);
     EXPECT_EQ(calibrate("--yes --application org.example.racer").status, 0);
@@ -179,9 +197,8 @@ TEST_F(Calibrate, AnswersWrongUse) {
               "qzgc: say how long to watch the controls: --seconds N; or name a recording with --from\n");
     EXPECT_EQ(run("calibrate").status, 2);
     EXPECT_EQ(calibrate("--seconds 3").complaint,
-              "qzgc: --seconds is for controllers that are attached; a recording ends by itself\n");
-    EXPECT_EQ(run("calibrate --fast --seconds 1").complaint,
-              "qzgc: --fast is for recordings: name one with --from, or leave it out\n");
+              "qzgc: --seconds are those of a clock, which --fast does not wait for; leave one of them out\n");
+    EXPECT_EQ(run("calibrate --fast --yes").status, 2);
     for (const char* const arguments : {"--seconds 0", "--seconds x", "--seconds", "--seconds -1", "--dance", "a b"}) {
         const Outcome outcome = calibrate(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;

@@ -37,11 +37,11 @@ private:
 };
 
 /// Why a calibration ended without being finished.
-void expectEnd(EventLoop::End end, EventLoop::End wanted, const CalibrationListener& listener) {
+void expectEnd(EventLoop::End end, const CalibrationListener& listener) {
     if (listener.isGone()) {
         throw Failure("the controller was unplugged: nothing was saved; plug it in and begin again");
     }
-    if (end != wanted) {
+    if (end != EventLoop::End::Stopped && end != EventLoop::End::SourceEnded) {
         throw Failure(end == EventLoop::End::HungUp ? "the terminal has gone: nothing was saved"
                                                     : "interrupted: nothing was saved");
     }
@@ -122,7 +122,7 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
         loop.stayAwake(true);
         const EventLoop::End end = loop.run();
         listener.onGone = nullptr;
-        expectEnd(end, EventLoop::End::Stopped, listener);
+        expectEnd(end, listener);
         if (!guide.isConfirmed()) {
             throw Failure("cancelled: nothing was saved");
         }
@@ -142,7 +142,7 @@ ExitStatus calibrateUnattended(Session& session, CalibrationListener& listener, 
     listener.onGone = [&] { loop.stop(); };
     const EventLoop::End end = loop.run();
     listener.onGone = nullptr;
-    expectEnd(end, options.seconds ? EventLoop::End::Stopped : EventLoop::End::SourceEnded, listener);
+    expectEnd(end, listener);
 
     const bool saves = options.yes && isAnyMoved(calibration.rows());
     if (saves) {
@@ -168,8 +168,8 @@ ExitStatus calibrateController(const CalibrateOptions& options) {
     const bool isUnattended =
         options.yes || options.json || options.seconds || !inputIsTerminal() || !outputIsTerminal();
     const bool isRecorded = !options.session.from.empty();
-    if (isRecorded && options.seconds) {
-        throw WrongUse("--seconds is for controllers that are attached; a recording ends by itself");
+    if (options.session.fast && options.seconds) {
+        throw WrongUse("--seconds are those of a clock, which --fast does not wait for; leave one of them out");
     }
     if (isUnattended && !isRecorded && !options.seconds) {
         throw WrongUse("say how long to watch the controls: --seconds N; or name a recording with --from");

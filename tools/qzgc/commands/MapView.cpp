@@ -104,7 +104,7 @@ void drawTable(Canvas& canvas, const MapEditor& editor) {
 std::string keysText(const MapEditor& editor, bool isNarrow) {
     switch (editor.mode()) {
     case Mode::Choosing:
-        return isNarrow ? "Enter bind n c r R s q"
+        return isNarrow ? "Enter bind  c clear  r rev  s save  q"
                         : "Enter bind  n next free  c clear  r reverse  R reset  s save  q quit";
     case Mode::Listening:
         return "Esc cancel";
