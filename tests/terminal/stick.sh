@@ -29,16 +29,16 @@ busy_stick() {
     done
 }
 
-# moved_stick MILLISECONDS: at rest; from one second on X goes to both ends, and the slider jitters; then X comes to rest
-# beside the middle. At the time given the stick is unplugged.
+# moved_stick BEGIN END: at rest; from BEGIN on X goes to both ends, and the slider jitters; then X comes to rest beside the
+# middle. At END, in milliseconds as well, the stick is unplugged.
 moved_stick() {
     local at
     stick_device
     report 0 80 10 08
-    for ((at = 1000; at < 2000; at += 100)); do
+    for ((at = $1; at < $1 + 400; at += 100)); do
         report $at 0a 10 08
         report $((at + 50)) f0 11 08
     done
-    report 2000 7a 10 08
-    printf '# qzgc: unplugged %06d.%03d000\n' $(($1 / 1000)) $(($1 % 1000))
+    report $(($1 + 400)) 7a 10 08
+    printf '# qzgc: unplugged %06d.%03d000\n' $(($2 / 1000)) $(($2 % 1000))
 }

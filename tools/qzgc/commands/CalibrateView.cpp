@@ -72,7 +72,7 @@ void drawBars(Canvas& canvas, CalibrationGuide& guide, int room) {
     const int count = static_cast<int>(guide.rows().size());
     guide.keepScrolledBelow(count - room);
     for (int i = 0; i < std::min(room, count); ++i) {
-        const CalibrationRow& row = guide.rows()[static_cast<std::size_t>(guide.scrolled() + i)];
+        const CalibrationRow& row = *(guide.rows().begin() + guide.scrolled() + i);
         const int line = barsBegin + i;
         canvas.put(line, 0, shortened(row.label, columns.bar - 2), row.isMoved ? Style{} : faint);
         drawBar(canvas, line, row, columns);
@@ -128,7 +128,7 @@ void drawComparison(Canvas& canvas, CalibrationGuide& guide, int room) {
     const int count = static_cast<int>(lines.size());
     guide.keepScrolledBelow(count - room - 1);
     for (int i = 0; i < std::min(room + 1, count); ++i) {
-        const Line& line = lines[static_cast<std::size_t>(guide.scrolled() + i)];
+        const Line& line = *(lines.begin() + guide.scrolled() + i);
         canvas.put(barsBegin - 1 + i, 0, line.text, line.style);
     }
 }

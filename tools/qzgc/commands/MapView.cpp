@@ -92,7 +92,7 @@ void drawTable(Canvas& canvas, const MapEditor& editor) {
     }
     const int first = firstShown(count, room, static_cast<int>(editor.selected()));
     for (int i = 0; i < std::min(room, count); ++i) {
-        drawRow(canvas, headRows + i, editor, static_cast<std::size_t>(first + i), columns);
+        drawRow(canvas, headRows + i, editor, static_cast<std::size_t>(first) + static_cast<std::size_t>(i), columns);
     }
     if (count > room) {
         canvas.putRight(1, canvas.columns(),
