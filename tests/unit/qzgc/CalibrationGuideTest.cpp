@@ -94,6 +94,16 @@ TEST_F(CalibrationGuideTest, WaitsUntilEverythingIsStill) {
     EXPECT_EQ(guide_.step(), Step::LettingGo) << "taken hold of again";
     press(keyEnter);
     EXPECT_EQ(guide_.step(), Step::Confirming) << "who does not want to wait";
+    rows_.front().value = 700;
+    pass(0);
+    EXPECT_EQ(guide_.step(), Step::Confirming) << "some controls are never still";
+    press('m');
+    press(keyEnter);
+    pass(1000);
+    EXPECT_EQ(guide_.step(), Step::Confirming);
+    rows_.front().value = 500;
+    pass(0);
+    EXPECT_EQ(guide_.step(), Step::LettingGo);
 }
 
 TEST_F(CalibrationGuideTest, WaitsForValuesThatAreNotKnownYet) {

@@ -45,6 +45,7 @@ void CalibrationGuide::press(int key, Time now) {
         break;
     case Step::LettingGo:
         if (key == keyEnter) {
+            waits_ = false;
             go(Step::Confirming, now);
         }
         break;
@@ -52,6 +53,7 @@ void CalibrationGuide::press(int key, Time now) {
         if (key == 'n') {
             cancel();
         } else if (key == 'm') {
+            waits_ = true;
             go(Step::Moving, now);
         } else if (key == 'y' || key == keyEnter) {
             isConfirmed_ = true;
@@ -94,7 +96,7 @@ void CalibrationGuide::tick(Time now) {
         } else if (now - stillSince_ >= stillness) {
             go(Step::Confirming, now);
         }
-    } else if (step_ == Step::Confirming && !isStillWithin(awayPart)) {
+    } else if (step_ == Step::Confirming && waits_ && !isStillWithin(awayPart)) {
         go(Step::LettingGo, now);
     }
 }

@@ -51,6 +51,7 @@ private:
     std::vector<CalibrationRow> rows_;
     std::vector<std::optional<std::int64_t>> stillAt_; ///< the values that the stillness is measured from
     Time stillSince_{0};
+    bool waits_ = true; ///< for stillness, because the user does
     std::string said_;
     int scrolled_ = 0;
     bool hasEnded_ = false;
