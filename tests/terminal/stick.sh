@@ -28,3 +28,17 @@ busy_stick() {
         report $((at + 1500)) 02 00 08
     done
 }
+
+# moved_stick BEGIN END: at rest; from BEGIN on X goes to both ends, and the slider jitters; then X comes to rest beside the
+# middle. At END, in milliseconds as well, the stick is unplugged.
+moved_stick() {
+    local at
+    stick_device
+    report 0 80 10 08
+    for ((at = $1; at < $1 + 400; at += 100)); do
+        report $at 0a 10 08
+        report $((at + 50)) f0 11 08
+    done
+    report $(($1 + 400)) 7a 10 08
+    printf '# qzgc: unplugged %06d.%03d000\n' $(($2 / 1000)) $(($2 % 1000))
+}

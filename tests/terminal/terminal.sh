@@ -7,10 +7,13 @@ set -euo pipefail
 # The test's own directory, where its files, its preferences and the tmux server's socket are.
 work=$(mktemp -d)
 export XDG_CONFIG_HOME=$work/config TMUX_TMPDIR=$work LC_ALL=C.UTF-8
+# shellcheck disable=SC2034 # used by the tests
 preferences=$XDG_CONFIG_HOME/qzgamecontroller/qzgc.json
 unset TMUX
 
-tm() { tmux -L qzgc -f /dev/null "$@"; }
+# A server that has been told to end takes a while; the next terminal has one of its own.
+terminals=0
+tm() { tmux -L "qzgc-$terminals" -f /dev/null "$@"; }
 
 close_terminal() {
     tm kill-server 2>/dev/null || true
@@ -28,6 +31,7 @@ fail() {
 open_terminal() {
     tm kill-server 2>/dev/null || true
     rm -f -- "$work/status"
+    terminals=$((terminals + 1))
     tm new-session -d -x "$1" -y "$2" \
         "trap : HUP; cd '$work'; $3; echo \$? >status.new; mv status.new status; echo ended; exec cat >/dev/null"
 }

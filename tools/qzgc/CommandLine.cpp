@@ -3,6 +3,7 @@
 
 #include "QZGameController/QZGameController.h"
 #include "tools/qzgc/Simulate.h"
+#include "tools/qzgc/commands/Calibrate.h"
 #include "tools/qzgc/commands/Elements.h"
 #include "tools/qzgc/commands/List.h"
 #include "tools/qzgc/commands/Monitor.h"
@@ -28,6 +29,7 @@ CommandLine::CommandLine() : app_("Shows, calibrates, maps, records, replays and
     addReplay();
     addPlot();
     addMap();
+    addCalibrate();
     addSimulate();
 }
 
@@ -220,6 +222,22 @@ void CommandLine::addMap() {
             "Go back to the default mapping")
         ->trigger_on_parse();
     command.add_flag("--show", show_, "Print the mapping, also after edits");
+    addSessionOptions(command);
+    addFast(command);
+    addJSON(command);
+}
+
+void CommandLine::addCalibrate() {
+    CLI::App& command =
+        addCommand("calibrate", "Learns how far the axes of a controller go, and where they rest.", [this] {
+            return calibrateController(
+                {.session = session_, .device = device_, .yes = yes_, .seconds = seconds_, .json = json_});
+        });
+    addDevice(command);
+    command.add_flag("--yes", yes_, "Save without asking; without a terminal, nothing is saved without it");
+    command.add_option("--seconds", seconds_, "Without a terminal: watch the controls for so long")
+        ->type_name("N")
+        ->check(CLI::Range(1, 86'400));
     addSessionOptions(command);
     addFast(command);
     addJSON(command);

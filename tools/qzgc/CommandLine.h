@@ -42,6 +42,7 @@ private:
     void addReplay();
     void addPlot();
     void addMap();
+    void addCalibrate();
     void addSimulate();
 
     ExitStatus runMonitor() const;
@@ -61,6 +62,8 @@ private:
     bool raw_ = false;
     std::vector<MapEdit> edits_;
     bool show_ = false;
+    bool yes_ = false;
+    std::optional<unsigned> seconds_;
 };
 
 } // namespace qz::tools

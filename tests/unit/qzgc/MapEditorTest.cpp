@@ -411,7 +411,7 @@ TEST_F(MapEditorTest, DrawsTheTable) {
     EXPECT_THAT(page(80, 24), HasSubstr("\n! \"fire\" is on several controls: Button 1, Button 2\n"));
     const std::string small = page(40, 12);
     EXPECT_THAT(small, HasSubstr(">! fire    Button 1, Button 2\n"));
-    EXPECT_THAT(small, HasSubstr("\nEnter bind n c r R s q\n"));
+    EXPECT_THAT(small, HasSubstr("\nEnter bind  c clear  r rev  s save  q\n"));
     EXPECT_THAT(page(200, 60), HasSubstr("\nEnter bind  n next free  c clear"));
 }
 

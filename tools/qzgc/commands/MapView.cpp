@@ -92,7 +92,7 @@ void drawTable(Canvas& canvas, const MapEditor& editor) {
     }
     const int first = firstShown(count, room, static_cast<int>(editor.selected()));
     for (int i = 0; i < std::min(room, count); ++i) {
-        drawRow(canvas, headRows + i, editor, static_cast<std::size_t>(first + i), columns);
+        drawRow(canvas, headRows + i, editor, static_cast<std::size_t>(first) + static_cast<std::size_t>(i), columns);
     }
     if (count > room) {
         canvas.putRight(1, canvas.columns(),
@@ -104,7 +104,7 @@ void drawTable(Canvas& canvas, const MapEditor& editor) {
 std::string keysText(const MapEditor& editor, bool isNarrow) {
     switch (editor.mode()) {
     case Mode::Choosing:
-        return isNarrow ? "Enter bind n c r R s q"
+        return isNarrow ? "Enter bind  c clear  r rev  s save  q"
                         : "Enter bind  n next free  c clear  r reverse  R reset  s save  q quit";
     case Mode::Listening:
         return "Esc cancel";

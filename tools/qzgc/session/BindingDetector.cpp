@@ -35,7 +35,7 @@ bool isPressedAt(const Control& control, std::int64_t raw) {
 
 } // namespace
 
-BindingDetector::BindingDetector(std::vector<Control> controls, Time begin) : begin_(begin) {
+BindingDetector::BindingDetector(const std::vector<Control>& controls, Time begin) : begin_(begin) {
     for (const Control& each : controls) {
         Tracked tracked{.control = each, .since = begin, .last = begin};
         if (each.known && each.kind != Kind::Turning) {

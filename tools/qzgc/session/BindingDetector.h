@@ -42,7 +42,7 @@ public:
         double excursion; ///< in fractions of its travel
     };
 
-    BindingDetector(std::vector<Control> controls, Time begin);
+    BindingDetector(const std::vector<Control>& controls, Time begin);
 
     void see(std::int64_t cookie, std::int64_t raw, Time now);
 

@@ -164,6 +164,13 @@ bool isHat(const QZHIDElement& element) {
     return element.usagePage() == 0x01 && element.usage() == 0x39; // HID Usage Tables 1.5, section 4: Hat Switch
 }
 
+std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHIDElement& element) {
+    platform::HIDValue value;
+    const platform::IOReturn result = IOHIDDeviceGetValueWithOptions(
+        device.ioHIDDeviceRef(), element.ioHIDElementRef(), value, platform::kIOHIDDeviceGetValueWithoutUpdateOption);
+    return result == platform::kIOReturnSuccess ? std::optional(IOHIDValueGetIntegerValue(&value)) : std::nullopt;
+}
+
 std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string_view text) {
     std::vector<std::shared_ptr<QZHIDElement>> found;
     const std::string wanted = lowerCase(text);

@@ -61,6 +61,9 @@ std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device)
 
 bool isHat(const QZHIDElement& element);
 
+/// The last value known of a control; unlike the library's answer this tells 0 from a value that is not known.
+std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHIDElement& element);
+
 /// The control of the device that CONTROL on the command line means: its cookie, or its name or name key in any case.
 /// Throws WrongUse when there is none or more than one.
 std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string_view text);

@@ -35,14 +35,6 @@ std::optional<Kind> kindOf(const QZHIDElement& element) {
     return isHat(element) ? std::optional(Kind::Hat) : std::nullopt;
 }
 
-/// Unlike the library's answer this tells 0 from a value that is not known.
-std::optional<std::int64_t> knownValue(const QZHIDDevice& device, const QZHIDElement& element) {
-    platform::HIDValue value;
-    const platform::IOReturn result = IOHIDDeviceGetValueWithOptions(
-        device.ioHIDDeviceRef(), element.ioHIDElementRef(), value, platform::kIOHIDDeviceGetValueWithoutUpdateOption);
-    return result == platform::kIOReturnSuccess ? std::optional(IOHIDValueGetIntegerValue(&value)) : std::nullopt;
-}
-
 std::vector<BindingDetector::Control> detectable(const Mapping& mapping, const std::string& action) {
     std::vector<BindingDetector::Control> controls;
     for (const auto& each : controlsOf(mapping.device())) {
@@ -53,7 +45,7 @@ std::vector<BindingDetector::Control> detectable(const Mapping& mapping, const s
                                 .minimum = isCalibrated ? each->observedMin() : each->theoreticalMin(),
                                 .maximum = isCalibrated ? each->observedMax() : each->theoreticalMax(),
                                 .fits = mapping.fits(*each, action),
-                                .known = knownValue(mapping.device(), *each)});
+                                .known = lastKnownValue(mapping.device(), *each)});
         }
     }
     return controls;

@@ -159,6 +159,7 @@ std::string listOf(const std::vector<std::string>& names) {
 
 std::string labelsOf(const std::vector<MappedControl>& controls) {
     std::vector<std::string> labels;
+    labels.reserve(controls.size());
     for (const MappedControl& each : controls) {
         labels.push_back(each.label);
     }

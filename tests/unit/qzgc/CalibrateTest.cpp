@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: MIT
+#include "tests/unit/qzgc/ToolFixture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+// The command "calibrate" of scripts.
+
+namespace {
+
+using qz::tests::Outcome;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+// X (cookie 2) springs back, the throttle (a slider, cookie 3) does not; a button is 4.
+constexpr const char* device = "R: 40 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 09 36 81 22 05 09 09 01 "
+                               "25 01 75 01 95 01 81 02 75 07 81 01 c0\n";
+constexpr const char* stored = "QZGameController-Calibrations-4660-22136";
+
+std::string report(int time, int x, int throttle) {
+    std::array<char, 64> line{};
+    std::snprintf(line.data(), line.size(), "E: 000000.%06d 3 %02x %02x 00\n", time, static_cast<unsigned>(x),
+                  static_cast<unsigned>(throttle));
+    return line.data();
+}
+
+class Calibrate : public qz::tests::ToolTest {
+protected:
+    /// A recording of the stick with these reports.
+    void record(const std::string& reports) const {
+        write("stick.hid", std::string(device) + "N: Stick\nU: A1\nI: 3 1234 5678\n" + reports);
+    }
+    Outcome calibrate(const std::string& arguments) const {
+        return run("calibrate --from stick.hid --fast " + arguments);
+    }
+    std::string preferences() const { return contents("config/qzgamecontroller/qzgc.json"); }
+
+    const std::string moved_ =
+        report(0, 128, 7) + report(1, 250, 7) + report(2, 10, 7) + report(3, 240, 7) + report(4, 120, 7);
+};
+
+TEST_F(Calibrate, SavesWhatTheLibraryMakesOfIt) {
+    record(moved_);
+    const Outcome outcome = calibrate("--yes");
+    EXPECT_EQ(outcome.status, 0) << outcome.complaint;
+    EXPECT_EQ(outcome.output, "Stick\n"
+                              "control  before             after\n"
+                              "X        0..255, rest 127   10..250, rest 120\n"
+                              "Slider   0..255, rest 127   0..255, rest 127   not moved\n");
+    EXPECT_THAT(outcome.complaint, IsEmpty());
+    EXPECT_EQ(preferences(),
+              std::string("{\n  \"") + stored +
+                  "\": {\n    \"2\": [\n      10,\n      250,\n      120\n    ],\n    \"3\": [\n      0,\n"
+                  "      255,\n      127\n    ]\n  }\n}\n");
+    EXPECT_THAT(calibrate("--yes").output, HasSubstr("10..250, rest 120  10..250, rest 120  unchanged\n"));
+}
+
+TEST_F(Calibrate, PrintsJSON) {
+    record(moved_);
+    EXPECT_EQ(calibrate("stick --yes --json").output,
+              R"({"name":"Stick","kind":"Joystick","type":"4660-22136","instance":"4660-22136.A1","bus":"USB",)"
+              R"("saved":true,"controls":[{"cookie":2,"name":"X","nameKey":"QZHID_X","springsBack":true,)"
+              R"("moved":true,"changed":true,"before":{"minimum":0,"maximum":255,"rest":127},)"
+              R"("after":{"minimum":10,"maximum":250,"rest":120}},{"cookie":3,"name":"Slider",)"
+              R"("nameKey":"QZHID_Slider","springsBack":false,"moved":false,"changed":false,)"
+              R"("before":{"minimum":0,"maximum":255,"rest":127},"after":{"minimum":0,"maximum":255,"rest":127}}]})"
+              "\n");
+}
+
+TEST_F(Calibrate, ShowsButSavesNothingWithoutBeingTold) {
+    record(moved_);
+    const Outcome outcome = calibrate("");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.output, HasSubstr("10..250, rest 120\n"));
+    EXPECT_EQ(outcome.complaint, "qzgc: nothing was saved; add --yes to save it\n");
+    EXPECT_THAT(preferences(), IsEmpty());
+    EXPECT_THAT(calibrate("--json").output, HasSubstr("\"saved\":false"));
+    EXPECT_THAT(preferences(), IsEmpty());
+}
+
+TEST_F(Calibrate, KeepsTheRestOfAControlThatDoesNotSpringBack) {
+    record(report(0, 128, 50) + report(1, 128, 200) + report(2, 128, 100) + report(3, 128, 60));
+    EXPECT_EQ(calibrate("--yes").output, "Stick\n"
+                                         "control  before             after\n"
+                                         "X        0..255, rest 127   0..255, rest 127   not moved\n"
+                                         "Slider   0..255, rest 127   50..200, rest 127\n");
+}
+
+TEST_F(Calibrate, TakesARestOfZeroForTheMiddle) {
+    record(report(0, 128, 0) + report(1, 0, 0) + report(2, 200, 0) + report(3, 0, 0));
+    EXPECT_THAT(calibrate("--yes").output, HasSubstr("0..200, rest 100\n"));
+}
+
+TEST_F(Calibrate, DoesNotTakeJitterForTravel) {
+    record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 9));
+    EXPECT_THAT(calibrate("--yes").output, HasSubstr("Slider   0..255, rest 127   0..255, rest 127   not moved\n"));
+    EXPECT_THAT(preferences(), HasSubstr("\"3\": [\n      0,\n      255,\n      127\n"));
+    record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 10));
+    EXPECT_THAT(calibrate("").output, HasSubstr("Slider   0..255, rest 127   7..10, rest 127\n"));
+}
+
+TEST_F(Calibrate, SavesNothingWhenNothingMoved) {
+    record(moved_);
+    ASSERT_EQ(calibrate("--yes").status, 0);
+    const std::string before = preferences();
+    record(report(0, 128, 7) + report(1, 129, 7) + report(2, 128, 7));
+    const Outcome outcome = calibrate("--yes");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.complaint, "qzgc: no control was moved: nothing was saved\n");
+    EXPECT_EQ(preferences(), before);
+    record("");
+    EXPECT_EQ(calibrate("--yes").status, 1);
+    EXPECT_EQ(preferences(), before);
+}
+
+TEST_F(Calibrate, SavesNothingWhenTheControllerIsUnplugged) {
+    record(moved_);
+    ASSERT_EQ(calibrate("--yes").status, 0);
+    const std::string before = preferences();
+    record(report(0, 0, 0) + report(1, 255, 0) + report(2, 100, 0) + "# qzgc: unplugged 000001.000000\n" +
+           "# qzgc: plugged in 000002.000000\n" + report(3, 0, 0) + report(4, 200, 0));
+    const Outcome outcome = calibrate("--yes");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.output, IsEmpty());
+    EXPECT_EQ(outcome.complaint, "qzgc: the controller was unplugged: nothing was saved; plug it in and begin again\n");
+    EXPECT_EQ(preferences(), before);
+}
+
+TEST_F(Calibrate, AdmitsTheChosenControllerAlone) {
+    write("stick.hid", std::string("D: 0\n") + device + "N: Stick\nU: A1\nI: 3 1234 5678\nD: 1\n" + device +
+                           "N: Other\nU: B2\nI: 3 1 2\n" + "D: 0\n" + moved_ + "D: 1\n" + report(5, 0, 0) +
+                           report(6, 255, 0) + report(7, 99, 0));
+    EXPECT_EQ(calibrate("--yes").status, 2) << "which?";
+    EXPECT_THAT(preferences(), IsEmpty());
+    EXPECT_EQ(calibrate("stick --yes").status, 0);
+    EXPECT_THAT(preferences(), HasSubstr(stored));
+    EXPECT_THAT(preferences(), testing::Not(HasSubstr("Calibrations-1-2")));
+    EXPECT_EQ(calibrate("B2 --yes").status, 1) << "no such name or ID";
+    EXPECT_THAT(calibrate("1-2").output, HasSubstr("X        0..255, rest 127  0..255, rest 99\n"));
+}
+
+TEST_F(Calibrate, RefusesAControllerThatHasNothingToCalibrate) {
+    write("stick.hid",
+          "R: 23 05 01 09 04 a1 01 15 00 25 01 75 01 95 08 05 09 19 01 29 08 81 02 c0\nN: Pad\nI: 3 1 2\n");
+    const Outcome outcome = calibrate("--yes");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.complaint,
+              "qzgc: the controller has no axis, slider, dial or wheel: there is nothing to calibrate\n");
+    EXPECT_THAT(preferences(), IsEmpty());
+}
+
+TEST_F(Calibrate, FailsWhenTheCalibrationCannotBeStored) {
+    record(moved_);
+    std::filesystem::create_directories(directory() / "config/qzgamecontroller/qzgc.json");
+    const Outcome outcome = calibrate("--yes");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.output, IsEmpty());
+    EXPECT_THAT(outcome.complaint, HasSubstr("\nqzgc: not saved: "));
+    EXPECT_THAT(outcome.complaint, EndsWith("it is not a regular file; move it away\n"));
+}
+
+TEST_F(Calibrate, WatchesForAsLongAsItIsTold) {
+    record(moved_ + "E: 009999.000000 3 00 00 00\n");
+    const Outcome outcome = run("calibrate --from stick.hid --seconds 1 --yes");
+    EXPECT_EQ(outcome.status, 0) << outcome.complaint;
+    EXPECT_THAT(outcome.output, HasSubstr("10..250, rest 120\n"));
+}
+
+TEST_F(Calibrate, SavesNothingWhenItIsInterrupted) {
+    record(moved_ + "E: 009999.000000 3 00 00 00\n");
+    // Not before the command takes signals over.
+    const Outcome outcome = run("calibrate --from stick.hid --yes & sleeper=$!; "
+                                "until grep -q 'SigCgt:.*[2367abef]$' /proc/$sleeper/status; do :; done; "
+                                "kill -INT $sleeper; wait $sleeper");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.complaint, "qzgc: interrupted: nothing was saved\n");
+    EXPECT_THAT(preferences(), IsEmpty());
+}
+
+TEST_F(Calibrate, KeepsToThePreferencesOfTheApplication) {
+    record(moved_);
+    EXPECT_EQ(calibrate("--yes --application org.example.racer").status, 0);
+    EXPECT_THAT(contents("config/qzgamecontroller/org.example.racer.json"), HasSubstr(stored));
+    EXPECT_THAT(preferences(), IsEmpty());
+}
+
+TEST_F(Calibrate, AnswersWrongUse) {
+    record(moved_);
+    EXPECT_EQ(run("calibrate --yes").complaint,
+              "qzgc: say how long to watch the controls: --seconds N; or name a recording with --from\n");
+    EXPECT_EQ(run("calibrate").status, 2);
+    EXPECT_EQ(calibrate("--seconds 3").complaint,
+              "qzgc: --seconds are those of a clock, which --fast does not wait for; leave one of them out\n");
+    EXPECT_EQ(run("calibrate --fast --yes").status, 2);
+    for (const char* const arguments : {"--seconds 0", "--seconds x", "--seconds", "--seconds -1", "--dance", "a b"}) {
+        const Outcome outcome = calibrate(arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments;
+        EXPECT_THAT(outcome.complaint, EndsWith("; see 'qzgc calibrate --help'\n")) << arguments;
+    }
+    EXPECT_EQ(run("calibrate --from missing.hid").complaint,
+              "missing.hid: cannot be read: No such file or directory\n");
+    EXPECT_EQ(run("calibrate nobody --from stick.hid").status, 1);
+    EXPECT_THAT(calibrate("--help").output, HasSubstr("--seconds N"));
+    EXPECT_EQ(calibrate("--yes >/dev/full").status, 1);
+}
+
+} // namespace

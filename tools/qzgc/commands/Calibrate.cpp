@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/commands/Calibrate.h"
+
+#include "tools/qzgc/commands/CalibrateView.h"
+#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/terminal/TerminalLoop.h"
+
+#include <iomanip>
+#include <iostream>
+
+namespace qz::tools {
+
+namespace {
+
+/// Admits the chosen controller, and makes a note when it goes.
+class CalibrationListener final : public ChosenControllerListener {
+public:
+    using ChosenControllerListener::ChosenControllerListener;
+
+    void hidManagerDeviceDisconnected(QZGCHIDManager& /*manager*/,
+                                      const std::shared_ptr<QZHIDDevice>& device) override {
+        if (device) {
+            isGone_ = true;
+            if (onGone) {
+                onGone();
+            }
+        }
+    }
+
+    bool isGone() const noexcept { return isGone_; }
+
+    std::function<void()> onGone;
+
+private:
+    bool isGone_ = false;
+};
+
+/// Why a calibration ended without being finished.
+void expectEnd(EventLoop::End end, const CalibrationListener& listener) {
+    if (listener.isGone()) {
+        throw Failure("the controller was unplugged: nothing was saved; plug it in and begin again");
+    }
+    if (end != EventLoop::End::Stopped && end != EventLoop::End::SourceEnded) {
+        throw Failure(end == EventLoop::End::HungUp ? "the terminal has gone: nothing was saved"
+                                                    : "interrupted: nothing was saved");
+    }
+}
+
+void printTable(const std::vector<CalibrationRow>& rows) {
+    std::size_t labels = 7;
+    std::size_t ranges = 6;
+    for (const CalibrationRow& each : rows) {
+        labels = std::max(labels, each.label.size());
+        ranges = std::max({ranges, rangeText(each.before).size(), rangeText(each.after).size()});
+    }
+    const auto label = std::setw(static_cast<int>(labels + 2));
+    const auto range = std::setw(static_cast<int>(ranges + 2));
+    std::cout << std::left << label << "control" << range << "before"
+              << "after\n";
+    for (const CalibrationRow& each : rows) {
+        const std::string remark = remarkOn(each);
+        std::cout << label << each.label << range << rangeText(each.before);
+        if (remark.empty()) {
+            std::cout << rangeText(each.after) << '\n';
+        } else {
+            std::cout << range << rangeText(each.after) << remark << '\n';
+        }
+    }
+}
+
+void appendRange(JSONText& json, std::string_view key, const CalibratedRange& range) {
+    json.key(key)
+        .beginObject()
+        .member("minimum", range.minimum)
+        .member("maximum", range.maximum)
+        .member("rest", range.rest)
+        .endObject();
+}
+
+void printJSON(const std::vector<CalibrationRow>& rows, const ControllerIdentity& identity, bool isSaved) {
+    JSONText json;
+    json.beginObject();
+    appendMembers(json, identity);
+    json.member("saved", isSaved).key("controls").beginArray();
+    for (const CalibrationRow& each : rows) {
+        json.beginObject()
+            .member("cookie", each.cookie)
+            .member("name", each.name)
+            .member("nameKey", each.nameKey)
+            .member("springsBack", each.springsBack)
+            .member("moved", each.isMoved)
+            .member("changed", each.isChanged());
+        appendRange(json, "before", each.before);
+        appendRange(json, "after", each.after);
+        json.endObject();
+    }
+    std::cout << json.endArray().endObject().text() << '\n';
+}
+
+ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, Calibration& calibration) {
+    {
+        CalibrationGuide guide([&] { return calibration.rows(); });
+        const auto now = [] {
+            return std::chrono::duration_cast<CalibrationGuide::Time>(Clock::now().time_since_epoch());
+        };
+        TerminalLoop* running = nullptr;
+        TerminalLoop loop(
+            session.source(),
+            [&](Canvas& canvas) {
+                guide.tick(now());
+                drawCalibration(canvas, guide, listener.chosen().name);
+            },
+            [&](int key) {
+                guide.press(key, now());
+                if (guide.hasEnded()) {
+                    running->stop();
+                }
+            });
+        running = &loop;
+        listener.onGone = [&] { loop.stop(); };
+        loop.stayAwake(true);
+        const EventLoop::End end = loop.run();
+        listener.onGone = nullptr;
+        expectEnd(end, listener);
+        if (!guide.isConfirmed()) {
+            throw Failure("cancelled: nothing was saved");
+        }
+    }
+    calibration.save();
+    std::cout << "saved the calibration of " << listener.chosen().name << '\n';
+    printTable(calibration.rows());
+    return finishOutput();
+}
+
+ExitStatus calibrateUnattended(Session& session, CalibrationListener& listener, Calibration& calibration,
+                               const CalibrateOptions& options) {
+    EventLoop loop(session.source());
+    if (options.seconds) {
+        loop.after(std::chrono::seconds(*options.seconds), [&] { loop.stop(); });
+    }
+    listener.onGone = [&] { loop.stop(); };
+    const EventLoop::End end = loop.run();
+    listener.onGone = nullptr;
+    expectEnd(end, listener);
+
+    const bool saves = options.yes && isAnyMoved(calibration.rows());
+    if (saves) {
+        calibration.save();
+    }
+    if (options.json) {
+        printJSON(calibration.rows(), listener.chosen(), saves);
+    } else {
+        std::cout << listener.chosen().name << '\n';
+        printTable(calibration.rows());
+    }
+    const ExitStatus printed = finishOutput();
+    if (!saves) {
+        throw Failure(options.yes ? "no control was moved: nothing was saved"
+                                  : "nothing was saved; add --yes to save it");
+    }
+    return printed;
+}
+
+} // namespace
+
+ExitStatus calibrateController(const CalibrateOptions& options) {
+    const bool isUnattended =
+        options.yes || options.json || options.seconds || !inputIsTerminal() || !outputIsTerminal();
+    const bool isRecorded = !options.session.from.empty();
+    if (options.session.fast && options.seconds) {
+        throw WrongUse("--seconds are those of a clock, which --fast does not wait for; leave one of them out");
+    }
+    if (isUnattended && !isRecorded && !options.seconds) {
+        throw WrongUse("say how long to watch the controls: --seconds N; or name a recording with --from");
+    }
+    const auto listener = std::make_shared<CalibrationListener>(chooseController(options.session, options.device));
+    Session session(options.session);
+    session.start(listener);
+    session.settle();
+    const auto devices = session.manager().devices();
+    if (devices.empty()) {
+        throw Failure("the controller has gone; attach it again");
+    }
+    Calibration calibration(session, devices.front());
+    return isUnattended ? calibrateUnattended(session, *listener, calibration, options)
+                        : calibrateOnTerminal(session, *listener, calibration);
+}
+
+} // namespace qz::tools

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "tools/qzgc/ExitStatus.h"
+#include "tools/qzgc/session/Session.h"
+
+#include <optional>
+#include <string>
+
+namespace qz::tools {
+
+struct CalibrateOptions {
+    SessionOptions session;
+    std::string device;              ///< as for chooseController
+    bool yes = false;                ///< whether to save without asking
+    std::optional<unsigned> seconds; ///< how long controls are watched without a terminal
+    bool json = false;
+};
+
+/// Calibrates a controller: with a user on the terminal, or, with any of the options for scripts or without a terminal,
+/// by what the controller sends. Success means that the calibration has been saved.
+ExitStatus calibrateController(const CalibrateOptions& options);
+
+} // namespace qz::tools

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/commands/CalibrateView.h"
+
+#include "tools/qzgc/terminal/TextFlow.h"
+
+#include <algorithm>
+
+namespace qz::tools {
+
+namespace {
+
+using Step = CalibrationGuide::Step;
+
+constexpr Style emphasis{.bold = true};
+constexpr Style faint{.dim = true};
+constexpr int numberWidth = 8;
+constexpr int barsBegin = 5; ///< below the title, two lines of instruction and the heads of the columns
+
+struct Columns {
+    int bar;
+    int barEnd;
+    bool hasValue;
+};
+
+Columns columnsFor(const Canvas& canvas, const CalibrationGuide& guide) {
+    int width = 7;
+    for (const CalibrationRow& each : guide.rows()) {
+        width = std::max(width, widthOf(each.label));
+    }
+    width = std::min(width, canvas.columns() / 4);
+    const bool hasValue = canvas.columns() >= 60;
+    return {.bar = width + 2, .barEnd = canvas.columns() - (hasValue ? 3 : 2) * numberWidth - 1, .hasValue = hasValue};
+}
+
+/// In which cell of a bar of this length a value lies.
+int cellOf(const CalibrationRow& row, std::int64_t value, int length) {
+    const std::int64_t range = std::max<std::int64_t>(row.logicalMaximum - row.logicalMinimum, 1);
+    const std::int64_t cell = (value - row.logicalMinimum) * (length - 1) / range;
+    return static_cast<int>(std::clamp<std::int64_t>(cell, 0, length - 1));
+}
+
+void drawBar(Canvas& canvas, int line, const CalibrationRow& row, const Columns& columns) {
+    const int length = columns.barEnd - columns.bar;
+    if (length <= 0) {
+        return;
+    }
+    const int from = row.isSeen ? cellOf(row, row.seenMinimum, length) : length;
+    const int to = row.isSeen ? cellOf(row, row.seenMaximum, length) : -1;
+    const int at = row.value ? cellOf(row, *row.value, length) : -1;
+    for (int i = 0; i < length; ++i) {
+        const bool isSeen = i >= from && i <= to;
+        const char* mark = canvas.unicode() ? isSeen ? "█" : "·" : isSeen ? "#" : ".";
+        Style style{.colour = isSeen && row.isMoved ? Colour::Green : Colour::Default, .dim = !isSeen};
+        if (i == at) {
+            mark = canvas.unicode() ? "│" : "|";
+            style = {.bold = true, .reverse = isSeen};
+        }
+        canvas.put(line, columns.bar + i, mark, style);
+    }
+}
+
+void drawBars(Canvas& canvas, CalibrationGuide& guide, int room) {
+    const Columns columns = columnsFor(canvas, guide);
+    const int first = columns.barEnd + 1;
+    canvas.put(barsBegin - 1, 0, "control", faint);
+    canvas.put(barsBegin - 1, columns.bar, "travel", faint, columns.barEnd - columns.bar);
+    canvas.putRight(barsBegin - 1, first + numberWidth, "minimum", faint);
+    canvas.putRight(barsBegin - 1, first + 2 * numberWidth, "maximum", faint);
+    if (columns.hasValue) {
+        canvas.putRight(barsBegin - 1, first + 3 * numberWidth, "value", faint);
+    }
+    const int count = static_cast<int>(guide.rows().size());
+    guide.keepScrolledBelow(count - room);
+    for (int i = 0; i < std::min(room, count); ++i) {
+        const CalibrationRow& row = *(guide.rows().begin() + guide.scrolled() + i);
+        const int line = barsBegin + i;
+        canvas.put(line, 0, shortened(row.label, columns.bar - 2), row.isMoved ? Style{} : faint);
+        drawBar(canvas, line, row, columns);
+        canvas.putRight(line, first + numberWidth, row.isSeen ? std::to_string(row.seenMinimum) : "-");
+        canvas.putRight(line, first + 2 * numberWidth, row.isSeen ? std::to_string(row.seenMaximum) : "-");
+        if (columns.hasValue) {
+            canvas.putRight(line, first + 3 * numberWidth, row.value ? std::to_string(*row.value) : "-");
+        }
+    }
+}
+
+struct Line {
+    std::string text;
+    Style style;
+};
+
+/// Before and after side by side, or, where that is too wide, one below the other.
+std::vector<Line> comparisonOf(const Canvas& canvas, const std::vector<CalibrationRow>& rows) {
+    int labels = 7;
+    int ranges = 6;
+    for (const CalibrationRow& each : rows) {
+        labels = std::max(labels, widthOf(each.label));
+        ranges = std::max({ranges, widthOf(rangeText(each.before)), widthOf(rangeText(each.after))});
+    }
+    constexpr int remarks = 9;
+    const auto padded = [](std::string text, int width) {
+        text.append(static_cast<std::size_t>(std::max(width - widthOf(text), 0)), ' ');
+        return text + "  ";
+    };
+    std::vector<Line> lines;
+    if (labels + 2 * ranges + remarks + 6 <= canvas.columns()) {
+        lines.push_back({padded("control", labels) + padded("before", ranges) + "after", faint});
+        for (const CalibrationRow& each : rows) {
+            lines.push_back({padded(each.label, labels) + padded(rangeText(each.before), ranges) +
+                                 padded(rangeText(each.after), ranges) + remarkOn(each),
+                             each.isChanged() ? emphasis : Style{}});
+        }
+        return lines;
+    }
+    for (const CalibrationRow& each : rows) {
+        const std::string remark = remarkOn(each);
+        lines.push_back({each.label + (remark.empty() ? "" : ": " + remark), emphasis});
+        lines.push_back({"  before " + rangeText(each.before), {}});
+        if (remark.empty()) {
+            lines.push_back({"  after  " + rangeText(each.after), {}});
+        }
+    }
+    return lines;
+}
+
+void drawComparison(Canvas& canvas, CalibrationGuide& guide, int room) {
+    const std::vector<Line> lines = comparisonOf(canvas, guide.rows());
+    const int count = static_cast<int>(lines.size());
+    guide.keepScrolledBelow(count - room - 1);
+    for (int i = 0; i < std::min(room + 1, count); ++i) {
+        const Line& line = *(lines.begin() + guide.scrolled() + i);
+        canvas.put(barsBegin - 1 + i, 0, line.text, line.style);
+    }
+}
+
+std::string keysText(Step step, bool isNarrow) {
+    switch (step) {
+    case Step::Moving:
+        return isNarrow ? "Enter done  Esc cancel" : "Enter when all have been moved  Esc cancel  Up Down scroll";
+    case Step::LettingGo:
+        return isNarrow ? "Enter do not wait  Esc cancel" : "Enter do not wait  Esc cancel  Up Down scroll";
+    case Step::Confirming:
+        return isNarrow ? "y save  m move more  n cancel" : "y or Enter save  m move more  n or Esc cancel";
+    }
+    return "";
+}
+
+} // namespace
+
+void drawCalibration(Canvas& canvas, CalibrationGuide& guide, const std::string& controller) {
+    const std::string step = "step " + std::to_string(static_cast<int>(guide.step()) + 1) + " of 3";
+    canvas.put(0, 0, shortened("qzgc calibrate  " + controller, canvas.columns() - widthOf(step) - 2), emphasis);
+    canvas.putRight(0, canvas.columns(), step);
+    const auto instruction = wrapped(guide.instruction(), canvas.columns());
+    for (std::size_t i = 0; i < std::min<std::size_t>(instruction.size(), 3); ++i) {
+        canvas.put(1 + static_cast<int>(i), 0, instruction[i]);
+    }
+    const int room = std::max(canvas.rows() - barsBegin - 1, 0);
+    if (guide.step() == Step::Confirming) {
+        drawComparison(canvas, guide, room);
+    } else {
+        drawBars(canvas, guide, room);
+    }
+    const int last = canvas.rows() - 1;
+    canvas.put(last, 0, keysText(guide.step(), canvas.columns() < 60), faint);
+}
+
+} // namespace qz::tools

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+#include "tools/qzgc/session/Calibration.h"
+
+#include "tools/qzgc/session/Controllers.h"
+
+#include <algorithm>
+
+namespace qz::tools {
+
+namespace {
+
+CalibratedRange rangeOf(const QZHIDElement& element) {
+    return {.minimum = element.observedMin(), .maximum = element.observedMax(), .rest = element.observedNeutral()};
+}
+
+bool isMoved(const QZHIDElement& element) {
+    const std::int64_t travel = element.calibrationMax() - element.calibrationMin();
+    return travel > 0 && jitterPart * travel >= element.theoreticalMax() - element.theoreticalMin();
+}
+
+/// What the library would make of the control, by letting it do so and taking that back.
+CalibratedRange preview(QZHIDElement& element) {
+    const CalibratedRange before = rangeOf(element);
+    if (isMoved(element)) {
+        element.endCalibration();
+    }
+    const CalibratedRange after = rangeOf(element);
+    element.setObservedMin(before.minimum);
+    element.setObservedMax(before.maximum);
+    element.setObservedNeutral(before.rest);
+    return after;
+}
+
+} // namespace
+
+std::string rangeText(const CalibratedRange& range) {
+    return std::to_string(range.minimum) + ".." + std::to_string(range.maximum) + ", rest " +
+           std::to_string(range.rest);
+}
+
+Calibration::Calibration(Session& session, std::shared_ptr<QZHIDDevice> device)
+    : session_(session), device_(std::move(device)) {
+    std::vector<std::shared_ptr<QZHIDElement>> elements = elementsOf(*device_);
+    std::erase_if(elements, [](const auto& each) { return !each->isSubjectToCalibration(); });
+    if (elements.empty()) {
+        throw Failure("the controller has no axis, slider, dial or wheel: there is nothing to calibrate");
+    }
+    for (const auto& each : elements) {
+        const std::string name = each->name();
+        const auto count = std::ranges::count_if(elements, [&](const auto& other) { return other->name() == name; });
+        controls_.push_back({.element = each,
+                             .label = count == 1 ? name : name + " (" + std::to_string(each->cookie()) + ')',
+                             .before = rangeOf(*each)});
+    }
+    session_.manager().startCalibration();
+}
+
+Calibration::~Calibration() {
+    session_.manager().setCalibrationMode(false); // unlike the end of a calibration this stores nothing
+}
+
+std::vector<CalibrationRow> Calibration::rows() const {
+    std::vector<CalibrationRow> rows;
+    for (const Control& each : controls_) {
+        QZHIDElement& element = *each.element;
+        rows.push_back({.cookie = element.cookie(),
+                        .label = each.label,
+                        .name = element.name(),
+                        .nameKey = element.nameKey(),
+                        .springsBack = element.hasPreferredState(),
+                        .logicalMinimum = element.theoreticalMin(),
+                        .logicalMaximum = element.theoreticalMax(),
+                        .value = lastKnownValue(*device_, element),
+                        .isSeen = element.calibrationMin() < element.calibrationMax(),
+                        .seenMinimum = element.calibrationMin(),
+                        .seenMaximum = element.calibrationMax(),
+                        .isMoved = isMoved(element),
+                        .before = each.before,
+                        .after = preview(element)});
+    }
+    return rows;
+}
+
+void Calibration::save() {
+    const auto connected = session_.manager().devices();
+    if (std::ranges::find(connected, device_) == connected.end()) {
+        throw Failure("the controller is unplugged: nothing was saved; plug it in and begin again");
+    }
+    if (!isAnyMoved(rows())) {
+        throw Failure("no control was moved: nothing was saved");
+    }
+    for (const Control& each : controls_) {
+        if (!isMoved(*each.element)) {
+            each.element->startCalibration();
+        }
+    }
+    session_.manager().endCalibration();
+    session_.expectSaved();
+}
+
+bool isAnyMoved(const std::vector<CalibrationRow>& rows) {
+    return std::ranges::any_of(rows, &CalibrationRow::isMoved);
+}
+
+std::string labelsOf(const std::vector<CalibrationRow>& rows, bool moved) {
+    std::string text;
+    for (const CalibrationRow& each : rows) {
+        if (each.isMoved == moved) {
+            text += (text.empty() ? "" : ", ") + each.label;
+        }
+    }
+    return text;
+}
+
+std::string remarkOn(const CalibrationRow& row) {
+    return !row.isMoved ? "not moved" : row.isChanged() ? "" : "unchanged";
+}
+
+} // namespace qz::tools
