@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <optional>
 
@@ -134,6 +135,19 @@ TEST_F(MonitorLines, EndInGoodOrderWhenAskedTo) {
         const Outcome outcome = run("--version; sh ./interrupt " + signal);
         EXPECT_THAT(contents("status"), StartsWith("0 0.000000  #1  connected")) << signal << outcome.complaint;
     }
+}
+
+TEST_F(MonitorLines, LeaveSignalsAloneThatTheProcessWasStartedWithout) {
+    write("ignored", "mkfifo pipe\n"
+                     "env --default-signal --ignore-signal=HUP '" QZGC_TOOL "' monitor --from '" QZGC_TEST_DATA
+                     "/../examples/replay/joystick.hid' >pipe &\n"
+                     "{ read -r line; grep SigIgn /proc/$!/status >ignores; kill $!; wait $!; } <pipe\n");
+    run("--version; sh ./ignored");
+    const std::string mask = contents("ignores");
+    ASSERT_THAT(mask, StartsWith("SigIgn:\t"));
+    const auto ignored = std::stoull(mask.substr(8), nullptr, 16); // signal n is bit n - 1
+    EXPECT_EQ(ignored & 1U << (SIGHUP - 1), 1U << (SIGHUP - 1));
+    EXPECT_EQ(ignored & 1U << (SIGTERM - 1), 0U);
 }
 
 TEST_F(MonitorLines, SayWhenTheRecordingHasNoSuchController) {

@@ -130,9 +130,16 @@ bool takeLocale() {
     } catch (const std::runtime_error&) {
         return false; // it is not installed
     }
-    wchar_t line = 0;
+    constexpr std::string_view line = "│";
+    const std::locale taken;
     std::mbstate_t state{};
-    return std::mbrtowc(&line, "│", 3, &state) == 3 && line == L'│';
+    const char* end = nullptr;
+    wchar_t wide = 0;
+    wchar_t* wideEnd = nullptr;
+    return std::use_facet<std::codecvt<wchar_t, char, std::mbstate_t>>(taken).in(
+               state, line.data(), line.data() + line.size(), end, &wide, &wide + 1, wideEnd) ==
+               std::codecvt_base::ok &&
+           wide == L'│';
 }
 
 attr_t attributesOf(const Style& style, bool hasColours) {
