@@ -2,12 +2,11 @@
 #include "HIDWrapper/QZHIDDevice.h"
 #include "tests/kernel/support/CounterPad.h"
 #include "tests/kernel/support/KernelApplication.h"
+#include "tests/kernel/support/Udev.h"
 #include "tests/support/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <sys/stat.h>
 
 using qz::platform::tests::ChildProcess;
@@ -69,23 +68,6 @@ TEST(Access, OfANodeThatComesWithoutItAndGetsItLaterConnectsTheDevice) {
     pad.send();
     EXPECT_EQ(user.wait(), 0);
 }
-
-/// The system's own daemon, with one rule.
-class Udev {
-public:
-    explicit Udev(const std::string& rule) {
-        std::filesystem::create_directories("/run/udev/rules.d");
-        std::ofstream("/run/udev/rules.d/70-test.rules") << rule << '\n';
-        isRunning = std::system("/lib/systemd/systemd-udevd --daemon") == 0;
-    }
-    Udev(const Udev&) = delete;
-    Udev& operator=(const Udev&) = delete;
-    ~Udev() {
-        const int ignored = std::system("udevadm control --exit");
-        static_cast<void>(ignored);
-    }
-    bool isRunning = false;
-};
 
 TEST(Access, GivenByARuleOfUdevConnectsTheDevice) {
     const Udev udev(R"(SUBSYSTEM=="hidraw", KERNELS=="*:04D2:162E.*", PROGRAM="/bin/sleep 0.2", MODE="0644")");
