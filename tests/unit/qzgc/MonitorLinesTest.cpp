@@ -129,7 +129,7 @@ TEST_F(MonitorLines, EndInGoodOrderWhenAskedTo) {
     // The line that is there already has been written by the time that the signal is sent.
     write("interrupt", "mkfifo pipe-$1\n"
                        "env --default-signal '" QZGC_TOOL "' monitor --from '" QZGC_TEST_DATA
-                       "/../examples/replay/joystick.hid' >pipe-$1 &\n"
+                       "/../examples/recordings/made-up-joystick.hid' >pipe-$1 &\n"
                        "{ read -r line; kill -$1 $!; wait $!; echo \"$? $line\" >status; } <pipe-$1\n");
     for (const std::string signal : {"INT", "TERM", "HUP"}) {
         const Outcome outcome = run("--version; sh ./interrupt " + signal);
@@ -140,7 +140,7 @@ TEST_F(MonitorLines, EndInGoodOrderWhenAskedTo) {
 TEST_F(MonitorLines, LeaveSignalsAloneThatTheProcessWasStartedWithout) {
     write("ignored", "mkfifo pipe\n"
                      "env --default-signal --ignore-signal=HUP '" QZGC_TOOL "' monitor --from '" QZGC_TEST_DATA
-                     "/../examples/replay/joystick.hid' >pipe &\n"
+                     "/../examples/recordings/made-up-joystick.hid' >pipe &\n"
                      "{ read -r line; grep SigIgn /proc/$!/status >ignores; kill $!; wait $!; } <pipe\n");
     run("--version; sh ./ignored");
     const std::string mask = contents("ignores");
