@@ -90,7 +90,8 @@ std::size_t LinuxRunLoop::perform(RunLoopMode mode, std::uint64_t serial) {
 
 [[gnu::hot]] std::size_t LinuxRunLoop::runInMode(RunLoopMode mode, std::chrono::milliseconds timeout) {
     const auto longest = std::chrono::milliseconds(std::numeric_limits<int>::max());
-    const int milliseconds = timeout < timeout.zero() ? -1 : static_cast<int>(std::min(timeout, longest).count());
+    const int milliseconds =
+        timeout < std::chrono::milliseconds::zero() ? -1 : static_cast<int>(std::min(timeout, longest).count());
     const std::vector<Entry>& entries = set(mode).entries;
     if (entries.size() == 1) {
         if (const auto handled = entries.front().source->waitAndPerform(milliseconds)) {

@@ -82,7 +82,7 @@ void ReportDecoder::addFields(const ReportInput& input) {
 void ReportDecoder::addWords(Report& report) {
     report.firstWord = report.endWord = static_cast<std::uint32_t>(words_.size());
     for (std::uint32_t f = report.firstField; f < report.endField; ++f) {
-        const std::size_t end = std::size_t{fields_[f].end};
+        const auto end = std::size_t{fields_[f].end};
         for (std::size_t at = fields_[f].bits.offset; at < end; at = endOfLastWord()) {
             const bool isCovered = words_.size() > report.firstWord && at < endOfLastWord();
             if (!isCovered && words_.size() == maximumWords) {
