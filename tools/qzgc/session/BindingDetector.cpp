@@ -42,7 +42,6 @@ BindingDetector::BindingDetector(const std::vector<Control>& controls, Time begi
             tracked.value = each.known;
             tracked.low = tracked.high = *each.known;
             tracked.isPressed = isPressedAt(each, *each.known);
-            tracked.isHeld = tracked.isPressed;
         }
         controls_.push_back(tracked);
     }
@@ -75,11 +74,8 @@ void BindingDetector::seeSwitch(Tracked& tracked, bool isPressed, Time now) {
     if (isTakingBaseline(now)) {
         // The first report tells of controls that nobody has touched, too.
         tracked.changes += tracked.value && isPressed != tracked.isPressed ? 1 : 0;
-        tracked.isHeld = isPressed;
     } else if (isPressed && !tracked.isPressed) {
-        tracked.pressed = now;
-    } else if (!isPressed) {
-        tracked.isHeld = false;
+        tracked.pressed = now; // what was held at the beginning has to be let go of first
     }
     tracked.isPressed = isPressed;
 }
@@ -136,8 +132,7 @@ double BindingDetector::excursion(const Tracked& tracked, Time now) {
     switch (tracked.control.kind) {
     case Kind::Button:
     case Kind::Hat: {
-        const bool counts =
-            tracked.pressed && (tracked.isPressed || now - *tracked.pressed <= pressCounts) && !tracked.isHeld;
+        const bool counts = tracked.pressed && (tracked.isPressed || now - *tracked.pressed <= pressCounts);
         return counts && tracked.changes < 2 ? 1.0 : 0.0; // one that flickers by itself has no say
     }
     case Kind::Turning:

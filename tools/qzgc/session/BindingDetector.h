@@ -68,7 +68,6 @@ private:
         Time since{0};
         Time last{0};
         bool isPressed = false;
-        bool isHeld = false;                        ///< pressed since before the beginning
         std::optional<Time> pressed = std::nullopt; ///< when it was pressed last
         int changes = 0;                            ///< of a button during the baseline
         std::int64_t steps = 0;

@@ -223,7 +223,7 @@ void MapEditor::listen(Time now) {
 }
 
 void MapEditor::see(const QZHIDElement& element, std::int64_t raw, Time now) {
-    if (mode_ == Mode::Listening && isThere_) {
+    if (mode_ == Mode::Listening) {
         detector_->see(element.cookie(), raw, now);
     }
 }
