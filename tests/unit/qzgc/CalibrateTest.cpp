@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "platform/Text.h"
 #include "tests/unit/qzgc/ToolFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 
@@ -17,18 +16,16 @@ using qz::tests::Outcome;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 // X (cookie 2) springs back, the throttle (a slider, cookie 3) does not; a button is 4.
 constexpr const char* device = "R: 40 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 09 36 81 22 05 09 09 01 "
                                "25 01 75 01 95 01 81 02 75 07 81 01 c0\n";
 constexpr const char* stored = "QZGameController-Calibrations-4660-22136";
 
-std::string report(int time, int x, int throttle) {
-    std::array<char, 64> line{};
-    std::snprintf(line.data(), line.size(), "E: 000000.%06d 3 %02x %02x 00\n", time, static_cast<unsigned>(x),
-                  static_cast<unsigned>(throttle));
-    return line.data();
+std::string report(int microseconds, int x, int throttle) {
+    using qz::platform::hexadecimal;
+    return "E: 000000.00000" + std::to_string(microseconds) + " 3 " + hexadecimal(static_cast<unsigned>(x), 2) + ' ' +
+           hexadecimal(static_cast<unsigned>(throttle), 2) + " 00\n";
 }
 
 class Calibrate : public qz::tests::ToolTest {

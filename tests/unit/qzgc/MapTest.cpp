@@ -16,7 +16,6 @@ using qz::tests::Outcome;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using testing::StartsWith;
 
 // Cookies: X 2, Slider 3, hat 4, buttons 1 and 2 are 5 and 6.
