@@ -104,6 +104,7 @@ void HIDManagerBase::release() {
     matching_ = {};
     removal_ = {};
     inputValue_ = {};
+    inputReport_ = {};
     for (const Schedule& schedule : std::exchange(schedules_, {})) {
         schedule.runLoop->removeSource(*this, schedule.mode);
     }

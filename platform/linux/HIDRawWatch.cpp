@@ -70,22 +70,22 @@ bool HIDRawWatch::watch(int descriptor, std::uint64_t serial) {
 }
 
 bool HIDRawWatch::add(int descriptor, std::uint64_t serial) {
-    if (!watch(descriptor, serial)) {
-        return false;
+    if (std::ranges::find(polled_, descriptor, &pollfd::fd) == polled_.end()) {
+        polled_.push_back({.fd = descriptor, .events = POLLIN, .revents = 0}); // which takes no room in the kernel
+        serials_.push_back(serial);
     }
-    polled_.push_back({.fd = descriptor, .events = POLLIN, .revents = 0});
-    serials_.push_back(serial);
-    return true;
+    return watch(descriptor, serial);
 }
 
 void HIDRawWatch::remove(int descriptor) {
+    const auto found = std::ranges::find(polled_, descriptor, &pollfd::fd);
+    if (found == polled_.end()) {
+        return;
+    }
     // Closing alone would not do: a child process may have a copy of the descriptor, which keeps the set's entry alive.
     calls_.epollControl(set_, EPOLL_CTL_DEL, descriptor, nullptr);
-    const auto found = std::ranges::find(polled_, descriptor, &pollfd::fd);
-    if (found != polled_.end()) {
-        serials_.erase(serials_.begin() + (found - polled_.begin()));
-        polled_.erase(found);
-    }
+    serials_.erase(serials_.begin() + (found - polled_.begin()));
+    polled_.erase(found);
 }
 
 [[gnu::hot]] void HIDRawWatch::setAwake(bool awake) noexcept {

@@ -51,7 +51,7 @@ public:
     void setAwake(bool awake) noexcept;
 
     /// Waits until something is ready, at most so long (below 0: without end), and answers what is: the serial of a
-    /// node or `changes` as each event's number. Valid until the next call.
+    /// node, `changes` or `wakeUp` as each event's number. Valid until the next call.
     std::span<const epoll_event> poll(int milliseconds);
     /// Whether nothing will come after what can still be read.
     static bool hasEnded(const epoll_event& event) noexcept { return (event.events & (EPOLLHUP | EPOLLERR)) != 0; }

@@ -40,6 +40,8 @@ public:
     /// Reads the properties that are still to be read: all that nobody has asked for yet.
     void loadProperties() override;
 
+    bool hasAllProperties() const noexcept { return isComplete_; }
+
     /// No longer asks the system for anything. The device is gone, or its manager goes.
     void detach() noexcept;
     using HIDDevice::markGone;

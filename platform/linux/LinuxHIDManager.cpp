@@ -23,7 +23,8 @@ IOReturn LinuxHIDManager::open(IOOptionBits /*options*/) {
     if (!serveSchedules()) {
         return kIOReturnNoResources;
     }
-    if (isDiscovering() && !isListed_) {
+    // What was told while it was closed may not be all: not every /dev is the kernel's own.
+    if (isDiscovering() && (std::exchange(wasClosed_, false) || !isListed_)) {
         list();
         if (!isListed_) {
             return kIOReturnNoResources;
@@ -40,6 +41,7 @@ IOReturn LinuxHIDManager::open(IOOptionBits /*options*/) {
 
 IOReturn LinuxHIDManager::close(IOOptionBits /*options*/) {
     open_ = false;
+    wasClosed_ = true;
     if (input_.device) {
         input_.device->forgetValues(input_.indices); // else they would not be news when it is open again
         input_ = {};
@@ -86,6 +88,7 @@ void LinuxHIDManager::discover() {
     hasReported_ = false;
     // What is left is done first, and then there is no reason to wait.
     mayWait_ = hasWork() ? 0 : milliseconds;
+    propertiesWait_ = propertiesWait_ || std::exchange(propertiesFailed_, false);
     // Most turns are for the next report of the same device, so it is tried before the kernel is asked which it is.
     if (mayWait_ == 0 && ready_.empty() && findNode(lastRead_) != nullptr) {
         ready_.push_back(lastRead_);
@@ -94,8 +97,8 @@ void LinuxHIDManager::discover() {
 
 [[gnu::hot]] bool LinuxHIDManager::deliverNext() {
     while (!deliverReport() && !deliverValue() && (notices_.empty() || !deliverNotice())) {
+        loadProperties();
         if (!takeInput()) {
-            loadProperties();
             return false;
         }
     }
@@ -247,8 +250,8 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
     return false;
 }
 
-/// Reads what nobody has asked for, at the end of the turn: reporting arrivals does not wait for it, and it must be
-/// known when the device is gone.
+/// Reads what nobody has asked for, after the arrivals: reporting them does not wait for it, and it must be known when
+/// the device is gone. What the system has no resources for is tried once more in each turn that comes anyway.
 void LinuxHIDManager::loadProperties() {
     if (!std::exchange(propertiesWait_, false)) {
         return;
@@ -256,6 +259,7 @@ void LinuxHIDManager::loadProperties() {
     for (const Node& node : nodes_) {
         if (node.device && isReported(node.device.get())) {
             node.device->loadProperties();
+            propertiesFailed_ = propertiesFailed_ || !node.device->hasAllProperties();
         }
     }
 }

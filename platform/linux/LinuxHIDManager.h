@@ -110,13 +110,15 @@ private:
     std::size_t reads_ = 0; ///< in this turn
     int mayWait_ = 0;       ///< milliseconds, of the next look for what is ready
     bool open_ = false;
-    bool isListed_ = false;       ///< whether all nodes that were there have been looked at
-    bool hasToConfirm_ = false;   ///< whether there are nodes to be confirmed
-    bool hasOpened_ = false;      ///< whether there are nodes that are open and not watched yet
-    bool cannotWatch_ = false;    ///< whether the kernel would not watch some of them when it was last asked
-    bool hasPolled_ = false;      ///< in this turn
-    bool hasReported_ = false;    ///< whether this turn has reported an arrival
-    bool propertiesWait_ = false; ///< whether devices have been reported whose properties are still to be read
+    bool wasClosed_ = false;        ///< since it was last opened
+    bool propertiesFailed_ = false; ///< whether devices have properties that could not be read for want of resources
+    bool isListed_ = false;         ///< whether all nodes that were there have been looked at
+    bool hasToConfirm_ = false;     ///< whether there are nodes to be confirmed
+    bool hasOpened_ = false;        ///< whether there are nodes that are open and not watched yet
+    bool cannotWatch_ = false;      ///< whether the kernel would not watch some of them when it was last asked
+    bool hasPolled_ = false;        ///< in this turn
+    bool hasReported_ = false;      ///< whether this turn has reported an arrival
+    bool propertiesWait_ = false;   ///< whether devices have been reported whose properties are still to be read
     /// What one read of a node can bring: a report and its ID. Here, and not by itself, so that it is near the rest.
     std::array<std::uint8_t, ReportDescriptorLimits::reportBytes + 1> buffer_;
 };

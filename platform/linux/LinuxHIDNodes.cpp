@@ -72,10 +72,8 @@ bool LinuxHIDManager::isDraining() const noexcept {
 void LinuxHIDManager::apply(const NodeChange& change) {
     switch (change.kind) {
     case NodeChange::Kind::Created:
+    case NodeChange::Kind::Altered: // where /dev is not the kernel's own, a node may have become another device's
         visit(change.name);
-        return;
-    case NodeChange::Kind::Altered:
-        examine(nodeNamed(change.name));
         return;
     case NodeChange::Kind::Deleted:
         // A list may have been quicker than the news: what is open may be a later node of this name.
@@ -127,6 +125,9 @@ void LinuxHIDManager::identify(Node& node) {
 
 void LinuxHIDManager::openNode(Node& node) {
     if (node.device->isOpen()) {
+        if (!node.isToBeConfirmed) {
+            arrive(node); // it was open before it was wanted again
+        }
         return;
     }
     const int error = node.device->openNode(paths_.deviceDirectory + "/" + node.name);
@@ -160,6 +161,7 @@ void LinuxHIDManager::confirmOpened() {
         }
         node.reported = kIOReturnSuccess;
         hasOpened_ = true;
+        cannotWatch_ = false;
         arrive(node);
     }
 }
@@ -196,9 +198,8 @@ void LinuxHIDManager::cannotBeOpened(Node& node, IOReturn why) {
 
 void LinuxHIDManager::closeNode(Node& node) {
     if (node.device->isOpen()) {
-        if (std::exchange(node.isWatched, false)) {
-            watch_.remove(node.device->descriptor());
-        }
+        node.isWatched = false;
+        watch_.remove(node.device->descriptor());
         node.device->closeNode();
     }
 }

@@ -25,6 +25,9 @@ bool LinuxRunLoop::addSource(RunLoopSource& source, RunLoopMode mode) {
     if (std::ranges::any_of(target.entries, [&](const Entry& entry) { return entry.source == &source; })) {
         return true;
     }
+    if (target.fileDescriptor < 0) {
+        target.fileDescriptor = calls_.epollCreate(EPOLL_CLOEXEC); // refused before
+    }
     const Entry entry{&source, nextSerial_++, source.fileDescriptor()};
     if (entry.fileDescriptor >= 0) {
         epoll_event event{};

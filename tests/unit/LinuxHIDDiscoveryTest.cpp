@@ -277,6 +277,82 @@ TEST_F(LinuxHIDDiscovery, DoesNotOpenAnotherDeviceInPlaceOfOneThatHasGone) {
     EXPECT_THAT(turnAndTold(), ElementsAre("value other 9:1 1"));
 }
 
+/// In a container the nodes may have been made by hand: no news comes when they become another device's.
+TEST_F(LinuxHIDDiscovery, TakesAnotherDeviceOnANodeThatStaysForAnotherDeviceWhenItGetsAccess) {
+    setUp();
+    const int pad = kernel.plug(fakePad("pad"));
+    kernel.setOpenError(pad, EACCES);
+    turnAndTold();
+    kernel.removeSysfs(pad);
+    kernel.hangUp(pad);
+    FakeHIDDevice other = fakePad("other");
+    other.hasNode = false; // it is there
+    ASSERT_EQ(kernel.plug(other), pad);
+    kernel.touchNode(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched other"));
+    kernel.send(pad, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value other 9:1 1"));
+}
+
+TEST_F(LinuxHIDDiscovery, TakesAnotherDeviceOnANodeThatStaysForAnotherDeviceWhenItIsOpenedAgain) {
+    setUp();
+    const int pad = plugReported(fakePad("pad"));
+    client.close();
+    turn();
+    kernel.removeSysfs(pad);
+    kernel.hangUp(pad);
+    FakeHIDDevice other = fakePad("other");
+    other.hasNode = false;
+    ASSERT_EQ(kernel.plug(other), pad);
+    client.open();
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad", "matched other"));
+    kernel.send(pad, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value other 9:1 1"));
+}
+
+TEST_F(LinuxHIDDiscovery, ReportsAnOpenDeviceThatIsWantedAgainBeforeItWasReported) {
+    setUp();
+    turn();
+    client.onMatched = [&](IOHIDDeviceRef) {
+        client.onMatched = nullptr;
+        const std::vector<HIDMatchingDictionary> others{{{"DeviceUsagePage", 12}, {"DeviceUsage", 1}}};
+        IOHIDManagerSetDeviceMatchingMultiple(client.manager(), others);
+    };
+    kernel.plug(fakePad("first"));
+    kernel.plug(fakePad("second"));
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched first"));
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched second"));
+}
+
+TEST_F(LinuxHIDDiscovery, KnowsThePropertiesOfADeviceThatComesAmidInputWithoutEnd) {
+    setUp();
+    turn();
+    FakeHIDDevice sticks = fakePad("flood");
+    sticks.descriptor = {0x05, 0x01, 0x09, 0x05, 0xa1, 0x01, 0x09, 0x30, 0x15, 0x00, // twenty X axes
+                         0x26, 0xff, 0x00, 0x75, 0x08, 0x95, 20,   0x81, 0x02, 0xc0};
+    const int flood = plugReported(sticks);
+    std::uint8_t position = 0;
+    const auto move = [&] { kernel.send(flood, std::vector<std::uint8_t>(20, ++position)); };
+    client.onValue = [&](IOHIDValueRef) { move(); };
+    for (int i = 0; i < 64; ++i) {
+        move();
+    }
+    FakeHIDDevice device = fakePad("pad");
+    device.uniq = "one";
+    std::shared_ptr<HIDDevice> kept;
+    takeArrivals([&](IOHIDDeviceRef reported) { kept = pin(reported); });
+    const int pad = kernel.plug(device);
+    for (int i = 0; i < 5 && !kept; ++i) {
+        dispatch();
+    }
+    dispatch();
+    ASSERT_TRUE(kept);
+    kernel.removeSysfs(pad);
+    ASSERT_NE(kept->property("SerialNumber"), nullptr);
+    client.onValue = nullptr;
+}
+
 TEST_F(LinuxHIDDiscovery, SurvivesTheReplacementOfADeviceBetweenAnyTwoCalls) {
     for (int position = 0; position < 12; ++position) {
         const int pad = kernel.plug(fakePad("pad"));

@@ -289,5 +289,54 @@ TEST_F(LinuxHIDWithoutResources, ReadsADeviceThatCannotBeWatchedInEveryTurnAndIs
     EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("removed pad"));
 }
 
+TEST_F(LinuxHIDWithoutResources, WatchesADeviceThatIsOpenedAgainWhenThereIsRoom) {
+    setUp();
+    turn();
+    kernel.refusesAdditions = true;
+    const int pad = kernel.plug(fakePad("pad"));
+    EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("matched pad"));
+    client.close();
+    kernel.refusesAdditions = false;
+    EXPECT_EQ(client.open(), kIOReturnSuccess);
+    kernel.send(pad, button(true));
+    EXPECT_TRUE(wouldWake());
+    EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("value pad 9:1 1"));
+}
+
+TEST_F(LinuxHIDWithoutResources, WaitsInTheRunLoopForADeviceThatCannotBeWatched) {
+    setUp();
+    turn();
+    kernel.refusesAdditions = true;
+    const int pad = kernel.plug(fakePad("pad"));
+    EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("matched pad"));
+    kernel.send(pad, button(true));
+    host.platform().currentRunLoop().runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(-1));
+    EXPECT_THAT(told(), ::testing::ElementsAre("value pad 9:1 1"));
+    kernel.unplug(pad);
+    host.platform().currentRunLoop().runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(-1));
+    EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("removed pad"));
+}
+
+TEST_F(LinuxHIDWithoutResources, ReadsPropertiesInALaterTurn) {
+    setUp();
+    turn();
+    FakeHIDDevice device = fakePad("pad");
+    device.uniq = "one";
+    std::shared_ptr<HIDDevice> kept;
+    takeArrivals([&](IOHIDDeviceRef reported) {
+        kept = pin(reported);
+        failAll("open", EMFILE);
+    });
+    const int pad = kernel.plug(device);
+    turn();
+    kernel.setScript(nullptr);
+    dispatch();
+    kernel.unplug(pad);
+    turn();
+    ASSERT_TRUE(kept);
+    ASSERT_NE(kept->property("SerialNumber"), nullptr);
+    EXPECT_EQ(*kept->property("SerialNumber"), PropertyValue("one"));
+}
+
 } // namespace
 } // namespace qz::platform::tests

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <poll.h>
 #include <utility>
 
@@ -70,6 +71,17 @@ protected:
         return number;
     }
 
+    /// From now on an arrival is not told, for which its name would be read, but calls `arrived` alone.
+    void takeArrivals(std::function<void(IOHIDDeviceRef)> action) {
+        arrived = std::move(action);
+        IOHIDManagerRegisterDeviceMatchingCallback(
+            client.manager(),
+            [](void* context, IOReturn, void*, IOHIDDeviceRef device) {
+                static_cast<LinuxHIDFixture*>(context)->arrived(device);
+            },
+            this);
+    }
+
     /// Whether a loop that waits would wake up.
     bool wouldWake() {
         pollfd polled{host.platform().currentRunLoop().fileDescriptor(kCFRunLoopDefaultMode), POLLIN, 0};
@@ -81,6 +93,7 @@ protected:
     EventLog events;
     PlatformClient client{host.platform(), events};
     IOHIDDeviceRef handle = nullptr;
+    std::function<void(IOHIDDeviceRef)> arrived;
 };
 
 } // namespace qz::platform::tests

@@ -456,6 +456,19 @@ TEST(LinuxRunLoopWithoutSets, HasNoDescriptorAndRefusesSourcesThatNeedOne) {
     EXPECT_THAT(calls.closed, IsEmpty());
 }
 
+TEST(LinuxRunLoopWithoutSets, GetsThemWhenThereAreSome) {
+    CountingCalls calls;
+    calls.createError = EMFILE;
+    LinuxRunLoop loop(calls);
+    EventSource source;
+    EXPECT_FALSE(loop.addSource(source, kCFRunLoopDefaultMode));
+    calls.createError = 0;
+    EXPECT_TRUE(loop.addSource(source, kCFRunLoopDefaultMode));
+    EXPECT_GE(loop.fileDescriptor(kCFRunLoopDefaultMode), 0);
+    source.signal();
+    EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 1U);
+}
+
 TEST(LinuxRunLoopWithoutResources, RefusesASourceAndForgetsIt) {
     CountingCalls calls;
     LinuxRunLoop loop(calls);
