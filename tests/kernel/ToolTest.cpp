@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+
 // The command-line tool over devices of the running kernel.
 
 namespace qz::tests {
@@ -83,7 +85,11 @@ TEST_F(Tool, CalibrationIsKept) {
     CounterPad pad("calibrated pad");
     EXPECT_THAT(runTool(home_, {"list", "--json"}).output, HasSubstr(R"("calibrated":false)"));
     RunningTool tool(home_, {"calibrate", "--yes", "--seconds", "1"});
-    EXPECT_TRUE(sendUntil(tool, pad, "X")) << tool.output();
+    std::uint8_t high = 0;
+    EXPECT_TRUE(tool.waitFor("after", [&] {
+        high = static_cast<std::uint8_t>(high + 16);
+        pad.device().send(std::array{std::uint8_t{0}, high, std::uint8_t{0}, std::uint8_t{0}});
+    })) << tool.output();
     EXPECT_EQ(tool.wait(), 0) << tool.output();
     EXPECT_THAT(runTool(home_, {"list", "--json"}).output, HasSubstr(R"("calibrated":true)"));
 }
