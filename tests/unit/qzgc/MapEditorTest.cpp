@@ -370,7 +370,10 @@ TEST_F(MapEditorTest, ThrowsChangesAwayWhenTold) {
     press('q');
     press('n');
     EXPECT_TRUE(editor_.hasEnded());
-    EXPECT_EQ(saves_, 0);
+    press('y');
+    press('s');
+    EXPECT_TRUE(editor_.hasEnded());
+    EXPECT_EQ(saves_, 0) << "it has ended";
 }
 
 TEST_F(MapEditorTest, ShowsActionsThatTheApplicationDoesNotHave) {

@@ -163,6 +163,7 @@ void drawCalibration(Canvas& canvas, CalibrationGuide& guide, const std::string&
     }
     const int last = canvas.rows() - 1;
     canvas.put(last, 0, keysText(guide.step(), canvas.columns() < 60), faint);
+    guide.noteShown();
 }
 
 } // namespace qz::tools

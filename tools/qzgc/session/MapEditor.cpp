@@ -68,6 +68,9 @@ void MapEditor::refreshActions() {
 }
 
 void MapEditor::press(int key, Time now) {
+    if (hasEnded_) {
+        return;
+    }
     if (key == keyEscape && mode_ != Mode::Choosing) {
         cancel();
         return;

@@ -43,9 +43,18 @@ EventLoop::End TerminalLoop::run() {
     return loop_.run();
 }
 
+void TerminalLoop::stop() {
+    isStopped_ = true;
+    loop_.stop();
+}
+
 void TerminalLoop::readKeys() {
     bool isEmpty = true;
-    while (const auto key = screen_.takeKey()) {
+    while (!isStopped_) {
+        const auto key = screen_.takeKey();
+        if (!key) {
+            break;
+        }
         isEmpty = false;
         press_(*key);
     }

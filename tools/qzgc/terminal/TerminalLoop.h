@@ -22,7 +22,8 @@ public:
     void stayAwake(bool awake);
 
     EventLoop::End run();
-    void stop() { loop_.stop(); }
+    /// Ends `run`; what has been typed after the key that did so is left unread.
+    void stop();
 
 private:
     void readKeys();
@@ -33,6 +34,7 @@ private:
     EventLoop loop_;
     Screen screen_;
     bool isDue_ = false;
+    bool isStopped_ = false;
     bool staysAwake_ = false;
 };
 
