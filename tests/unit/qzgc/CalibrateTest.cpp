@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/Text.h"
 #include "tests/unit/qzgc/ToolFixture.h"
+#include "tools/qzgc/session/Calibration.h"
+#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/EventLoop.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -161,6 +164,29 @@ TEST_F(Calibrate, FailsWhenTheCalibrationCannotBeStored) {
     EXPECT_THAT(outcome.output, IsEmpty());
     EXPECT_THAT(outcome.complaint, HasSubstr("\nqzgc: not saved: "));
     EXPECT_THAT(outcome.complaint, EndsWith("it is not a regular file; move it away\n"));
+}
+
+TEST_F(Calibrate, TakesBackWhatCouldNotBeStored) {
+    using namespace qz::tools;
+    record(moved_);
+    ASSERT_EQ(calibrate("--yes").status, 0);
+    const std::string before = preferences();
+    record(report(0, 128, 7) + report(1, 200, 7) + report(2, 50, 7) + report(3, 199, 7) + report(4, 130, 7));
+    ASSERT_EQ(::setenv("XDG_CONFIG_HOME", path("config").c_str(), 1), 0);
+    const std::filesystem::path file = path("config/qzgamecontroller/qzgc.json");
+    const SessionOptions options{.application = "qzgc", .from = path("stick.hid"), .fast = true};
+    Session session(options);
+    session.start(std::make_shared<ChosenControllerListener>(chooseController(options, "")));
+    session.settle();
+    Calibration calibration(session, session.manager().devices().front());
+    EventLoop(session.source()).run();
+    std::filesystem::rename(file, path("aside"));
+    std::filesystem::create_directory(file);
+    EXPECT_THROW(calibration.save(), Failure);
+    std::filesystem::remove(file);
+    std::filesystem::rename(path("aside"), file);
+    session.expectSaved(); // as the end of the process would try it
+    EXPECT_EQ(preferences(), before);
 }
 
 TEST_F(Calibrate, WatchesForAsLongAsItIsTold) {

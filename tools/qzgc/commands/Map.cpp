@@ -5,6 +5,7 @@
 #include "tools/qzgc/session/Controllers.h"
 #include "tools/qzgc/session/Mapping.h"
 #include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/session/Storing.h"
 #include "tools/qzgc/terminal/Screen.h"
 
 #include <iomanip>
@@ -91,8 +92,7 @@ ExitStatus mapControls(const MapOptions& options) {
         done += apply(each, mapping) + '\n';
     }
     if (!options.edits.empty()) {
-        configuration->saveUserDefaults();
-        session.expectSaved();
+        storeMappings(session);
     }
     const bool isStored = wasStored || !options.edits.empty();
     if (options.json) {

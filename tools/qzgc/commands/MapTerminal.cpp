@@ -3,6 +3,7 @@
 
 #include "tools/qzgc/commands/MapView.h"
 #include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/Storing.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
 #include <iostream>
@@ -56,9 +57,8 @@ private:
 };
 
 std::string save(Session& session) {
-    session.configuration()->saveUserDefaults();
     try {
-        session.expectSaved();
+        storeMappings(session);
     } catch (const Failure& failure) {
         return failure.what();
     }

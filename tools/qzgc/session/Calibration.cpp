@@ -2,6 +2,7 @@
 #include "tools/qzgc/session/Calibration.h"
 
 #include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/Storing.h"
 
 #include <algorithm>
 
@@ -94,8 +95,7 @@ void Calibration::save() {
             each.element->startCalibration();
         }
     }
-    session_.manager().endCalibration();
-    session_.expectSaved();
+    storeOrTakeBack(session_, device_->calibrationsPrefKey(), [&] { session_.manager().endCalibration(); });
 }
 
 bool isAnyMoved(const std::vector<CalibrationRow>& rows) {
