@@ -67,9 +67,9 @@ TEST_F(Calibrate, PrintsJSON) {
     EXPECT_EQ(calibrate("stick --yes --json").output,
               R"({"name":"Stick","kind":"Joystick","type":"4660-22136","instance":"4660-22136.A1","bus":"USB",)"
               R"("saved":true,"controls":[{"cookie":2,"name":"X","nameKey":"QZHID_X","springsBack":true,)"
-              R"("moved":true,"changed":true,"before":{"minimum":0,"maximum":255,"rest":127},)"
+              R"("moved":true,"movedLittle":false,"changed":true,"before":{"minimum":0,"maximum":255,"rest":127},)"
               R"("after":{"minimum":10,"maximum":250,"rest":120}},{"cookie":3,"name":"Slider",)"
-              R"("nameKey":"QZHID_Slider","springsBack":false,"moved":false,"changed":false,)"
+              R"("nameKey":"QZHID_Slider","springsBack":false,"moved":false,"movedLittle":false,"changed":false,)"
               R"("before":{"minimum":0,"maximum":255,"rest":127},"after":{"minimum":0,"maximum":255,"rest":127}}]})"
               "\n");
 }
@@ -102,8 +102,32 @@ TEST_F(Calibrate, DoesNotTakeJitterForTravel) {
     record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 9));
     EXPECT_THAT(calibrate("--yes").output, HasSubstr("Slider   0..255, rest 127   0..255, rest 127   not moved\n"));
     EXPECT_THAT(preferences(), HasSubstr("\"3\": [\n      0,\n      255,\n      127\n"));
-    record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 10));
-    EXPECT_THAT(calibrate("").output, HasSubstr("Slider   0..255, rest 127   7..10, rest 127\n"));
+    record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 38));
+    EXPECT_THAT(calibrate("").output, HasSubstr("Slider   0..255, rest 127   0..255, rest 127   not moved\n"));
+}
+
+TEST_F(Calibrate, SaysWhatWasMovedLittle) {
+    record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 39));
+    EXPECT_THAT(calibrate("--json").output, HasSubstr(R"("moved":true,"movedLittle":true,"changed":true)"));
+    EXPECT_THAT(calibrate("--yes").output, HasSubstr("Slider   0..255, rest 127   7..39, rest 127    moved little\n"));
+    record(moved_ + report(5, 120, 7) + report(6, 120, 134));
+    EXPECT_THAT(calibrate("").output, HasSubstr("7..134, rest 127   moved little\n"));
+    record(moved_ + report(5, 120, 7) + report(6, 120, 135));
+    EXPECT_THAT(calibrate("").output, HasSubstr("7..135, rest 127\n"));
+}
+
+TEST_F(Calibrate, MeasuresTravelByTheRangeSoFar) {
+    record(moved_ + report(5, 120, 7) + report(6, 120, 39));
+    ASSERT_EQ(calibrate("--yes").status, 0);
+    record(moved_ + report(5, 120, 8) + report(6, 120, 11));
+    EXPECT_THAT(calibrate("").output, HasSubstr("Slider   7..39, rest 127    7..11, rest 127    moved little\n"));
+    record(moved_ + report(5, 120, 9) + report(6, 120, 10));
+    EXPECT_THAT(calibrate("").output, HasSubstr("Slider   7..39, rest 127    7..39, rest 127    not moved\n"));
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    write("config/qzgamecontroller/qzgc.json",
+          R"({"QZGameController-Calibrations-4660-22136": {"3": [-4611686018427387904, 4611686018427387904, 1]}})");
+    record(moved_ + report(5, 120, 7) + report(6, 120, 200));
+    EXPECT_THAT(calibrate("").output, HasSubstr(" 7..200, rest 1\n"));
 }
 
 TEST_F(Calibrate, SavesNothingWhenNothingMoved) {

@@ -234,6 +234,13 @@ TEST_F(CalibrationGuideTest, DrawsBeforeAndAfter) {
                             "  before 0..1000, rest 500\n\n\n"
                             "y save  m move more  n cancel\n");
     EXPECT_THAT(page(200, 60), HasSubstr("\nSlider   0..1000, rest 500  0..1000, rest 500  not moved\n"));
+    rows_.front().isMovedLittle = true;
+    pass(0);
+    EXPECT_THAT(page(80, 10), HasSubstr("\nX        0..1000, rest 500  20..980, rest 510  moved little\n"));
+    EXPECT_THAT(page(40, 12), HasSubstr("\nX: moved little\n"
+                                        "  before 0..1000, rest 500\n"
+                                        "  after  20..980, rest 510\n"));
+    rows_.front().isMovedLittle = false;
     rows_.front().after = rows_.front().before;
     pass(0);
     EXPECT_THAT(page(80, 24), HasSubstr("\nX        0..1000, rest 500  0..1000, rest 500  unchanged\n"));

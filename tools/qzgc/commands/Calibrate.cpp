@@ -90,6 +90,7 @@ void printJSON(const std::vector<CalibrationRow>& rows, const ControllerIdentity
             .member("nameKey", each.nameKey)
             .member("springsBack", each.springsBack)
             .member("moved", each.isMoved)
+            .member("movedLittle", each.isMovedLittle)
             .member("changed", each.isChanged());
         appendRange(json, "before", each.before);
         appendRange(json, "after", each.after);
