@@ -182,6 +182,18 @@ TEST_F(Map, EditsThePreferencesOfAnotherApplication) {
     EXPECT_THAT(map("--application org.example.racer").output, HasSubstr("X                    yaw\n"));
 }
 
+TEST_F(Map, EditsNoOtherApplicationWithoutItsActions) {
+    for (const char* const edit : {"--set x=roll", "--clear x", "--reverse x", "--reset --json"}) {
+        const Outcome outcome = run(std::string("map --from stick.hid --application racer ") + edit);
+        EXPECT_EQ(outcome.status, 2) << edit;
+        EXPECT_EQ(outcome.complaint, "qzgc: --application racer: its actions are not known; name them with "
+                                     "--actions FILE, or only look with --show\n");
+    }
+    EXPECT_FALSE(std::filesystem::exists(path("config/qzgamecontroller/racer.json")));
+    EXPECT_EQ(run("map --from stick.hid --application racer --show").status, 0);
+    EXPECT_EQ(run("map --from stick.hid --application racer").status, 0);
+}
+
 TEST_F(Map, KeepsWhatIsStoredUnderNamesThatTheActionsDoNotHave) {
     map("--set x=yaw");
     write("actions.json", R"({"x": ["steer"]})");

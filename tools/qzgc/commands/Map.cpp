@@ -70,10 +70,23 @@ void printMappingAsJSON(const Mapping& mapping, const ControllerIdentity& identi
     std::cout << json.endObject().text() << '\n';
 }
 
+/// Whatever is edited, the default mapping goes into the preferences too, with the actions that are known.
+void expectKnownActions(const SessionOptions& options) {
+    if (!options.application.empty() && options.actions.empty()) {
+        throw WrongUse("--application " + options.application +
+                       ": its actions are not known; name them with --actions FILE, or only look with --show");
+    }
+}
+
 } // namespace
 
 ExitStatus mapControls(const MapOptions& options) {
-    if (options.edits.empty() && !options.show && !options.json && inputIsTerminal() && outputIsTerminal()) {
+    const bool isOnTerminal =
+        options.edits.empty() && !options.show && !options.json && inputIsTerminal() && outputIsTerminal();
+    if (isOnTerminal || !options.edits.empty()) {
+        expectKnownActions(options.session);
+    }
+    if (isOnTerminal) {
         return mapOnTerminal(options.session, options.device);
     }
     const auto listener = std::make_shared<ChosenControllerListener>(chooseController(options.session, options.device));
