@@ -221,9 +221,11 @@ TEST_F(MapEditorTest, SaysThatNoDirectionIsKeptForSomeControls) {
     EXPECT_EQ(message(), "Move the control for \"pitch\" up or forward.");
     move(slider, 1000);
     EXPECT_EQ(message(), "Slider triggers \"pitch\" now.");
-    device()->elementWithCookie(slider)->setObservedMin(-1000);
-    listenFor("pitch");
-    move(slider, -1000);
+    select("pitch");
+    press(keyEnter);
+    move(slider, 1000);
+    pass(300);
+    move(slider, 0);
     EXPECT_EQ(message(), "Slider triggers \"pitch\" already. "
                          "It went the other way, but no direction is kept for this control.");
     select("pitch");
@@ -261,6 +263,19 @@ TEST_F(MapEditorTest, TakesTheCalibratedTravelForTheWhole) {
     listenFor("roll");
     move(x, 530);
     EXPECT_EQ(message(), "X triggers \"roll\" already.");
+}
+
+TEST_F(MapEditorTest, TakesNoTravelBeyondWhatIsDeclared) {
+    constexpr std::int64_t far = std::int64_t{1} << 62;
+    for (const auto& [minimum, maximum] : {std::pair{-far, far}, {-far, std::int64_t{-1}}, {far, -far}, {0, far}}) {
+        device()->elementWithCookie(x)->setObservedMin(minimum);
+        device()->elementWithCookie(x)->setObservedMax(maximum);
+        listenFor("roll");
+        move(x, 700);
+        EXPECT_EQ(editor_.mode(), Mode::Listening) << minimum << ".." << maximum;
+        move(x, 751);
+        EXPECT_EQ(editor_.mode(), Mode::Choosing) << minimum << ".." << maximum;
+    }
 }
 
 TEST_F(MapEditorTest, WaitsForAControllerThatIsUnpluggedAndKeepsTheEdits) {

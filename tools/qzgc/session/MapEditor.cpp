@@ -35,15 +35,25 @@ std::optional<Kind> kindOf(const QZHIDElement& element) {
     return isHat(element) ? std::optional(Kind::Hat) : std::nullopt;
 }
 
+/// The calibrated travel as far as the controller declares it: what is stored may have any ends, and what lies beyond
+/// can never be reached.
+std::pair<std::int64_t, std::int64_t> travelOf(const QZHIDElement& element) {
+    const std::int64_t minimum = std::max(element.observedMin(), element.theoreticalMin());
+    const std::int64_t maximum = std::min(element.observedMax(), element.theoreticalMax());
+    return minimum < maximum ? std::pair(minimum, maximum)
+                             : std::pair(element.theoreticalMin(), element.theoreticalMax());
+}
+
 std::vector<BindingDetector::Control> detectable(const Mapping& mapping, const std::string& action) {
     std::vector<BindingDetector::Control> controls;
     for (const auto& each : controlsOf(mapping.device())) {
         if (const auto kind = kindOf(*each)) {
-            const bool isCalibrated = *kind == Kind::Moving && each->observedMin() < each->observedMax();
+            const auto [minimum, maximum] =
+                *kind == Kind::Moving ? travelOf(*each) : std::pair(each->theoreticalMin(), each->theoreticalMax());
             controls.push_back({.cookie = each->cookie(),
                                 .kind = *kind,
-                                .minimum = isCalibrated ? each->observedMin() : each->theoreticalMin(),
-                                .maximum = isCalibrated ? each->observedMax() : each->theoreticalMax(),
+                                .minimum = minimum,
+                                .maximum = maximum,
                                 .fits = mapping.fits(*each, action),
                                 .known = lastKnownValue(mapping.device(), *each)});
         }
