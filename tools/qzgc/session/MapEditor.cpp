@@ -315,7 +315,7 @@ void MapEditor::bind(bool turnsRound) {
     }
     const bool hadIt = mapping_.action(*element) == action();
     if (hadIt && !turnsRound && !pending_.replaces) {
-        said_ = mapping_.label(*element) + " triggers " + quoted(action()) + " already.";
+        said_ = mapping_.label(*element) + " triggers " + quoted(action()) + " already" + wayText() + '.';
         return;
     }
     if (pending_.replaces) {
@@ -329,7 +329,13 @@ void MapEditor::bind(bool turnsRound) {
     }
     isChanged_ = true;
     said_ = mapping_.label(*element) + " triggers " + quoted(action()) + " now" +
-            (turnsRound ? wantsReversal() ? ", reversed." : ", no longer reversed." : ".");
+            (turnsRound ? wantsReversal() ? ", reversed" : ", no longer reversed" : "") + wayText() + '.';
+}
+
+std::string MapEditor::wayText() const {
+    return pending_.direction == Direction::None ? ""
+           : wantsReversal()                     ? " (towards its minimum)"
+                                                 : " (towards its maximum)";
 }
 
 void MapEditor::cancel() {
