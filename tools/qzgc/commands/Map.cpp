@@ -52,7 +52,7 @@ void printTable(const Mapping& mapping) {
     for (const MappedControl& each : mapping.controls()) {
         std::cout << std::right << std::setw(6) << each.element->cookie() << "  " << std::left << std::setw(column)
                   << each.label << std::setw(11) << (each.reversed ? "reversed" : "")
-                  << each.action.value_or("no action") << '\n';
+                  << withoutControlCharacters(each.action.value_or("no action")) << '\n';
     }
 }
 
@@ -102,7 +102,7 @@ ExitStatus mapControls(const MapOptions& options) {
     Mapping mapping(configuration, devices.front());
     std::string done;
     for (const MapEdit& each : options.edits) {
-        done += apply(each, mapping) + '\n';
+        done += withoutControlCharacters(apply(each, mapping)) + '\n';
     }
     if (!options.edits.empty()) {
         storeMappings(session);

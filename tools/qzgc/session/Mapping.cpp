@@ -134,12 +134,13 @@ bool Mapping::isYAction(std::string_view action) const {
 void Mapping::set(const QZHIDElement& element, const std::string& action) {
     const std::vector<std::string> known = actions();
     if (std::ranges::find(known, action) == known.end()) {
-        throw WrongUse("no action is called \"" + action + "\"; there is " + listOf(known));
+        throw WrongUse(withoutControlCharacters("no action is called \"" + action + "\"; there is " + listOf(known)));
     }
     if (!fits(element, action)) {
         const std::vector<std::string> fitting = fittingActions(element);
-        throw WrongUse(label(element) + " cannot trigger \"" + action + "\"; " +
-                       (fitting.empty() ? "it can trigger no action" : "what it can is " + listOf(fitting)));
+        throw WrongUse(withoutControlCharacters(
+            label(element) + " cannot trigger \"" + action + "\"; " +
+            (fitting.empty() ? "it can trigger no action" : "what it can is " + listOf(fitting))));
     }
     configuration_->setMapping(element, Action(action));
 }
@@ -177,7 +178,8 @@ std::string labelsOf(const std::vector<MappedControl>& controls) {
 }
 
 std::string conflictText(const ActionConflict& conflict) {
-    return '"' + conflict.action + "\" is on several controls: " + labelsOf(conflict.controls);
+    return withoutControlCharacters('"' + conflict.action + "\" is on several controls: ") +
+           labelsOf(conflict.controls);
 }
 
 void appendMembers(JSONText& json, const Mapping& mapping) {
