@@ -107,7 +107,7 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
         };
         TerminalLoop* running = nullptr;
         TerminalLoop loop(
-            session.source(),
+            session.source(), "use --seconds and --yes",
             [&](Canvas& canvas) {
                 guide.tick(now());
                 drawCalibration(canvas, guide, listener.chosen().name);

@@ -82,7 +82,7 @@ ExitStatus mapOnTerminal(const SessionOptions& options, const std::string& devic
     MapEditor editor(mapping, [&] { return save(session); });
     TerminalLoop* running = nullptr;
     TerminalLoop loop(
-        session.source(),
+        session.source(), "use options such as --show and --set",
         [&](Canvas& canvas) {
             editor.tick(MapListener::now());
             running->stayAwake(editor.mode() == MapEditor::Mode::Listening);

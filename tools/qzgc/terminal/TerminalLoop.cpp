@@ -11,8 +11,8 @@ constexpr std::chrono::milliseconds frame{33};
 
 } // namespace
 
-TerminalLoop::TerminalLoop(Source& source, Draw draw, Press press)
-    : draw_(std::move(draw)), press_(std::move(press)), loop_(source) {
+TerminalLoop::TerminalLoop(Source& source, const std::string& remedy, Draw draw, Press press)
+    : draw_(std::move(draw)), press_(std::move(press)), loop_(source), screen_(remedy) {
     loop_.staysAfterSource();
     loop_.onReadable(STDIN_FILENO, [this] { readKeys(); });
     loop_.onResize([this] {

@@ -13,8 +13,9 @@ public:
     using Draw = std::function<void(Canvas&)>;
     using Press = std::function<void(int key)>;
 
-    /// `draw` may do what is due before it draws. What the functions throw passes through `run`.
-    TerminalLoop(Source& source, Draw draw, Press press);
+    /// `remedy` as for Screen. `draw` may do what is due before it draws. What the functions throw passes through
+    /// `run`.
+    TerminalLoop(Source& source, const std::string& remedy, Draw draw, Press press);
 
     /// Lets a frame be drawn soon.
     void wake();
