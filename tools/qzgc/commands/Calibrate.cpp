@@ -2,6 +2,7 @@
 #include "tools/qzgc/commands/Calibrate.h"
 
 #include "tools/qzgc/commands/CalibrateView.h"
+#include "tools/qzgc/plot/ValueTap.h"
 #include "tools/qzgc/session/Controllers.h"
 #include "tools/qzgc/session/Output.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
@@ -110,6 +111,8 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
             session.source(), "use --seconds and --yes",
             [&](Canvas& canvas) {
                 guide.tick(now());
+                running->stayAwake(guide.step() ==
+                                   CalibrationGuide::Step::LettingGo); // stillness is told by time alone
                 drawCalibration(canvas, guide, listener.chosen().name);
             },
             [&](int key) {
@@ -120,7 +123,7 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
             });
         running = &loop;
         listener.onGone = [&] { loop.stop(); };
-        loop.stayAwake(true);
+        const ValueTap tap(session, [&](const QZHIDElement&, std::int64_t) { loop.wake(); });
         const EventLoop::End end = loop.run();
         listener.onGone = nullptr;
         expectEnd(end, listener);
