@@ -190,26 +190,43 @@ TEST_F(Calibrate, FailsWhenTheCalibrationCannotBeStored) {
     EXPECT_THAT(outcome.complaint, EndsWith("it is not a regular file; move it away\n"));
 }
 
-TEST_F(Calibrate, TakesBackWhatCouldNotBeStored) {
+/// Saves a calibration while `file` is in the way of the preferences, and tries once more as the end of the process
+/// does.
+void saveInVain(const qz::tools::SessionOptions& options, const std::filesystem::path& file) {
     using namespace qz::tools;
-    record(moved_);
-    ASSERT_EQ(calibrate("--yes").status, 0);
-    const std::string before = preferences();
-    record(report(0, 128, 7) + report(1, 200, 7) + report(2, 50, 7) + report(3, 199, 7) + report(4, 130, 7));
-    ASSERT_EQ(::setenv("XDG_CONFIG_HOME", path("config").c_str(), 1), 0);
-    const std::filesystem::path file = path("config/qzgamecontroller/qzgc.json");
-    const SessionOptions options{.application = "qzgc", .from = path("stick.hid"), .fast = true};
     Session session(options);
     session.start(std::make_shared<ChosenControllerListener>(chooseController(options, "")));
     session.settle();
     Calibration calibration(session, session.manager().devices().front());
     EventLoop(session.source()).run();
-    std::filesystem::rename(file, path("aside"));
+    const std::filesystem::path aside = file.string() + ".aside";
+    std::filesystem::rename(file, aside);
     std::filesystem::create_directory(file);
-    EXPECT_THROW(calibration.save(), Failure);
+    bool hasFailed = false;
+    try {
+        calibration.save();
+    } catch (const Failure&) {
+        hasFailed = true;
+    }
     std::filesystem::remove(file);
-    std::filesystem::rename(path("aside"), file);
-    session.expectSaved(); // as the end of the process would try it
+    std::filesystem::rename(aside, file);
+    session.expectSaved();
+    std::_Exit(hasFailed ? 0 : 1);
+}
+
+TEST_F(Calibrate, TakesBackWhatCouldNotBeStored) {
+    record(moved_);
+    ASSERT_EQ(calibrate("--yes").status, 0);
+    const std::string before = preferences();
+    record(report(0, 128, 7) + report(1, 200, 7) + report(2, 50, 7) + report(3, 199, 7) + report(4, 130, 7));
+    const qz::tools::SessionOptions options{.application = "qzgc", .from = path("stick.hid"), .fast = true};
+    // In a process of its own: a process has its preferences once, for all sessions.
+    EXPECT_EXIT(
+        {
+            ::setenv("XDG_CONFIG_HOME", path("config").c_str(), 1);
+            saveInVain(options, path("config/qzgamecontroller/qzgc.json"));
+        },
+        testing::ExitedWithCode(0), "");
     EXPECT_EQ(preferences(), before);
 }
 
