@@ -29,8 +29,8 @@ namespace {
 
 constexpr std::array faults = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
 
-Failure cannotShow(const std::string& remedy) {
-    return Failure("this terminal cannot show full-screen views: set TERM to what it is, or " + remedy);
+std::string cannotShow(const std::string& remedy) {
+    return "this terminal cannot show full-screen views: set TERM to what it is, or " + remedy;
 }
 
 SCREEN* screen = nullptr;
@@ -179,11 +179,11 @@ Screen::Screen(const std::string& remedy) {
     ::tcgetattr(STDIN_FILENO, &settingsBefore);
     screen = ::newterm(nullptr, stdout, stdin);
     if (screen == nullptr) {
-        throw cannotShow(remedy);
+        throw Failure(cannotShow(remedy));
     }
     if (capability("cup") == nullptr) { // no way to put anything in its place
         leave();
-        throw cannotShow(remedy);
+        throw Failure(cannotShow(remedy));
     }
     prepareForFaults();
     holdMessages();
