@@ -10,6 +10,8 @@ work=$(mktemp -d)
 socket=
 terminals=0
 export LC_ALL=${LC_ALL:-C.UTF-8} TERM=xterm-256color XDG_CONFIG_HOME=$work/config
+# shellcheck disable=SC2034 # used by the tests
+preferences=$XDG_CONFIG_HOME/qzgamecontroller/qzgc.json
 unset TMUX
 
 for needed in tmux pgrep; do
@@ -44,6 +46,20 @@ start() {
     type_line "$3"
 }
 
+# run COLUMNS ROWS COMMAND: the same for a command in the test's directory, in place of the terminal before. Its exit status
+# comes into the file "status", also when the terminal goes away.
+run() {
+    [[ -z $socket ]] || end 2>/dev/null || true
+    rm -f -- "$work/status"
+    start "$1" "$2" "(trap : HUP INT; cd '$work'; $3; echo \$? >status.new; mv status.new status)"
+}
+
+# expect_end STATUS: the command that `run` began must end with this exit status.
+expect_end() {
+    until_true 20 test -f "$work/status" || fail 'has not ended'
+    [[ $(<"$work/status") == "$1" ]] || fail "ended with status $(<"$work/status"), not $1"
+}
+
 type_line() { tmux_do send-keys -l "$1" && tmux_do send-keys Enter; }
 press() { tmux_do send-keys "$@"; }
 resize() { tmux_do resize-window -x "$1" -y "$2"; }
@@ -67,7 +83,19 @@ wait_until_gone() { until_true 20 shows_not "$1" || fail "still shows: $1"; }
 has_ended() { [[ ! -e /proc/$1/status ]] || grep -q '^State:.Z' "/proc/$1/status"; }
 
 # tool_process: the process of the tool in the terminal.
-tool_process() { pgrep -P "$(tmux_do display-message -p '#{pane_pid}')" -x qzgc; }
+tool_process() {
+    local shell
+    shell=$(tmux_do display-message -p '#{pane_pid}')
+    pgrep -P "$shell" -x qzgc || pgrep -P "$(pgrep -P "$shell")" -x qzgc
+}
+
+# is_idle PROCESS: whether it sleeps for a fifth of a second without waking up.
+is_idle() {
+    local before
+    before=$(grep '^voluntary_ctxt' "/proc/$1/status")
+    sleep 0.2
+    [[ $(grep '^voluntary_ctxt' "/proc/$1/status") == "$before" ]]
+}
 
 # expect_terminal_restored STATUS: after the end of the tool the shell has its screen, its echo and its cursor again.
 expect_terminal_restored() {

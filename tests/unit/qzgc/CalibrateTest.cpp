@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/Text.h"
 #include "tests/unit/qzgc/ToolFixture.h"
+#include "tools/qzgc/session/Calibration.h"
+#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/EventLoop.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -64,9 +67,9 @@ TEST_F(Calibrate, PrintsJSON) {
     EXPECT_EQ(calibrate("stick --yes --json").output,
               R"({"name":"Stick","kind":"Joystick","type":"4660-22136","instance":"4660-22136.A1","bus":"USB",)"
               R"("saved":true,"controls":[{"cookie":2,"name":"X","nameKey":"QZHID_X","springsBack":true,)"
-              R"("moved":true,"changed":true,"before":{"minimum":0,"maximum":255,"rest":127},)"
+              R"("moved":true,"movedLittle":false,"changed":true,"before":{"minimum":0,"maximum":255,"rest":127},)"
               R"("after":{"minimum":10,"maximum":250,"rest":120}},{"cookie":3,"name":"Slider",)"
-              R"("nameKey":"QZHID_Slider","springsBack":false,"moved":false,"changed":false,)"
+              R"("nameKey":"QZHID_Slider","springsBack":false,"moved":false,"movedLittle":false,"changed":false,)"
               R"("before":{"minimum":0,"maximum":255,"rest":127},"after":{"minimum":0,"maximum":255,"rest":127}}]})"
               "\n");
 }
@@ -99,8 +102,32 @@ TEST_F(Calibrate, DoesNotTakeJitterForTravel) {
     record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 9));
     EXPECT_THAT(calibrate("--yes").output, HasSubstr("Slider   0..255, rest 127   0..255, rest 127   not moved\n"));
     EXPECT_THAT(preferences(), HasSubstr("\"3\": [\n      0,\n      255,\n      127\n"));
-    record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 10));
-    EXPECT_THAT(calibrate("").output, HasSubstr("Slider   0..255, rest 127   7..10, rest 127\n"));
+    record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 38));
+    EXPECT_THAT(calibrate("").output, HasSubstr("Slider   0..255, rest 127   0..255, rest 127   not moved\n"));
+}
+
+TEST_F(Calibrate, SaysWhatWasMovedLittle) {
+    record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 39));
+    EXPECT_THAT(calibrate("--json").output, HasSubstr(R"("moved":true,"movedLittle":true,"changed":true)"));
+    EXPECT_THAT(calibrate("--yes").output, HasSubstr("Slider   0..255, rest 127   7..39, rest 127    moved little\n"));
+    record(moved_ + report(5, 120, 7) + report(6, 120, 134));
+    EXPECT_THAT(calibrate("").output, HasSubstr("7..134, rest 127   moved little\n"));
+    record(moved_ + report(5, 120, 7) + report(6, 120, 135));
+    EXPECT_THAT(calibrate("").output, HasSubstr("7..135, rest 127\n"));
+}
+
+TEST_F(Calibrate, MeasuresTravelByTheRangeSoFar) {
+    record(moved_ + report(5, 120, 7) + report(6, 120, 39));
+    ASSERT_EQ(calibrate("--yes").status, 0);
+    record(moved_ + report(5, 120, 8) + report(6, 120, 11));
+    EXPECT_THAT(calibrate("").output, HasSubstr("Slider   7..39, rest 127    7..11, rest 127    moved little\n"));
+    record(moved_ + report(5, 120, 9) + report(6, 120, 10));
+    EXPECT_THAT(calibrate("").output, HasSubstr("Slider   7..39, rest 127    7..39, rest 127    not moved\n"));
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    write("config/qzgamecontroller/qzgc.json",
+          R"({"QZGameController-Calibrations-4660-22136": {"3": [-4611686018427387904, 4611686018427387904, 1]}})");
+    record(moved_ + report(5, 120, 7) + report(6, 120, 200));
+    EXPECT_THAT(calibrate("").output, HasSubstr(" 7..200, rest 1\n"));
 }
 
 TEST_F(Calibrate, SavesNothingWhenNothingMoved) {
@@ -161,6 +188,46 @@ TEST_F(Calibrate, FailsWhenTheCalibrationCannotBeStored) {
     EXPECT_THAT(outcome.output, IsEmpty());
     EXPECT_THAT(outcome.complaint, HasSubstr("\nqzgc: not saved: "));
     EXPECT_THAT(outcome.complaint, EndsWith("it is not a regular file; move it away\n"));
+}
+
+/// Saves a calibration while `file` is in the way of the preferences, and tries once more as the end of the process
+/// does.
+void saveInVain(const qz::tools::SessionOptions& options, const std::filesystem::path& file) {
+    using namespace qz::tools;
+    Session session(options);
+    session.start(std::make_shared<ChosenControllerListener>(chooseController(options, "")));
+    session.settle();
+    Calibration calibration(session, session.manager().devices().front());
+    EventLoop(session.source()).run();
+    const std::filesystem::path aside = file.string() + ".aside";
+    std::filesystem::rename(file, aside);
+    std::filesystem::create_directory(file);
+    bool hasFailed = false;
+    try {
+        calibration.save();
+    } catch (const Failure&) {
+        hasFailed = true;
+    }
+    std::filesystem::remove(file);
+    std::filesystem::rename(aside, file);
+    session.expectSaved();
+    std::_Exit(hasFailed ? 0 : 1);
+}
+
+TEST_F(Calibrate, TakesBackWhatCouldNotBeStored) {
+    record(moved_);
+    ASSERT_EQ(calibrate("--yes").status, 0);
+    const std::string before = preferences();
+    record(report(0, 128, 7) + report(1, 200, 7) + report(2, 50, 7) + report(3, 199, 7) + report(4, 130, 7));
+    const qz::tools::SessionOptions options{.application = "qzgc", .from = path("stick.hid"), .fast = true};
+    // In a process of its own: a process has its preferences once, for all sessions.
+    EXPECT_EXIT(
+        {
+            ::setenv("XDG_CONFIG_HOME", path("config").c_str(), 1);
+            saveInVain(options, path("config/qzgamecontroller/qzgc.json"));
+        },
+        testing::ExitedWithCode(0), "");
+    EXPECT_EQ(preferences(), before);
 }
 
 TEST_F(Calibrate, WatchesForAsLongAsItIsTold) {

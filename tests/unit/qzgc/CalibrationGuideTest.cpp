@@ -40,6 +40,7 @@ protected:
     void pass(int milliseconds) {
         now_ += std::chrono::milliseconds(milliseconds);
         guide_.tick(now_);
+        guide_.noteShown();
     }
     void press(int key) { guide_.press(key, now_); }
     /// Up to the question.
@@ -63,6 +64,7 @@ protected:
 
 TEST_F(CalibrationGuideTest, GoesOnOnlyWhenSomethingWasMoved) {
     EXPECT_EQ(guide_.step(), Step::Moving);
+    pass(0);
     press(keyEnter);
     EXPECT_EQ(guide_.step(), Step::Moving);
     EXPECT_THAT(guide_.instruction(), StartsWith("Nothing has been moved yet. "));
@@ -98,6 +100,7 @@ TEST_F(CalibrationGuideTest, WaitsUntilEverythingIsStill) {
     pass(0);
     EXPECT_EQ(guide_.step(), Step::Confirming) << "some controls are never still";
     press('m');
+    pass(0);
     press(keyEnter);
     pass(1000);
     EXPECT_EQ(guide_.step(), Step::Confirming);
@@ -153,20 +156,48 @@ TEST_F(CalibrationGuideTest, IsCancelledInEveryStep) {
     moveX();
     for (const int key : {static_cast<int>('q'), keyEscape}) {
         CalibrationGuide guide([this] { return rows_; });
+        guide.noteShown();
         guide.press(keyEnter, now_);
+        ASSERT_EQ(guide.step(), Step::LettingGo);
         guide.press(key, now_);
         EXPECT_TRUE(guide.hasEnded());
         EXPECT_FALSE(guide.isConfirmed());
     }
     for (const int key : {static_cast<int>('q'), static_cast<int>('n'), keyEscape}) {
         CalibrationGuide guide([this] { return rows_; });
+        guide.noteShown();
         guide.press(keyEnter, now_);
+        guide.noteShown();
         guide.press(keyEnter, now_);
         ASSERT_EQ(guide.step(), Step::Confirming);
         guide.press(key, now_);
         EXPECT_TRUE(guide.hasEnded());
         EXPECT_FALSE(guide.isConfirmed());
     }
+}
+
+TEST_F(CalibrationGuideTest, TakesNoKeysAfterItsEnd) {
+    for (const int key : {static_cast<int>('y'), keyEnter}) {
+        guide_ = CalibrationGuide([this] { return rows_; });
+        goToTheEnd();
+        press('n');
+        press(key);
+        EXPECT_TRUE(guide_.hasEnded());
+        EXPECT_FALSE(guide_.isConfirmed());
+    }
+}
+
+TEST_F(CalibrationGuideTest, PassesNoStepUnseen) {
+    moveX();
+    pass(0);
+    for (const Step step : {Step::LettingGo, Step::Confirming}) {
+        press(keyEnter);
+        press(keyEnter);
+        EXPECT_EQ(guide_.step(), step);
+        page(80, 24);
+    }
+    press(keyEnter);
+    EXPECT_TRUE(guide_.isConfirmed());
 }
 
 TEST_F(CalibrationGuideTest, DrawsTheTravelAsItGrows) {
@@ -203,6 +234,13 @@ TEST_F(CalibrationGuideTest, DrawsBeforeAndAfter) {
                             "  before 0..1000, rest 500\n\n\n"
                             "y save  m move more  n cancel\n");
     EXPECT_THAT(page(200, 60), HasSubstr("\nSlider   0..1000, rest 500  0..1000, rest 500  not moved\n"));
+    rows_.front().isMovedLittle = true;
+    pass(0);
+    EXPECT_THAT(page(80, 10), HasSubstr("\nX        0..1000, rest 500  20..980, rest 510  moved little\n"));
+    EXPECT_THAT(page(40, 12), HasSubstr("\nX: moved little\n"
+                                        "  before 0..1000, rest 500\n"
+                                        "  after  20..980, rest 510\n"));
+    rows_.front().isMovedLittle = false;
     rows_.front().after = rows_.front().before;
     pass(0);
     EXPECT_THAT(page(80, 24), HasSubstr("\nX        0..1000, rest 500  0..1000, rest 500  unchanged\n"));

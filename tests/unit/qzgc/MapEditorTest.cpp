@@ -175,7 +175,7 @@ TEST_F(MapEditorTest, OffersToReverseAnAxisThatFell) {
     EXPECT_EQ(editor_.mode(), Mode::Reversing);
     EXPECT_EQ(message(), "X went towards its minimum, from 500 to 100, so \"roll\" falls. Reverse it?");
     press('n');
-    EXPECT_EQ(message(), "X triggers \"roll\" already.");
+    EXPECT_EQ(message(), "X triggers \"roll\" already (towards its minimum).");
     EXPECT_FALSE(isReversed(x));
     EXPECT_FALSE(editor_.isChanged());
 
@@ -183,7 +183,7 @@ TEST_F(MapEditorTest, OffersToReverseAnAxisThatFell) {
     move(x, 500);
     move(x, 100);
     press('y');
-    EXPECT_EQ(message(), "X triggers \"roll\" now, reversed.");
+    EXPECT_EQ(message(), "X triggers \"roll\" now, reversed (towards its minimum).");
     EXPECT_TRUE(isReversed(x));
 
     listenFor("roll");
@@ -202,7 +202,7 @@ TEST_F(MapEditorTest, OffersToReverseAnAxisThatFell) {
     move(x, 900);
     press('y');
     EXPECT_FALSE(isReversed(x));
-    EXPECT_EQ(message(), "X triggers \"roll\" now, no longer reversed.");
+    EXPECT_EQ(message(), "X triggers \"roll\" now, no longer reversed (towards its maximum).");
 }
 
 TEST_F(MapEditorTest, AsksAboutTheConflictFirstAndThenAboutTheDirection) {
@@ -220,11 +220,13 @@ TEST_F(MapEditorTest, SaysThatNoDirectionIsKeptForSomeControls) {
     listenFor("pitch");
     EXPECT_EQ(message(), "Move the control for \"pitch\" up or forward.");
     move(slider, 1000);
-    EXPECT_EQ(message(), "Slider triggers \"pitch\" now.");
-    device()->elementWithCookie(slider)->setObservedMin(-1000);
-    listenFor("pitch");
-    move(slider, -1000);
-    EXPECT_EQ(message(), "Slider triggers \"pitch\" already. "
+    EXPECT_EQ(message(), "Slider triggers \"pitch\" now (towards its maximum).");
+    select("pitch");
+    press(keyEnter);
+    move(slider, 1000);
+    pass(300);
+    move(slider, 0);
+    EXPECT_EQ(message(), "Slider triggers \"pitch\" already (towards its minimum). "
                          "It went the other way, but no direction is kept for this control.");
     select("pitch");
     press('r');
@@ -237,7 +239,7 @@ TEST_F(MapEditorTest, BindsAWheelByItsSteps) {
     move(wheel, 1);
     EXPECT_EQ(editor_.mode(), Mode::Listening);
     move(wheel, 1);
-    EXPECT_EQ(message(), "Wheel triggers \"yaw\" now.");
+    EXPECT_EQ(message(), "Wheel triggers \"yaw\" now (towards its maximum).");
 }
 
 TEST_F(MapEditorTest, SaysWhatCannotTriggerTheActionAndWhatIsMovedTogether) {
@@ -260,7 +262,20 @@ TEST_F(MapEditorTest, TakesTheCalibratedTravelForTheWhole) {
     device()->elementWithCookie(x)->setObservedMax(550);
     listenFor("roll");
     move(x, 530);
-    EXPECT_EQ(message(), "X triggers \"roll\" already.");
+    EXPECT_EQ(message(), "X triggers \"roll\" already (towards its maximum).");
+}
+
+TEST_F(MapEditorTest, TakesNoTravelBeyondWhatIsDeclared) {
+    constexpr std::int64_t far = std::int64_t{1} << 62;
+    for (const auto& [minimum, maximum] : {std::pair{-far, far}, {-far, std::int64_t{-1}}, {far, -far}, {0, far}}) {
+        device()->elementWithCookie(x)->setObservedMin(minimum);
+        device()->elementWithCookie(x)->setObservedMax(maximum);
+        listenFor("roll");
+        move(x, 700);
+        EXPECT_EQ(editor_.mode(), Mode::Listening) << minimum << ".." << maximum;
+        move(x, 751);
+        EXPECT_EQ(editor_.mode(), Mode::Choosing) << minimum << ".." << maximum;
+    }
 }
 
 TEST_F(MapEditorTest, WaitsForAControllerThatIsUnpluggedAndKeepsTheEdits) {
@@ -370,7 +385,10 @@ TEST_F(MapEditorTest, ThrowsChangesAwayWhenTold) {
     press('q');
     press('n');
     EXPECT_TRUE(editor_.hasEnded());
-    EXPECT_EQ(saves_, 0);
+    press('y');
+    press('s');
+    EXPECT_TRUE(editor_.hasEnded());
+    EXPECT_EQ(saves_, 0) << "it has ended";
 }
 
 TEST_F(MapEditorTest, ShowsActionsThatTheApplicationDoesNotHave) {

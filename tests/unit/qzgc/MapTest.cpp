@@ -140,6 +140,23 @@ TEST_F(Map, ShowsAnActionThatIsOnSeveralControls) {
     EXPECT_THAT(map("").output, EndsWith("\n\"fire\" is on several controls: Button 1, Button 2\n"));
 }
 
+TEST_F(Map, PrintsNoControlCharacters) {
+    write("odd.json", R"({"x": ["a\u001b[31m\nb"], "buttons": ["c\u0007d"]})");
+    const auto expectClean = [](const std::string& text, const char* what) {
+        EXPECT_THAT(text, HasSubstr(what));
+        for (const char each : {'\x1B', '\a'}) {
+            EXPECT_EQ(text.find(each), std::string::npos) << text;
+        }
+    };
+    const std::string odd = "map --from stick.hid --actions odd.json ";
+    expectClean(run(odd + "--show").output, " a [31m b\n");
+    expectClean(run(odd + "--set 3=\"$(printf 'a\\033[31m\\nb')\"").output,
+                "Slider: a [31m b\n\"a [31m b\" is on several");
+    expectClean(run(odd + "--set x=dance").complaint, "there is a [31m b, c d\n");
+    expectClean(run(odd + "--set 5=\"$(printf 'a\\033[31m\\nb')\"").complaint, "what it can is c d\n");
+    EXPECT_THAT(run(odd + "--json").output, HasSubstr(R"("action":"a\u001b[31m\nb")"));
+}
+
 TEST_F(Map, AsksForACookieWhereSeveralControlsHaveOneName) {
     // Two X axes, with the cookies 2 and 3.
     write("stick.hid", "R: 22 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 02 09 30 09 30 81 02 c0\nN: Twins\nI: 3 1 2\n");
@@ -180,6 +197,18 @@ TEST_F(Map, EditsThePreferencesOfAnotherApplication) {
     EXPECT_THAT(map("--show").output, HasSubstr("nothing is stored"));
     EXPECT_THAT(contents("config/qzgamecontroller/org.example.racer.json"), HasSubstr("yaw"));
     EXPECT_THAT(map("--application org.example.racer").output, HasSubstr("X                    yaw\n"));
+}
+
+TEST_F(Map, EditsNoOtherApplicationWithoutItsActions) {
+    for (const char* const edit : {"--set x=roll", "--clear x", "--reverse x", "--reset --json"}) {
+        const Outcome outcome = run(std::string("map --from stick.hid --application racer ") + edit);
+        EXPECT_EQ(outcome.status, 2) << edit;
+        EXPECT_EQ(outcome.complaint, "qzgc: --application racer: its actions are not known; name them with "
+                                     "--actions FILE, or only look with --show\n");
+    }
+    EXPECT_FALSE(std::filesystem::exists(path("config/qzgamecontroller/racer.json")));
+    EXPECT_EQ(run("map --from stick.hid --application racer --show").status, 0);
+    EXPECT_EQ(run("map --from stick.hid --application racer").status, 0);
 }
 
 TEST_F(Map, KeepsWhatIsStoredUnderNamesThatTheActionsDoNotHave) {

@@ -2,6 +2,7 @@
 #include "tools/qzgc/commands/Calibrate.h"
 
 #include "tools/qzgc/commands/CalibrateView.h"
+#include "tools/qzgc/plot/ValueTap.h"
 #include "tools/qzgc/session/Controllers.h"
 #include "tools/qzgc/session/Output.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
@@ -90,6 +91,7 @@ void printJSON(const std::vector<CalibrationRow>& rows, const ControllerIdentity
             .member("nameKey", each.nameKey)
             .member("springsBack", each.springsBack)
             .member("moved", each.isMoved)
+            .member("movedLittle", each.isMovedLittle)
             .member("changed", each.isChanged());
         appendRange(json, "before", each.before);
         appendRange(json, "after", each.after);
@@ -106,9 +108,11 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
         };
         TerminalLoop* running = nullptr;
         TerminalLoop loop(
-            session.source(),
+            session.source(), "use --seconds and --yes",
             [&](Canvas& canvas) {
                 guide.tick(now());
+                running->stayAwake(guide.step() ==
+                                   CalibrationGuide::Step::LettingGo); // stillness is told by time alone
                 drawCalibration(canvas, guide, listener.chosen().name);
             },
             [&](int key) {
@@ -119,7 +123,7 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
             });
         running = &loop;
         listener.onGone = [&] { loop.stop(); };
-        loop.stayAwake(true);
+        const ValueTap tap(session, [&](const QZHIDElement&, std::int64_t) { loop.wake(); });
         const EventLoop::End end = loop.run();
         listener.onGone = nullptr;
         expectEnd(end, listener);

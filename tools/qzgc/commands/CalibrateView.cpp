@@ -97,7 +97,7 @@ std::vector<Line> comparisonOf(const Canvas& canvas, const std::vector<Calibrati
         labels = std::max(labels, widthOf(each.label));
         ranges = std::max({ranges, widthOf(rangeText(each.before)), widthOf(rangeText(each.after))});
     }
-    constexpr int remarks = 9;
+    constexpr int remarks = 12;
     const auto padded = [](std::string text, int width) {
         text.append(static_cast<std::size_t>(std::max(width - widthOf(text), 0)), ' ');
         return text + "  ";
@@ -116,7 +116,7 @@ std::vector<Line> comparisonOf(const Canvas& canvas, const std::vector<Calibrati
         const std::string remark = remarkOn(each);
         lines.push_back({each.label + (remark.empty() ? "" : ": " + remark), emphasis});
         lines.push_back({"  before " + rangeText(each.before), {}});
-        if (remark.empty()) {
+        if (each.isChanged()) {
             lines.push_back({"  after  " + rangeText(each.after), {}});
         }
     }
@@ -163,6 +163,7 @@ void drawCalibration(Canvas& canvas, CalibrationGuide& guide, const std::string&
     }
     const int last = canvas.rows() - 1;
     canvas.put(last, 0, keysText(guide.step(), canvas.columns() < 60), faint);
+    guide.noteShown();
 }
 
 } // namespace qz::tools

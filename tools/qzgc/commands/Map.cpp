@@ -5,6 +5,7 @@
 #include "tools/qzgc/session/Controllers.h"
 #include "tools/qzgc/session/Mapping.h"
 #include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/session/Storing.h"
 #include "tools/qzgc/terminal/Screen.h"
 
 #include <iomanip>
@@ -51,7 +52,7 @@ void printTable(const Mapping& mapping) {
     for (const MappedControl& each : mapping.controls()) {
         std::cout << std::right << std::setw(6) << each.element->cookie() << "  " << std::left << std::setw(column)
                   << each.label << std::setw(11) << (each.reversed ? "reversed" : "")
-                  << each.action.value_or("no action") << '\n';
+                  << withoutControlCharacters(each.action.value_or("no action")) << '\n';
     }
 }
 
@@ -69,10 +70,23 @@ void printMappingAsJSON(const Mapping& mapping, const ControllerIdentity& identi
     std::cout << json.endObject().text() << '\n';
 }
 
+/// Whatever is edited, the default mapping goes into the preferences too, with the actions that are known.
+void expectKnownActions(const SessionOptions& options) {
+    if (!options.application.empty() && options.actions.empty()) {
+        throw WrongUse("--application " + options.application +
+                       ": its actions are not known; name them with --actions FILE, or only look with --show");
+    }
+}
+
 } // namespace
 
 ExitStatus mapControls(const MapOptions& options) {
-    if (options.edits.empty() && !options.show && !options.json && inputIsTerminal() && outputIsTerminal()) {
+    const bool isOnTerminal =
+        options.edits.empty() && !options.show && !options.json && inputIsTerminal() && outputIsTerminal();
+    if (isOnTerminal || !options.edits.empty()) {
+        expectKnownActions(options.session);
+    }
+    if (isOnTerminal) {
         return mapOnTerminal(options.session, options.device);
     }
     const auto listener = std::make_shared<ChosenControllerListener>(chooseController(options.session, options.device));
@@ -88,11 +102,10 @@ ExitStatus mapControls(const MapOptions& options) {
     Mapping mapping(configuration, devices.front());
     std::string done;
     for (const MapEdit& each : options.edits) {
-        done += apply(each, mapping) + '\n';
+        done += withoutControlCharacters(apply(each, mapping)) + '\n';
     }
     if (!options.edits.empty()) {
-        configuration->saveUserDefaults();
-        session.expectSaved();
+        storeMappings(session);
     }
     const bool isStored = wasStored || !options.edits.empty();
     if (options.json) {

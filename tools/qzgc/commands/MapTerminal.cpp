@@ -3,6 +3,7 @@
 
 #include "tools/qzgc/commands/MapView.h"
 #include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/Storing.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
 #include <iostream>
@@ -56,9 +57,8 @@ private:
 };
 
 std::string save(Session& session) {
-    session.configuration()->saveUserDefaults();
     try {
-        session.expectSaved();
+        storeMappings(session);
     } catch (const Failure& failure) {
         return failure.what();
     }
@@ -82,7 +82,7 @@ ExitStatus mapOnTerminal(const SessionOptions& options, const std::string& devic
     MapEditor editor(mapping, [&] { return save(session); });
     TerminalLoop* running = nullptr;
     TerminalLoop loop(
-        session.source(),
+        session.source(), "use options such as --show and --set",
         [&](Canvas& canvas) {
             editor.tick(MapListener::now());
             running->stayAwake(editor.mode() == MapEditor::Mode::Listening);

@@ -41,6 +41,8 @@ std::string controlsText(const std::vector<MappedControl>& controls) {
     return text.empty() ? "-" : text;
 }
 
+using Controls = std::vector<MappedControl>;
+
 struct Columns {
     int action;
     int kind; ///< 0: no room for it
@@ -58,9 +60,10 @@ Columns columnsFor(const Canvas& canvas, const MapEditor& editor) {
     return {.action = 3, .kind = hasKind ? after : 0, .controls = after + (hasKind ? 9 : 0)};
 }
 
-void drawRow(Canvas& canvas, int row, const MapEditor& editor, std::size_t index, const Columns& columns) {
+void drawRow(Canvas& canvas, int row, const MapEditor& editor, const Controls& all, std::size_t index,
+             const Columns& columns) {
     const std::string& action = editor.actions()[index];
-    const auto controls = editor.mapping().controlsWith(action);
+    const Controls controls = Mapping::with(action, all);
     const bool isSelected = index == editor.selected();
     const Style style = {.colour = controls.size() > 1 ? Colour::Yellow : Colour::Default,
                          .dim = controls.empty() && !isSelected,
@@ -78,7 +81,7 @@ void drawRow(Canvas& canvas, int row, const MapEditor& editor, std::size_t index
     canvas.put(row, columns.controls, shortened(controlsText(controls), canvas.columns() - columns.controls), style);
 }
 
-void drawTable(Canvas& canvas, const MapEditor& editor) {
+void drawTable(Canvas& canvas, const MapEditor& editor, const Controls& all) {
     const Columns columns = columnsFor(canvas, editor);
     canvas.put(1, columns.action, "action", faint);
     if (columns.kind > 0) {
@@ -92,7 +95,8 @@ void drawTable(Canvas& canvas, const MapEditor& editor) {
     }
     const int first = firstShown(count, room, static_cast<int>(editor.selected()));
     for (int i = 0; i < std::min(room, count); ++i) {
-        drawRow(canvas, headRows + i, editor, static_cast<std::size_t>(first) + static_cast<std::size_t>(i), columns);
+        drawRow(canvas, headRows + i, editor, all, static_cast<std::size_t>(first) + static_cast<std::size_t>(i),
+                columns);
     }
     if (count > room) {
         canvas.putRight(1, canvas.columns(),
@@ -137,14 +141,14 @@ void drawLeader(Canvas& canvas, int row, MapEditor& editor, MapEditor::Time now)
     canvas.put(row, column + length + 1, std::to_string(std::lround(leader->excursion * 100)) + " %");
 }
 
-void drawFoot(Canvas& canvas, MapEditor& editor, MapEditor::Time now) {
+void drawFoot(Canvas& canvas, MapEditor& editor, const Controls& all, MapEditor::Time now) {
     const int top = canvas.rows() - footRows;
     canvas.line(top, 0, canvas.columns(), faint);
     const bool asks = editor.mode() != Mode::Choosing;
     std::string text = editor.message(now);
     if (text.empty() && !editor.actions().empty()) {
         const auto& action = editor.actions()[editor.selected()];
-        const auto controls = editor.mapping().controlsWith(action);
+        const Controls controls = Mapping::with(action, all);
         text = controls.size() > 1 ? "! " + conflictText({action, controls}) : "";
     }
     int row = top + 1;
@@ -167,8 +171,9 @@ void drawMap(Canvas& canvas, MapEditor& editor, const std::string& controller, M
     const int room = canvas.columns() - widthOf(state) - 2;
     canvas.put(0, 0, shortened("qzgc map  " + controller, room), emphasis);
     canvas.putRight(0, canvas.columns(), state, warning);
-    drawTable(canvas, editor);
-    drawFoot(canvas, editor, now);
+    const Controls controls = editor.mapping().controls(); // once a frame: there may be thousands
+    drawTable(canvas, editor, controls);
+    drawFoot(canvas, editor, controls, now);
 }
 
 } // namespace qz::tools

@@ -126,7 +126,7 @@ private:
     Clock::time_point begin_ = Clock::now();
     Session session_;
     EventLoop loop_; // before the screen, which leaves the signals alone that are taken already
-    Screen screen_;
+    Screen screen_{"use --lines"};
     std::shared_ptr<MonitorListener> listener_;
     MonitorWindow window_;
     Clock::time_point latestPicture_;

@@ -2,6 +2,7 @@
 #include "tools/qzgc/session/Calibration.h"
 
 #include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/Storing.h"
 
 #include <algorithm>
 
@@ -13,21 +14,43 @@ CalibratedRange rangeOf(const QZHIDElement& element) {
     return {.minimum = element.observedMin(), .maximum = element.observedMax(), .rest = element.observedNeutral()};
 }
 
-bool isMoved(const QZHIDElement& element) {
-    const std::int64_t travel = element.calibrationMax() - element.calibrationMin();
-    return travel > 0 && jitterPart * travel >= element.theoreticalMax() - element.theoreticalMin();
+/// A worn control moves by itself, and a sleeve touches what nobody meant to move: a travel counts from this part of
+/// the range on.
+constexpr std::uint64_t movedPart = 8;
+
+/// 0 for a range that has none; stored ranges may have any ends.
+std::uint64_t lengthOf(std::int64_t minimum, std::int64_t maximum) {
+    return minimum < maximum ? static_cast<std::uint64_t>(maximum) - static_cast<std::uint64_t>(minimum) : 0;
+}
+
+std::uint64_t travelOf(const QZHIDElement& element) {
+    return lengthOf(element.calibrationMin(), element.calibrationMax());
+}
+
+std::uint64_t declaredLengthOf(const QZHIDElement& element) {
+    return lengthOf(element.theoreticalMin(), element.theoreticalMax());
+}
+
+/// `before` may be small where the control uses a small part of the declared range.
+bool isMoved(const QZHIDElement& element, const CalibratedRange& before) {
+    const std::uint64_t declared = declaredLengthOf(element);
+    const std::uint64_t used = lengthOf(before.minimum, before.maximum);
+    const std::uint64_t travel = travelOf(element);
+    return travel > 0 && travel >= (std::min(declared, used > 0 ? used : declared) + movedPart - 1) / movedPart;
+}
+
+bool isMovedLittle(const QZHIDElement& element) {
+    return travelOf(element) < (declaredLengthOf(element) + 1) / 2;
 }
 
 /// What the library would make of the control, by letting it do so and taking that back.
 CalibratedRange preview(QZHIDElement& element) {
-    const CalibratedRange before = rangeOf(element);
-    if (isMoved(element)) {
-        element.endCalibration();
-    }
+    const CalibratedRange now = rangeOf(element);
+    element.endCalibration();
     const CalibratedRange after = rangeOf(element);
-    element.setObservedMin(before.minimum);
-    element.setObservedMax(before.maximum);
-    element.setObservedNeutral(before.rest);
+    element.setObservedMin(now.minimum);
+    element.setObservedMax(now.maximum);
+    element.setObservedNeutral(now.rest);
     return after;
 }
 
@@ -63,6 +86,7 @@ std::vector<CalibrationRow> Calibration::rows() const {
     std::vector<CalibrationRow> rows;
     for (const Control& each : controls_) {
         QZHIDElement& element = *each.element;
+        const bool moved = isMoved(element, each.before);
         rows.push_back({.cookie = element.cookie(),
                         .label = each.label,
                         .name = element.name(),
@@ -74,9 +98,10 @@ std::vector<CalibrationRow> Calibration::rows() const {
                         .isSeen = element.calibrationMin() < element.calibrationMax(),
                         .seenMinimum = element.calibrationMin(),
                         .seenMaximum = element.calibrationMax(),
-                        .isMoved = isMoved(element),
+                        .isMoved = moved,
+                        .isMovedLittle = moved && isMovedLittle(element),
                         .before = each.before,
-                        .after = preview(element)});
+                        .after = moved ? preview(element) : rangeOf(element)});
     }
     return rows;
 }
@@ -90,12 +115,11 @@ void Calibration::save() {
         throw Failure("no control was moved: nothing was saved");
     }
     for (const Control& each : controls_) {
-        if (!isMoved(*each.element)) {
+        if (!isMoved(*each.element, each.before)) {
             each.element->startCalibration();
         }
     }
-    session_.manager().endCalibration();
-    session_.expectSaved();
+    storeOrTakeBack(session_, device_->calibrationsPrefKey(), [&] { session_.manager().endCalibration(); });
 }
 
 bool isAnyMoved(const std::vector<CalibrationRow>& rows) {
@@ -113,7 +137,10 @@ std::string labelsOf(const std::vector<CalibrationRow>& rows, bool moved) {
 }
 
 std::string remarkOn(const CalibrationRow& row) {
-    return !row.isMoved ? "not moved" : row.isChanged() ? "" : "unchanged";
+    if (!row.isMoved) {
+        return "not moved";
+    }
+    return row.isMovedLittle ? "moved little" : row.isChanged() ? "" : "unchanged";
 }
 
 } // namespace qz::tools

@@ -33,15 +33,13 @@ struct CalibrationRow {
     bool isSeen = false;                              ///< whether there is a travel, from seenMinimum to seenMaximum
     std::int64_t seenMinimum = 0;
     std::int64_t seenMaximum = 0;
-    bool isMoved = false; ///< whether that travel is more than jitter, so that it counts
+    bool isMoved = false;       ///< whether that travel is long enough to count
+    bool isMovedLittle = false; ///< whether it counts, but is less than half of what the controller declares
     CalibratedRange before = {};
     CalibratedRange after = {}; ///< what would be stored now
 
     bool isChanged() const noexcept { return before != after; }
 };
-
-/// What a control moves by itself, at the most: this part of the range that it declares.
-inline constexpr std::int64_t jitterPart = 100;
 
 /// A calibration of the controllers that the session has admitted, from construction on. Nothing is stored unless
 /// `save` is called.

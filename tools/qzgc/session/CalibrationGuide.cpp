@@ -18,6 +18,9 @@ constexpr std::int64_t awayPart = 20;  ///< what moves more than this afterwards
 CalibrationGuide::CalibrationGuide(Look look) : look_(std::move(look)), rows_(look_()) {}
 
 void CalibrationGuide::press(int key, Time now) {
+    if (hasEnded_) {
+        return;
+    }
     said_.clear();
     switch (key) {
     case keyUp:
@@ -32,6 +35,11 @@ void CalibrationGuide::press(int key, Time now) {
     case keyEscape:
         cancel();
         return;
+    case keyEnter:
+        if (!isShown_) {
+            return; // it was meant for the step before
+        }
+        break;
     default:
         break;
     }
@@ -68,6 +76,7 @@ void CalibrationGuide::cancel() {
 }
 
 void CalibrationGuide::go(Step step, Time now) {
+    isShown_ = isShown_ && step_ == step;
     step_ = step;
     scrolled_ = 0;
     stillSince_ = now;

@@ -38,6 +38,9 @@ public:
     int scrolled() const noexcept { return scrolled_; }
     void keepScrolledBelow(int end) noexcept;
 
+    /// The user can see the step; until then Enter does nothing in it.
+    void noteShown() noexcept { isShown_ = true; }
+
     /// What the user is to do.
     std::string instruction() const;
 
@@ -54,6 +57,7 @@ private:
     bool waits_ = true; ///< for stillness, because the user does
     std::string said_;
     int scrolled_ = 0;
+    bool isShown_ = false;
     bool hasEnded_ = false;
     bool isConfirmed_ = false;
 };

@@ -35,15 +35,25 @@ std::optional<Kind> kindOf(const QZHIDElement& element) {
     return isHat(element) ? std::optional(Kind::Hat) : std::nullopt;
 }
 
+/// The calibrated travel as far as the controller declares it: what is stored may have any ends, and what lies beyond
+/// can never be reached.
+std::pair<std::int64_t, std::int64_t> travelOf(const QZHIDElement& element) {
+    const std::int64_t minimum = std::max(element.observedMin(), element.theoreticalMin());
+    const std::int64_t maximum = std::min(element.observedMax(), element.theoreticalMax());
+    return minimum < maximum ? std::pair(minimum, maximum)
+                             : std::pair(element.theoreticalMin(), element.theoreticalMax());
+}
+
 std::vector<BindingDetector::Control> detectable(const Mapping& mapping, const std::string& action) {
     std::vector<BindingDetector::Control> controls;
     for (const auto& each : controlsOf(mapping.device())) {
         if (const auto kind = kindOf(*each)) {
-            const bool isCalibrated = *kind == Kind::Moving && each->observedMin() < each->observedMax();
+            const auto [minimum, maximum] =
+                *kind == Kind::Moving ? travelOf(*each) : std::pair(each->theoreticalMin(), each->theoreticalMax());
             controls.push_back({.cookie = each->cookie(),
                                 .kind = *kind,
-                                .minimum = isCalibrated ? each->observedMin() : each->theoreticalMin(),
-                                .maximum = isCalibrated ? each->observedMax() : each->theoreticalMax(),
+                                .minimum = minimum,
+                                .maximum = maximum,
                                 .fits = mapping.fits(*each, action),
                                 .known = lastKnownValue(mapping.device(), *each)});
         }
@@ -68,6 +78,9 @@ void MapEditor::refreshActions() {
 }
 
 void MapEditor::press(int key, Time now) {
+    if (hasEnded_) {
+        return;
+    }
     if (key == keyEscape && mode_ != Mode::Choosing) {
         cancel();
         return;
@@ -302,7 +315,7 @@ void MapEditor::bind(bool turnsRound) {
     }
     const bool hadIt = mapping_.action(*element) == action();
     if (hadIt && !turnsRound && !pending_.replaces) {
-        said_ = mapping_.label(*element) + " triggers " + quoted(action()) + " already.";
+        said_ = mapping_.label(*element) + " triggers " + quoted(action()) + " already" + wayText() + '.';
         return;
     }
     if (pending_.replaces) {
@@ -316,7 +329,13 @@ void MapEditor::bind(bool turnsRound) {
     }
     isChanged_ = true;
     said_ = mapping_.label(*element) + " triggers " + quoted(action()) + " now" +
-            (turnsRound ? wantsReversal() ? ", reversed." : ", no longer reversed." : ".");
+            (turnsRound ? wantsReversal() ? ", reversed" : ", no longer reversed" : "") + wayText() + '.';
+}
+
+std::string MapEditor::wayText() const {
+    return pending_.direction == Direction::None ? ""
+           : wantsReversal()                     ? " (towards its minimum)"
+                                                 : " (towards its maximum)";
 }
 
 void MapEditor::cancel() {

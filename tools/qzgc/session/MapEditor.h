@@ -88,6 +88,8 @@ private:
     std::string listeningText(Time now);
     std::string conflictQuestion() const;
     std::string directionQuestion() const;
+    /// Which way the control went that is being bound; empty for what has no direction.
+    std::string wayText() const;
 
     Mapping& mapping_;
     Save save_;

@@ -4,6 +4,7 @@
 #include "tools/qzgc/session/Controllers.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace qz::tools {
 
@@ -31,16 +32,19 @@ void Mapping::setDevice(std::shared_ptr<QZHIDDevice> device) {
     device_ = std::move(device);
     configuration_->existingOrDefaultConfiguration(*device_);
     labels_.clear();
-    const auto all = controlsOf(*device_);
-    for (const auto& each : all) {
-        const std::string name = each->name();
-        const bool isUnique = std::ranges::count_if(all, [&](const auto& other) { return other->name() == name; }) == 1;
-        labels_.emplace_back(each->cookie(), isUnique ? name : name + " (" + std::to_string(each->cookie()) + ')');
+    std::map<std::string, int> bearers;
+    for (const auto& each : controlsOf(*device_)) {
+        ++bearers[labels_.emplace(each->cookie(), each->name()).first->second];
+    }
+    for (auto& [cookie, label] : labels_) {
+        if (bearers[label] > 1) {
+            label += " (" + std::to_string(cookie) + ')';
+        }
     }
 }
 
 const std::string& Mapping::label(const QZHIDElement& element) const {
-    return std::ranges::find(labels_, element.cookie(), &std::pair<std::int64_t, std::string>::first)->second;
+    return labels_.at(element.cookie());
 }
 
 std::optional<std::string> Mapping::action(const QZHIDElement& element) const {
@@ -64,30 +68,36 @@ MappedControl Mapping::controlOf(const std::shared_ptr<QZHIDElement>& element) c
 std::vector<MappedControl> Mapping::controls() const {
     std::vector<MappedControl> controls;
     for (const auto& each : controlsOf(*device_)) {
-        MappedControl control = controlOf(each);
-        if (control.action || canTriggerActions(*each)) {
-            controls.push_back(std::move(control));
+        if (canTriggerActions(*each) || action(*each)) {
+            controls.push_back(controlOf(each));
         }
     }
     return controls;
 }
 
 std::vector<MappedControl> Mapping::controlsWith(std::string_view action) const {
-    std::vector<MappedControl> found = controls();
-    std::erase_if(found, [&](const MappedControl& each) { return each.action != action; });
+    return with(action, controls());
+}
+
+std::vector<MappedControl> Mapping::with(std::string_view action, const std::vector<MappedControl>& controls) {
+    std::vector<MappedControl> found;
+    std::ranges::copy_if(controls, std::back_inserter(found),
+                         [&](const MappedControl& each) { return each.action == action; });
     return found;
 }
 
 std::vector<ActionConflict> Mapping::conflicts() const {
     std::vector<ActionConflict> conflicts;
+    std::map<std::string, std::size_t> places;
     for (MappedControl& each : controls()) {
         if (!each.action) {
             continue;
         }
-        const auto known = std::ranges::find(conflicts, *each.action, &ActionConflict::action);
-        ActionConflict& entry =
-            known != conflicts.end() ? *known : conflicts.emplace_back(ActionConflict{*each.action, {}});
-        entry.controls.push_back(std::move(each));
+        const std::size_t place = places.try_emplace(*each.action, conflicts.size()).first->second;
+        if (place == conflicts.size()) {
+            conflicts.push_back({.action = *each.action, .controls = {}});
+        }
+        conflicts[place].controls.push_back(std::move(each));
     }
     std::erase_if(conflicts, [](const ActionConflict& each) { return each.controls.size() < 2; });
     return conflicts;
@@ -124,12 +134,13 @@ bool Mapping::isYAction(std::string_view action) const {
 void Mapping::set(const QZHIDElement& element, const std::string& action) {
     const std::vector<std::string> known = actions();
     if (std::ranges::find(known, action) == known.end()) {
-        throw WrongUse("no action is called \"" + action + "\"; there is " + listOf(known));
+        throw WrongUse(withoutControlCharacters("no action is called \"" + action + "\"; there is " + listOf(known)));
     }
     if (!fits(element, action)) {
         const std::vector<std::string> fitting = fittingActions(element);
-        throw WrongUse(label(element) + " cannot trigger \"" + action + "\"; " +
-                       (fitting.empty() ? "it can trigger no action" : "what it can is " + listOf(fitting)));
+        throw WrongUse(withoutControlCharacters(
+            label(element) + " cannot trigger \"" + action + "\"; " +
+            (fitting.empty() ? "it can trigger no action" : "what it can is " + listOf(fitting))));
     }
     configuration_->setMapping(element, Action(action));
 }
@@ -167,7 +178,8 @@ std::string labelsOf(const std::vector<MappedControl>& controls) {
 }
 
 std::string conflictText(const ActionConflict& conflict) {
-    return '"' + conflict.action + "\" is on several controls: " + labelsOf(conflict.controls);
+    return withoutControlCharacters('"' + conflict.action + "\" is on several controls: ") +
+           labelsOf(conflict.controls);
 }
 
 void appendMembers(JSONText& json, const Mapping& mapping) {

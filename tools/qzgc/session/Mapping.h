@@ -4,6 +4,7 @@
 #include "QZGameController/QZGameController.h"
 #include "tools/qzgc/JSONText.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,6 +43,8 @@ public:
     /// The controls that can trigger actions, and any that do so.
     std::vector<MappedControl> controls() const;
     std::vector<MappedControl> controlsWith(std::string_view action) const;
+    /// Those of `controls` that trigger `action`.
+    static std::vector<MappedControl> with(std::string_view action, const std::vector<MappedControl>& controls);
     std::vector<ActionConflict> conflicts() const;
     std::optional<std::string> action(const QZHIDElement& element) const;
     bool isReversed(const QZHIDElement& element) const { return configuration_->mustReverseDirection(element); }
@@ -67,7 +70,7 @@ private:
 
     std::shared_ptr<QZGCConfigurationManager> configuration_;
     std::shared_ptr<QZHIDDevice> device_;
-    std::vector<std::pair<std::int64_t, std::string>> labels_; ///< by cookie
+    std::map<std::int64_t, std::string> labels_; ///< by cookie
 };
 
 /// "roll, pitch, fire"

@@ -29,8 +29,9 @@ namespace {
 
 constexpr std::array faults = {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV};
 
-constexpr const char* cannotShow =
-    "this terminal cannot show full-screen views: set TERM to what it is, or use --lines";
+std::string cannotShow(const std::string& remedy) {
+    return "this terminal cannot show full-screen views: set TERM to what it is, or " + remedy;
+}
 
 SCREEN* screen = nullptr;
 
@@ -173,16 +174,16 @@ bool inputIsTerminal() {
     return ::isatty(STDIN_FILENO) != 0;
 }
 
-Screen::Screen() {
+Screen::Screen(const std::string& remedy) {
     unicode_ = takeLocale();
     ::tcgetattr(STDIN_FILENO, &settingsBefore);
     screen = ::newterm(nullptr, stdout, stdin);
     if (screen == nullptr) {
-        throw Failure(cannotShow);
+        throw Failure(cannotShow(remedy));
     }
     if (capability("cup") == nullptr) { // no way to put anything in its place
         leave();
-        throw Failure(cannotShow);
+        throw Failure(cannotShow(remedy));
     }
     prepareForFaults();
     holdMessages();

@@ -4,6 +4,7 @@
 #include "tools/qzgc/terminal/Canvas.h"
 
 #include <optional>
+#include <string>
 
 namespace qz::tools {
 
@@ -32,8 +33,8 @@ inline constexpr int keyEscape = 27;
 /// every way out, a fatal error of the library and a fault of the program included.
 class Screen {
 public:
-    /// Throws Failure when the terminal cannot do it.
-    Screen();
+    /// Throws Failure when the terminal cannot do it; `remedy` says what a user can do then, as in "use --lines".
+    explicit Screen(const std::string& remedy);
     Screen(const Screen&) = delete;
     Screen& operator=(const Screen&) = delete;
     ~Screen();

@@ -11,8 +11,8 @@ constexpr std::chrono::milliseconds frame{33};
 
 } // namespace
 
-TerminalLoop::TerminalLoop(Source& source, Draw draw, Press press)
-    : draw_(std::move(draw)), press_(std::move(press)), loop_(source) {
+TerminalLoop::TerminalLoop(Source& source, const std::string& remedy, Draw draw, Press press)
+    : draw_(std::move(draw)), press_(std::move(press)), loop_(source), screen_(remedy) {
     loop_.staysAfterSource();
     loop_.onReadable(STDIN_FILENO, [this] { readKeys(); });
     loop_.onResize([this] {
@@ -43,9 +43,18 @@ EventLoop::End TerminalLoop::run() {
     return loop_.run();
 }
 
+void TerminalLoop::stop() {
+    isStopped_ = true;
+    loop_.stop();
+}
+
 void TerminalLoop::readKeys() {
     bool isEmpty = true;
-    while (const auto key = screen_.takeKey()) {
+    while (!isStopped_) {
+        const auto key = screen_.takeKey();
+        if (!key) {
+            break;
+        }
         isEmpty = false;
         press_(*key);
     }

@@ -13,8 +13,9 @@ public:
     using Draw = std::function<void(Canvas&)>;
     using Press = std::function<void(int key)>;
 
-    /// `draw` may do what is due before it draws. What the functions throw passes through `run`.
-    TerminalLoop(Source& source, Draw draw, Press press);
+    /// `remedy` as for Screen. `draw` may do what is due before it draws. What the functions throw passes through
+    /// `run`.
+    TerminalLoop(Source& source, const std::string& remedy, Draw draw, Press press);
 
     /// Lets a frame be drawn soon.
     void wake();
@@ -22,7 +23,8 @@ public:
     void stayAwake(bool awake);
 
     EventLoop::End run();
-    void stop() { loop_.stop(); }
+    /// Ends `run`; what has been typed after the key that did so is left unread.
+    void stop();
 
 private:
     void readKeys();
@@ -33,6 +35,7 @@ private:
     EventLoop loop_;
     Screen screen_;
     bool isDue_ = false;
+    bool isStopped_ = false;
     bool staysAwake_ = false;
 };
 
