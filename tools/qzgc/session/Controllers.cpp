@@ -20,15 +20,6 @@ std::string lowerCase(std::string_view text) {
     return lower;
 }
 
-std::string listText(const std::vector<ControllerIdentity>& identities) {
-    std::string text;
-    for (const ControllerIdentity& each : identities) {
-        text += text.empty() ? "" : ", ";
-        text += '"' + each.name + "\" (" + each.instanceID + ')';
-    }
-    return text;
-}
-
 /// Makes a note of all there is, and admits nothing.
 class IdentityListener final : public Listener {
 public:
@@ -88,6 +79,15 @@ ControllerIdentity chosenOf(const IdentityListener& listener, const SessionOptio
 }
 
 } // namespace
+
+std::string listText(const std::vector<ControllerIdentity>& identities) {
+    std::string text;
+    for (const ControllerIdentity& each : identities) {
+        text += text.empty() ? "" : ", ";
+        text += '"' + each.name + "\" (" + each.instanceID + ')';
+    }
+    return text;
+}
 
 std::string withoutControlCharacters(std::string text) {
     std::ranges::replace_if(

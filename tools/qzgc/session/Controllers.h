@@ -25,6 +25,9 @@ ControllerIdentity identityOf(const QZHIDDevice& device);
 /// The same of one that has not been admitted yet.
 ControllerIdentity identityOf(QZGCHIDManager& manager, platform::IOHIDDeviceRef device);
 
+/// For messages: "Stick" (4660-22136.A1), and so on.
+std::string listText(const std::vector<ControllerIdentity>& identities);
+
 /// `text` on one line: with blanks in place of control characters.
 std::string withoutControlCharacters(std::string text);
 
