@@ -200,6 +200,46 @@ TEST_F(Commands, WarnOfDamagedPreferencesAndGoOn) {
     EXPECT_THAT(outcome.complaint, testing::MatchesRegex("qzgc: [^\n]+\n"));
 }
 
+TEST_F(Commands, NameAStoredCalibrationThatCannotBeUsed) {
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    const auto store = [&](const std::string& numbers) {
+        write("config/qzgamecontroller/racer.json",
+              "{\"QZGameController-Calibrations-4660-22136\": {\"2\": " + numbers + "}}");
+    };
+    const std::string beginning = "qzgc: the calibration stored in racer.json cannot be used: "
+                                  "\"QZGameController-Calibrations-4660-22136\" has for control 2 ";
+    const std::string remedy = "; remove this key, and calibrate the controller again\n";
+    for (const char* const numbers : {"[]", "[0, 255]"}) {
+        store(numbers);
+        expectRefused("list --from sticks.hid --application racer", 1, beginning + "fewer than three numbers" + remedy);
+    }
+    for (const char* const numbers :
+         {"[-9223372036854775808, 9223372036854775807, 0]", "[2, 255, -9223372036854775808]"}) {
+        store(numbers);
+        const Outcome outcome = run("monitor --raw --lines --fast --from sticks.hid --application racer");
+        EXPECT_EQ(outcome.status, 1) << numbers;
+        EXPECT_EQ(outcome.complaint, beginning + "numbers that are too far apart" + remedy) << numbers;
+    }
+}
+
+TEST_F(Commands, BearEveryStoredCalibrationThatTheLibraryBears) {
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    for (const char* const stored :
+         {R"(4660-22136": {"2": [-9223372036854775807, 9223372036854775807, 0]})",
+          R"(4660-22136": {"2": [4294967296, 42949672960, 5000000000]})", R"(4660-22136": {"2": [9, 1, 5]})",
+          R"(4660-22136": {"2": [1, 9, 5, 7]})", R"(4660-22136": {"1": [], "3": [], "a": []})",
+          R"(4660-22136": {"2": [], "3": "void"})", R"(4660-22136": {"2": [1.5]})", R"(4660-22136": [])",
+          R"(1-2": {"2": []})"}) {
+        write("config/qzgamecontroller/qzgc.json", "{\"QZGameController-Calibrations-" + std::string(stored) + "}");
+        for (const char* const command : {"list", "monitor --raw --lines --fast"}) {
+            const Outcome outcome = run(command + std::string(" --from sticks.hid"));
+            EXPECT_EQ(outcome.status, 0) << stored << '\n' << outcome.complaint;
+            EXPECT_THAT(outcome.complaint, IsEmpty()) << stored;
+        }
+        EXPECT_EQ(run("plot sticks.hid left --control X").status, 0) << stored;
+    }
+}
+
 TEST_F(Commands, NameThePlaceOfAFaultInAFileWithActions) {
     struct Fault {
         const char* text;

@@ -4,6 +4,7 @@
 #include "platform/Text.h"
 #include "tools/qzgc/TextFile.h"
 #include "tools/qzgc/session/Actions.h"
+#include "tools/qzgc/session/StoredCalibration.h"
 
 #include <algorithm>
 #include <iostream>
@@ -68,7 +69,7 @@ void Listener::hidManagerActionNewValue(QZGCHIDManager& /*manager*/, const std::
 void Listener::hidManagerHidError(QZGCHIDManager& /*manager*/, IOReturn /*error*/) {}
 void Listener::controllerUnusable(QZGCHIDManager& /*manager*/, IOHIDDeviceRef /*device*/, IOReturn /*why*/) {}
 
-Session::Session(const SessionOptions& options) : source_(makeSource(options)) {
+Session::Session(const SessionOptions& options) : source_(makeSource(options)), application_(options.application) {
     const ActionNames names = options.actions.empty() ? builtInActions() : readActionsFile(options.actions);
     choosePreferences(platform().userDefaults(), options);
     configuration_ = makeConfigurationManager(names, platform());
@@ -93,6 +94,9 @@ void Session::start(std::shared_ptr<Listener> listener) {
 
 void Session::deviceMatched(void* context, IOReturn result, void* sender, IOHIDDeviceRef device) {
     auto& session = *static_cast<Session*>(context);
+    if (device != nullptr) {
+        expectUsableCalibration(device, session.platform().userDefaults(), session.application_);
+    }
     if (result != kIOReturnSuccess && device != nullptr) {
         session.listener_->controllerUnusable(*session.manager_, device, result);
     } else {

@@ -75,6 +75,7 @@ private:
     static void deviceMatched(void* context, platform::IOReturn result, void* sender, platform::IOHIDDeviceRef device);
 
     std::unique_ptr<Source> source_;
+    std::string application_;
     std::shared_ptr<QZGCConfigurationManager> configuration_;
     std::shared_ptr<QZGCHIDManager> manager_;
     std::shared_ptr<Listener> listener_;
