@@ -67,6 +67,18 @@ TEST(Controls, AreInputsAlone) {
     EXPECT_EQ(std::ranges::count_if(controlsOf(stick.device()), [](const auto& each) { return isHat(*each); }), 1);
 }
 
+TEST(Hats, PointClockwiseFromUpInAnyNumberOfSteps) {
+    for (std::int64_t place = 0; place < 8; ++place) {
+        EXPECT_EQ(directionOf(1, 8, place + 1), static_cast<HatDirection>(place));
+        EXPECT_EQ(directionOf(0, 3599, 450 * place), static_cast<HatDirection>(place)) << "tenths of a degree";
+    }
+    EXPECT_EQ(directionOf(0, 3, 1), HatDirection::Right);
+    EXPECT_EQ(directionOf(0, 3, 3), HatDirection::Left);
+    EXPECT_EQ(directionOf(0, 359, 359), HatDirection::Up) << "the nearest";
+    EXPECT_EQ(directionOf(1, 8, 0), HatDirection::Centre);
+    EXPECT_EQ(directionOf(1, 8, 9), HatDirection::Centre);
+}
+
 TEST(Controls, AreMeantByCookieNameAndNameKey) {
     const Stick stick;
     const std::int64_t x = controlsOf(stick.device()).front()->cookie();

@@ -67,6 +67,13 @@ TEST_F(Plot, DrawsALaneForEachControlAndActionThatChanged) {
     EXPECT_EQ(count(svg, "class=\"lane\""), 4U);
 }
 
+TEST_F(Plot, DrawsHatsWithMoreThanEightPlaces) {
+    // A hat of degrees in 16 bits.
+    write("degrees.hid", "R: 20 05 01 09 04 a1 01 15 00 26 67 01 75 10 95 01 09 39 81 42 c0\nN: Stick\nI: 3 1 2\n"
+                         "E: 000001.000000 2 ff ff\nE: 000001.500000 2 5a 00\nE: 000002.000000 2 ff ff\n");
+    EXPECT_EQ(count(picture("degrees.hid"), "class=\"lane\""), 1U);
+}
+
 TEST_F(Plot, LeavesOutControlsThatStayedAsTheyWere) {
     write("axis.hid", stick + "E: 000001.000000 2 80 01\nE: 000002.000000 2 00 01\n");
     const std::string svg = picture("axis.hid");

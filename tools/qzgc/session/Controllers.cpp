@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
+#include <cmath>
 
 namespace qz::tools {
 
@@ -162,6 +162,15 @@ std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device)
 
 bool isHat(const QZHIDElement& element) {
     return element.usagePage() == 0x01 && element.usage() == 0x39; // HID Usage Tables 1.5, section 4: Hat Switch
+}
+
+HatDirection directionOf(std::int64_t minimum, std::int64_t maximum, std::int64_t raw) {
+    if (raw < minimum || raw > maximum) {
+        return HatDirection::Centre;
+    }
+    const double count = static_cast<double>(maximum) - static_cast<double>(minimum) + 1.0;
+    const double turn = (static_cast<double>(raw) - static_cast<double>(minimum)) / count;
+    return static_cast<HatDirection>(static_cast<int>(std::lround(turn * 8.0)) % 8);
 }
 
 std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHIDElement& element) {

@@ -64,6 +64,13 @@ std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device)
 
 bool isHat(const QZHIDElement& element);
 
+/// The eight directions of a hat, clockwise from up; the centre where it is let go.
+enum class HatDirection : std::uint8_t { Up, UpRight, Right, DownRight, Down, DownLeft, Left, UpLeft, Centre };
+
+/// Where a hat of this logical range points that sends `raw`. Its range goes clockwise from up, in as many steps as
+/// there are, and outside of it is the centre.
+HatDirection directionOf(std::int64_t minimum, std::int64_t maximum, std::int64_t raw);
+
 /// The last value known of a control; unlike the library's answer this tells 0 from a value that is not known.
 std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHIDElement& element);
 
