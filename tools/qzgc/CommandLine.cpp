@@ -206,6 +206,7 @@ void CommandLine::addEdit(CLI::App& command, const char* name, MapEdit::Kind kin
 void CommandLine::addMap() {
     CLI::App& command =
         addCommand("map", "Shows and changes which action each control of a controller triggers.", [this] {
+            session_.mayStore = !edits_.empty() || (!show_ && !json_);
             return mapControls({.session = session_, .device = device_, .edits = edits_, .show = show_, .json = json_});
         });
     addDevice(command);
@@ -230,6 +231,7 @@ void CommandLine::addMap() {
 void CommandLine::addCalibrate() {
     CLI::App& command =
         addCommand("calibrate", "Learns how far the axes of a controller go, and where they rest.", [this] {
+            session_.mayStore = true;
             return calibrateController(
                 {.session = session_, .device = device_, .yes = yes_, .seconds = seconds_, .json = json_});
         });

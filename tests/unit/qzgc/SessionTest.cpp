@@ -96,6 +96,21 @@ TEST_F(Commands, LookingStoresNothing) {
     EXPECT_FALSE(std::filesystem::exists(path("config")));
 }
 
+TEST_F(Commands, LookingLeavesPreferencesOfAnOldFormAlone) {
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    const std::string old = R"({"EkinorBindings": {"4660-22136": {"QZGCMappings": {"2": "roll"}}}})";
+    for (const char* const looking :
+         {"list", "elements left", "monitor --lines --fast", "map left --show", "map left --json"}) {
+        write("config/qzgamecontroller/qzgc.json", old);
+        EXPECT_EQ(run(looking + std::string(" --from sticks.hid")).status, 0) << looking;
+        EXPECT_EQ(contents("config/qzgamecontroller/qzgc.json"), old) << looking;
+    }
+    EXPECT_EQ(run("plot sticks.hid").status, 0);
+    EXPECT_EQ(contents("config/qzgamecontroller/qzgc.json"), old);
+    EXPECT_EQ(run("map left --from sticks.hid --clear X").status, 0);
+    EXPECT_THAT(contents("config/qzgamecontroller/qzgc.json"), testing::Not(HasSubstr("EkinorBindings")));
+}
+
 TEST_F(Commands, PrintTheElementsOfTheControllerThatIsMeant) {
     const std::string right = "Right   Stick\n"
                               "cookie  type       usage     range             name\n"
@@ -129,7 +144,34 @@ TEST_F(Commands, TakeTheFirstOfTwoControllersThatNothingTellsApart) {
     const std::string one = "R: 20 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 c0\nN: Twin\nI: 3 1 2\n";
     write("twins.hid", one + "D: 1\n" + one);
     EXPECT_EQ(json("list --json --from twins.hid").size(), 2U);
-    EXPECT_EQ(json("elements --json --from twins.hid").size(), 1U);
+    const Outcome outcome = run("elements --json --from twins.hid");
+    EXPECT_EQ(JSON::parse(outcome.output).size(), 1U);
+    EXPECT_EQ(
+        outcome.complaint,
+        "qzgc: several controllers are \"Twin\" (1-2.3f42dec2), and nothing tells them apart: the first is taken\n");
+    // One that goes and comes again is no other.
+    write("again.hid", one + "# qzgc: unplugged 000001.000000\n# qzgc: plugged in 000002.000000\n");
+    EXPECT_THAT(run("plot again.hid --control X").complaint, IsEmpty());
+}
+
+TEST_F(Commands, FindControllersThatAreRecordedLater) {
+    write("late.hid", "R: 4 a0 c0 a0 c0\nN: Mouse\nI: 3 1 2\nD: 1\n"
+                      "R: 20 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 c0\nN: Late\nI: 3 1 2\n"
+                      "# qzgc: plugged in 009000.000000\nE: 009001.000000 1 80\n");
+    EXPECT_THAT(run("elements --from late.hid").output, StartsWith("Late\ncookie"));
+    const Outcome listed = run("list --from late.hid");
+    EXPECT_THAT(listed.output, StartsWith("no controllers when the recording begins; plugged in later: \"Late\" ("));
+    const Outcome calibrated = run("calibrate --from late.hid --fast");
+    EXPECT_EQ(calibrated.status, 1);
+    EXPECT_THAT(calibrated.complaint,
+                StartsWith("qzgc: no controller is there when the recording begins; plugged in later: \"Late\" ("));
+}
+
+TEST_F(Commands, PrintIDsThatSteerNoTerminal) {
+    write("esc.hid", "R: 20 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 c0\nN: S\nU: a\x1B[31m\n"
+                     "I: 3 1 2\n");
+    EXPECT_THAT(run("list --from esc.hid").output, HasSubstr("  instance    1-2.a [31m\n"));
+    EXPECT_EQ(json("list --json --from esc.hid")[0]["instance"], "1-2.a\x1B[31m");
 }
 
 TEST_F(Commands, MeanTheInstanceThatIsNamedWhateverOtherNamesHold) {

@@ -22,6 +22,8 @@ struct ControllerIdentity {
 };
 
 ControllerIdentity identityOf(const QZHIDDevice& device);
+/// The same without control characters anywhere, for people; what names a controller to programs is kept as it is.
+ControllerIdentity inPrint(ControllerIdentity identity);
 /// The same of one that has not been admitted yet.
 ControllerIdentity identityOf(QZGCHIDManager& manager, platform::IOHIDDeviceRef device);
 
@@ -34,6 +36,25 @@ std::string withoutControlCharacters(std::string text);
 /// Whether DEVICE on the command line means this controller: its instance ID or its type ID, or a part of its name in
 /// any case. An empty text means any.
 bool isMeant(std::string_view text, const ControllerIdentity& identity);
+
+/// What a look at a source brings.
+struct FoundControllers {
+    struct Unusable {
+        ControllerIdentity identity;
+        std::string why; ///< with a remedy
+    };
+    std::vector<ControllerIdentity> usable; ///< each once
+    std::vector<ControllerIdentity> twins;  ///< those of them that several have at the same time
+    std::vector<Unusable> unusable;
+};
+
+/// The one that DEVICE on the command line means. Throws Failure when there is none, WrongUse when there are several;
+/// `ifNothing` is the failure where nothing at all was found. Says on the standard error when the first is taken of
+/// several that nothing tells apart.
+ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text, const std::string& ifNothing);
+
+/// All controllers that a recording ever has.
+FoundControllers findRecordedControllers(const SessionOptions& options);
 
 /// The one controller among those at the beginning of the source that DEVICE on the command line means. Throws Failure
 /// when there is none, WrongUse when there are several; both list what there is.

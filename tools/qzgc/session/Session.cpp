@@ -2,6 +2,7 @@
 #include "tools/qzgc/session/Session.h"
 
 #include "platform/Text.h"
+#include "platform/virtual/VolatileUserDefaults.h"
 #include "tools/qzgc/TextFile.h"
 #include "tools/qzgc/session/Actions.h"
 #include "tools/qzgc/session/StoredCalibration.h"
@@ -44,6 +45,22 @@ void choosePreferences(UserDefaults& defaults, const SessionOptions& options) {
     }
 }
 
+/// A platform with preferences of its own, which begin as a copy: what only looks changes nothing.
+class ReadingPlatform final : public Platform {
+public:
+    explicit ReadingPlatform(Platform& platform)
+        : platform_(platform), userDefaults_(platform.userDefaults().dictionaryRepresentation()) {}
+
+    HIDServices& hidServices() override { return platform_.hidServices(); }
+    RunLoop& currentRunLoop() override { return platform_.currentRunLoop(); }
+    UserDefaults& userDefaults() override { return userDefaults_; }
+    SystemLog& systemLog() override { return platform_.systemLog(); }
+
+private:
+    Platform& platform_;
+    VolatileUserDefaults userDefaults_;
+};
+
 /// A command that looks for a controller first has two sessions, and one message is enough.
 void warn(const std::string& warning) {
     static std::string last;
@@ -72,6 +89,10 @@ void Listener::controllerUnusable(QZGCHIDManager& /*manager*/, IOHIDDeviceRef /*
 Session::Session(const SessionOptions& options) : source_(makeSource(options)), application_(options.application) {
     const ActionNames names = options.actions.empty() ? builtInActions() : readActionsFile(options.actions);
     choosePreferences(platform().userDefaults(), options);
+    warn(platform().userDefaults().lastError());
+    if (!options.mayStore) {
+        reading_ = std::make_unique<ReadingPlatform>(source_->platform());
+    }
     configuration_ = makeConfigurationManager(names, platform());
     warn(platform().userDefaults().lastError());
     manager_ = QZGCHIDManager::create(configuration_, platform());
