@@ -104,6 +104,7 @@ void CommandLine::addElements() {
         ->type_name("FILE-OR-HEX")
         ->excludes(command.get_option("DEVICE"));
     addSessionOptions(command);
+    command.get_option("--descriptor")->excludes(command.get_option("--from"));
     addJSON(command);
 }
 
@@ -180,6 +181,12 @@ void CommandLine::addPlot() {
                     "Draw how this control's raw values are normalised, in place of the time line: its name or its "
                     "cookie")
         ->type_name("CONTROL");
+    command
+        .add_option("--hysteresis", plot_.hysteresis,
+                    "With --control: shade the changes that an application with this hysteresis is not told")
+        ->type_name("NUMBER")
+        ->check(CLI::Range(0.0, 1.0))
+        ->needs("--control");
     command
         .add_option("--output", plot_.output,
                     "Write the picture to this file, whose old content stays until the new is complete; without it, to "

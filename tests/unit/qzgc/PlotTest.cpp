@@ -216,9 +216,9 @@ TEST_F(Plot, FailsWhenThePictureCannotBeWritten) {
     write("moved.hid", moved);
     EXPECT_EQ(run("plot moved.hid >/dev/full").status, 1);
     expectRefused("moved.hid --output /dev/full", 1, "qzgc: /dev/full: cannot be written: No space left on device\n");
-    expectRefused("moved.hid --output nowhere/a.svg", 1,
-                  "qzgc: nowhere/a.svg: cannot be written: No such file or directory\n");
-    expectRefused("moved.hid --output .", 1, "qzgc: .: cannot be written: Is a directory\n");
+    expectRefused("moved.hid --output nowhere/a.svg", 2,
+                  "nowhere/a.svg: cannot be written: No such file or directory\n");
+    expectRefused("moved.hid --output .", 2, ".: cannot be written: Is a directory\n");
 }
 
 TEST_F(Plot, SaysWhatIsWrongWithItsInput) {
@@ -246,6 +246,15 @@ TEST_F(Plot, IsWhatTheDocumentationShows) {
     write("config/qzgamecontroller/qzgc.json",
           R"({"QZGameController-Calibrations-1133-49685": {"3": [40, 960, 430]}})");
     EXPECT_EQ(picture(flight + " --control X"), shown("curve.svg"));
+}
+
+TEST_F(Plot, ShadesTheHysteresisThatIsAskedFor) {
+    write("moved.hid", moved);
+    EXPECT_THAT(picture("moved.hid --control X"), Not(HasSubstr("class=\"band\"")));
+    EXPECT_THAT(picture("moved.hid --control X --hysteresis 0.125"), HasSubstr("hysteresis 0.125 (shaded)"));
+    for (const char* const refused : {"--hysteresis 0.1", "--control X --hysteresis 2", "--control X --hysteresis x"}) {
+        EXPECT_EQ(run("plot moved.hid " + std::string(refused)).status, 2) << refused;
+    }
 }
 
 TEST(PlotPicture, ShadesTheHysteresis) {

@@ -111,6 +111,14 @@ TEST_F(Commands, LookingLeavesPreferencesOfAnOldFormAlone) {
     EXPECT_THAT(contents("config/qzgamecontroller/qzgc.json"), testing::Not(HasSubstr("EkinorBindings")));
 }
 
+TEST_F(Commands, RefuseAControllerThatTheRecordingDoesNotHaveAtAnyPace) {
+    for (const char* const pace : {"", "--fast", "--seconds 0.1"}) {
+        expectRefused("monitor nosuch --from sticks.hid " + std::string(pace), 1,
+                      "qzgc: the recording has no controller called \"nosuch\"; 'qzgc list --from' names those that it "
+                      "has\n");
+    }
+}
+
 TEST_F(Commands, PrintTheElementsOfTheControllerThatIsMeant) {
     const std::string right = "Right   Stick\n"
                               "cookie  type       usage     range             name\n"
@@ -209,8 +217,9 @@ TEST_F(Commands, FailWhenTheOutputCannotBeWritten) {
 TEST_F(Commands, RefuseWrongOptions) {
     for (const char* const arguments :
          {"list sticks.hid", "list --fast", "list --from", "list --from a --from b", "list --json=maybe",
-          "elements a b", "elements a --descriptor a0c0", "list --applications x", "list --from ''",
-          "list --actions ''", "list --application ''", "plot sticks.hid --output ''"}) {
+          "elements a b", "elements a --descriptor a0c0", "elements --from sticks.hid --descriptor a0c0",
+          "list --applications x", "list --from ''", "list --actions ''", "list --application ''",
+          "plot sticks.hid --output ''"}) {
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;
         EXPECT_THAT(outcome.output, IsEmpty()) << arguments;
