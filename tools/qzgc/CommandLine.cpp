@@ -46,9 +46,11 @@ void CommandLine::addPreferencesOptions(CLI::App& command) {
         ->type_name("ID")
         ->check(faultOfEmpty);
     command
-        .add_option("--actions", session_.actions,
-                    "The application's actions: a JSON object with the arrays \"x\", \"y\" and \"buttons\" of names. "
-                    "Without it, a built-in set")
+        .add_option(
+            "--actions", session_.actions,
+            "The application's actions: a JSON object with the arrays \"x\", \"y\" and \"buttons\" of names, and "
+            "\"legacyX\", \"legacyY\" and \"legacyButtons\" of those of an earlier version. Without it, a "
+            "built-in set")
         ->type_name("FILE")
         ->check(faultOfEmpty);
 }

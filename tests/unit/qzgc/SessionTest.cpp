@@ -323,8 +323,14 @@ TEST_F(Commands, RefuseAFileWithActionsThatCannotBeRead) {
                 StartsWith("latin1.json: line 1, column 9: not valid JSON"));
 }
 
+TEST_F(Commands, RefuseActionsWithoutAName) {
+    write("actions.json", R"({"buttons": ["a", ""]})");
+    expectRefused("list --from sticks.hid --actions actions.json", 2,
+                  "actions.json: an action's name is empty; give it one\n");
+}
+
 TEST_F(Commands, TakeAnyListsOfActions) {
-    for (const char* const text : {"{}", R"({"x": []})", R"({"x": ["", "a", "a"], "legacyX": ["old"]})"}) {
+    for (const char* const text : {"{}", R"({"x": []})", R"({"x": ["a", "a"], "legacyX": ["old"]})"}) {
         write("actions.json", text);
         EXPECT_EQ(run("list --from sticks.hid --actions actions.json").status, 0) << text;
     }
