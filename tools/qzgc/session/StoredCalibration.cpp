@@ -85,10 +85,11 @@ void expectUsableCalibration(platform::IOHIDDeviceRef device, const platform::Us
         }
         const bool isShort = found->second.size() < 3;
         if (isShort || !isBorne(found->second)) {
-            throw Failure("the calibration stored in " + (application.empty() ? "qzgc" : application) +
-                          ".json cannot be used: \"" + key + "\" has for control " + cookie +
-                          (isShort ? " fewer than three numbers" : " numbers that are too far apart") +
-                          "; remove this key, and calibrate the controller again");
+            std::string message = "the calibration stored in ";
+            message.append(application.empty() ? "qzgc" : application).append(".json cannot be used: \"").append(key);
+            message.append("\" has for control ").append(cookie);
+            message.append(isShort ? " fewer than three numbers" : " numbers that are too far apart");
+            throw Failure(message + "; remove this key, and calibrate the controller again");
         }
     }
 }
