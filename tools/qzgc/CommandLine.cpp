@@ -33,10 +33,11 @@ CommandLine::CommandLine() : app_("Shows, calibrates, maps, records, replays and
     addSimulate();
 }
 
-CLI::App& CommandLine::addCommand(const char* name, const char* summary, Command command) {
+void CommandLine::addCommand(const char* name, const char* summary, Command command, Options options) {
     CLI::App& added = *app_.add_subcommand(name, summary);
     added.callback([this, command = std::move(command)] { chosen_ = command; });
-    return added;
+    // Only once it is chosen: the options of all commands would take most of the time that a short one runs.
+    added.preparse_callback([&added, options = std::move(options)](std::size_t) { options(added); });
 }
 
 void CommandLine::addPreferencesOptions(CLI::App& command) {
@@ -46,9 +47,11 @@ void CommandLine::addPreferencesOptions(CLI::App& command) {
         ->type_name("ID")
         ->check(faultOfEmpty);
     command
-        .add_option("--actions", session_.actions,
-                    "The application's actions: a JSON object with the arrays \"x\", \"y\" and \"buttons\" of names. "
-                    "Without it, a built-in set")
+        .add_option(
+            "--actions", session_.actions,
+            "The application's actions: a JSON object with the arrays \"x\", \"y\" and \"buttons\" of names, and "
+            "\"legacyX\", \"legacyY\" and \"legacyButtons\" of those of an earlier version. Without it, a "
+            "built-in set")
         ->type_name("FILE")
         ->check(faultOfEmpty);
 }
@@ -83,28 +86,35 @@ void CommandLine::addFast(CLI::App& command) {
 }
 
 void CommandLine::addList() {
-    CLI::App& command = addCommand("list", "Lists the controllers that are attached, and those that cannot be used.",
-                                   [this] { return listControllers(session_, json_); });
-    addSessionOptions(command);
-    addJSON(command);
+    addCommand(
+        "list", "Lists the controllers that are attached, and those that cannot be used.",
+        [this] { return listControllers(session_, json_); },
+        [this](CLI::App& command) {
+            addSessionOptions(command);
+            addJSON(command);
+        });
 }
 
 void CommandLine::addElements() {
-    CLI::App& command =
-        addCommand("elements",
-                   "Prints the elements of a controller or of a report descriptor, each under its collection.", [this] {
-                       return !descriptor_ ? printElementsOfController(session_, device_, json_)
-                                           : printElementsOfDescriptor(*descriptor_, json_);
-                   });
-    addDevice(command);
-    command
-        .add_option("--descriptor", descriptor_,
+    addCommand(
+        "elements", "Prints the elements of a controller or of a report descriptor, each under its collection.",
+        [this] {
+            return !descriptor_ ? printElementsOfController(session_, device_, json_)
+                                : printElementsOfDescriptor(*descriptor_, json_);
+        },
+        [this](CLI::App& command) {
+            addDevice(command);
+            command
+                .add_option(
+                    "--descriptor", descriptor_,
                     "In place of a controller: a file with a descriptor's bytes, hexadecimal digits for them, or a "
                     "recording; or the digits themselves")
-        ->type_name("FILE-OR-HEX")
-        ->excludes(command.get_option("DEVICE"));
-    addSessionOptions(command);
-    addJSON(command);
+                ->type_name("FILE-OR-HEX")
+                ->excludes(command.get_option("DEVICE"));
+            addSessionOptions(command);
+            command.get_option("--descriptor")->excludes(command.get_option("--from"));
+            addJSON(command);
+        });
 }
 
 void CommandLine::addSeconds(CLI::App& command) {
@@ -124,69 +134,86 @@ ExitStatus CommandLine::runMonitor() const {
 }
 
 void CommandLine::addMonitor() {
-    CLI::App& command = addCommand(
+    addCommand(
         "monitor", "Shows live what controllers do: in a view that fills the terminal, or an event to a line.",
-        [this] { return runMonitor(); });
-    command.add_option("DEVICE", device_,
-                       "Only controllers with this instance ID, this type ID or this text in their name");
-    addEventOptions(command);
-    addSeconds(command);
-    addSessionOptions(command);
-    addFast(command);
+        [this] { return runMonitor(); },
+        [this](CLI::App& command) {
+            command.add_option("DEVICE", device_,
+                               "Only controllers with this instance ID, this type ID or this text in their name");
+            addEventOptions(command);
+            addSeconds(command);
+            addSessionOptions(command);
+            addFast(command);
+        });
 }
 
 void CommandLine::addRecord() {
-    CLI::App& command = addCommand("record", "Records controllers and all they send, as they come and go.", [this] {
-        return record({.session = session_, .file = file_, .device = device_, .force = force_});
-    });
-    command.add_option("FILE", file_, "The recording to write; - is the standard output")->required();
-    command.add_option("DEVICE", device_,
-                       "Only controllers with this instance ID, this type ID or this text in their name");
-    command.add_flag("--force", force_, "Overwrite a file that is there already");
-    addSeconds(command);
-    addFrom(command);
-    addFast(command);
+    addCommand(
+        "record", "Records controllers and all they send, as they come and go.",
+        [this] { return record({.session = session_, .file = file_, .device = device_, .force = force_}); },
+        [this](CLI::App& command) {
+            command.add_option("FILE", file_, "The recording to write; - is the standard output")->required();
+            command.add_option("DEVICE", device_,
+                               "Only controllers with this instance ID, this type ID or this text in their name");
+            command.add_flag("--force", force_, "Overwrite a file that is there already");
+            addSeconds(command);
+            addFrom(command);
+            addFast(command);
+        });
 }
 
 void CommandLine::addReplay() {
-    CLI::App& command =
-        addCommand("replay", "Plays a recording through the whole library, and shows it as monitor does.",
-                   [this] { return runMonitor(); });
-    command.add_option("FILE", session_.from, "The recording; - is the standard input")->required();
-    command.add_option("DEVICE", device_,
-                       "Only controllers with this instance ID, this type ID or this text in their name");
-    addEventOptions(command);
-    addSeconds(command);
-    addPreferencesOptions(command);
-    addFast(command);
+    addCommand(
+        "replay", "Plays a recording through the whole library, and shows it as monitor does.",
+        [this] { return runMonitor(); },
+        [this](CLI::App& command) {
+            command.add_option("FILE", session_.from, "The recording; - is the standard input")->required();
+            command.add_option("DEVICE", device_,
+                               "Only controllers with this instance ID, this type ID or this text in their name");
+            addEventOptions(command);
+            addSeconds(command);
+            addPreferencesOptions(command);
+            addFast(command);
+        });
 }
 
 void CommandLine::addPlot() {
-    CLI::App& command = addCommand("plot",
-                                   "Draws a recording over time, with its controls and the actions that they trigger, "
-                                   "or the curve of one control, "
-                                   "as an SVG picture.",
-                                   [this] {
-                                       plot_.session = session_;
-                                       plot_.session.from = file_;
-                                       plot_.session.fast = true;
-                                       plot_.device = device_;
-                                       return plot(plot_);
-                                   });
-    command.add_option("RECORDING", file_, "What to draw; - is the standard input")->required();
-    addDevice(command);
-    command
-        .add_option("--control", plot_.control,
+    addCommand(
+        "plot",
+        "Draws a recording over time, with its controls and the actions that they trigger, "
+        "or the curve of one control, "
+        "as an SVG picture.",
+        [this] {
+            plot_.session = session_;
+            plot_.session.from = file_;
+            plot_.session.fast = true;
+            plot_.device = device_;
+            return plot(plot_);
+        },
+        [this](CLI::App& command) {
+            command.add_option("RECORDING", file_, "What to draw; - is the standard input")->required();
+            addDevice(command);
+            command
+                .add_option(
+                    "--control", plot_.control,
                     "Draw how this control's raw values are normalised, in place of the time line: its name or its "
                     "cookie")
-        ->type_name("CONTROL");
-    command
-        .add_option("--output", plot_.output,
+                ->type_name("CONTROL");
+            command
+                .add_option("--hysteresis", plot_.hysteresis,
+                            "With --control: shade the changes that an application with this hysteresis is not told")
+                ->type_name("NUMBER")
+                ->check(CLI::Range(0.0, 1.0))
+                ->needs("--control");
+            command
+                .add_option(
+                    "--output", plot_.output,
                     "Write the picture to this file, whose old content stays until the new is complete; without it, to "
                     "the standard output")
-        ->type_name("FILE.svg")
-        ->check(faultOfEmpty);
-    addPreferencesOptions(command);
+                ->type_name("FILE.svg")
+                ->check(faultOfEmpty);
+            addPreferencesOptions(command);
+        });
 }
 
 /// Edits are made in the order of the command line, whatever options they come from.
@@ -204,50 +231,61 @@ void CommandLine::addEdit(CLI::App& command, const char* name, MapEdit::Kind kin
 }
 
 void CommandLine::addMap() {
-    CLI::App& command =
-        addCommand("map", "Shows and changes which action each control of a controller triggers.", [this] {
+    addCommand(
+        "map", "Shows and changes which action each control of a controller triggers.",
+        [this] {
+            session_.mayStore = !edits_.empty() || (!show_ && !json_);
             return mapControls({.session = session_, .device = device_, .edits = edits_, .show = show_, .json = json_});
+        },
+        [this](CLI::App& command) {
+            addDevice(command);
+            addEdit(command, "--set", MapEdit::Kind::Set, "CONTROL=ACTION", "Let the control trigger the action");
+            addEdit(command, "--clear", MapEdit::Kind::Clear, "CONTROL", "Let the control trigger nothing");
+            addEdit(command, "--reverse", MapEdit::Kind::Reverse, "CONTROL",
+                    "Let the control work in the reversed direction");
+            addEdit(command, "--straight", MapEdit::Kind::Straight, "CONTROL", "Let it work in its own direction");
+            command
+                .add_flag_callback(
+                    "--reset",
+                    [this] {
+                        edits_.push_back({MapEdit::Kind::Reset, ""});
+                    },
+                    "Go back to the default mapping")
+                ->trigger_on_parse();
+            command.add_flag("--show", show_, "Print the mapping, also after edits");
+            addSessionOptions(command);
+            addFast(command);
+            addJSON(command);
         });
-    addDevice(command);
-    addEdit(command, "--set", MapEdit::Kind::Set, "CONTROL=ACTION", "Let the control trigger the action");
-    addEdit(command, "--clear", MapEdit::Kind::Clear, "CONTROL", "Let the control trigger nothing");
-    addEdit(command, "--reverse", MapEdit::Kind::Reverse, "CONTROL", "Let the control work in the reversed direction");
-    addEdit(command, "--straight", MapEdit::Kind::Straight, "CONTROL", "Let it work in its own direction");
-    command
-        .add_flag_callback(
-            "--reset",
-            [this] {
-                edits_.push_back({MapEdit::Kind::Reset, ""});
-            },
-            "Go back to the default mapping")
-        ->trigger_on_parse();
-    command.add_flag("--show", show_, "Print the mapping, also after edits");
-    addSessionOptions(command);
-    addFast(command);
-    addJSON(command);
 }
 
 void CommandLine::addCalibrate() {
-    CLI::App& command =
-        addCommand("calibrate", "Learns how far the axes of a controller go, and where they rest.", [this] {
+    addCommand(
+        "calibrate", "Learns how far the axes of a controller go, and where they rest.",
+        [this] {
+            session_.mayStore = true;
             return calibrateController(
                 {.session = session_, .device = device_, .yes = yes_, .seconds = seconds_, .json = json_});
+        },
+        [this](CLI::App& command) {
+            addDevice(command);
+            command.add_flag("--yes", yes_, "Save without asking; without a terminal, nothing is saved without it");
+            command.add_option("--seconds", seconds_, "Without a terminal: watch the controls for so long")
+                ->type_name("N")
+                ->check(CLI::Range(1, 86'400));
+            addSessionOptions(command);
+            addFast(command);
+            addJSON(command);
         });
-    addDevice(command);
-    command.add_flag("--yes", yes_, "Save without asking; without a terminal, nothing is saved without it");
-    command.add_option("--seconds", seconds_, "Without a terminal: watch the controls for so long")
-        ->type_name("N")
-        ->check(CLI::Range(1, 86'400));
-    addSessionOptions(command);
-    addFast(command);
-    addJSON(command);
 }
 
 void CommandLine::addSimulate() {
-    CLI::App& command = addCommand(
+    addCommand(
         "simulate", "Plays a scenario file on virtual devices and prints what the application receives, a line each.",
-        [this] { return simulate(file_); });
-    command.add_option("FILE", file_, "The scenario; - is the standard input")->required();
+        [this] { return simulate(file_); },
+        [this](CLI::App& command) {
+            command.add_option("FILE", file_, "The scenario; - is the standard input")->required();
+        });
 }
 
 } // namespace qz::tools

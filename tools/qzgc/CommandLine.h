@@ -23,8 +23,9 @@ public:
 
 private:
     using Command = std::function<ExitStatus()>;
+    using Options = std::function<void(CLI::App& command)>;
 
-    CLI::App& addCommand(const char* name, const char* summary, Command command);
+    void addCommand(const char* name, const char* summary, Command command, Options options);
     void addPreferencesOptions(CLI::App& command);
     void addSessionOptions(CLI::App& command);
     void addFrom(CLI::App& command);

@@ -29,6 +29,39 @@ TEST(Controllers, AreMeantByIDAndByPartOfTheName) {
     }
 }
 
+std::string choice(const FoundControllers& found, std::string_view text) {
+    try {
+        return chosenOf(found, text, "nothing").name;
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+}
+
+ControllerIdentity identity(const std::string& name, const std::string& instance) {
+    return {.name = name, .kind = "Joystick", .typeID = "generic", .instanceID = instance, .bus = ""};
+}
+
+TEST(Controllers, ThatMayNotBeReadAreNamedWhereTheyAreMeant) {
+    const FoundControllers found = {
+        {identity("Pad", "1-1.0")}, {}, {{identity("Wheel", "2-2.0"), "a"}, {identity("Yoke", "3-3.0"), "b"}}};
+    EXPECT_EQ(choice(found, ""), "Pad");
+    EXPECT_EQ(choice(found, "yoke"), "\"Yoke\" cannot be used: b");
+    EXPECT_EQ(choice(found, "stick"), "no controller is called \"stick\"; there is \"Pad\" (1-1.0)");
+    EXPECT_EQ(choice({{}, {}, found.unusable}, ""), "\"Wheel\" cannot be used: a");
+    EXPECT_EQ(choice({{}, {}, found.unusable}, "stick"), "\"Wheel\" cannot be used: a");
+    EXPECT_EQ(choice({}, ""), "nothing");
+}
+
+TEST(Controllers, WithTheSameInstanceIDAreToldApartByTheirNames) {
+    const FoundControllers found = {{identity("Generic", "0"), identity("Generic B", "0")}, {}, {}};
+    const std::string several = "several controllers are meant, with the same instance ID; name one by its name: "
+                                "\"Generic\" (0), \"Generic B\" (0)";
+    EXPECT_EQ(choice(found, ""), several);
+    EXPECT_EQ(choice(found, "0"), several);
+    EXPECT_EQ(choice(found, "Generic"), "Generic");
+    EXPECT_EQ(choice(found, "b"), "Generic B");
+}
+
 /// A stick with X, two controls that are both called Slider, a hat, three buttons, an output and a feature.
 class Stick {
 public:
@@ -65,6 +98,18 @@ TEST(Controls, AreInputsAlone) {
     EXPECT_EQ(controlsOf(stick.device()).size(), 7U);
     EXPECT_EQ(elementsOf(stick.device()).size(), 10U) << "a collection, an output and a feature more";
     EXPECT_EQ(std::ranges::count_if(controlsOf(stick.device()), [](const auto& each) { return isHat(*each); }), 1);
+}
+
+TEST(Hats, PointClockwiseFromUpInAnyNumberOfSteps) {
+    for (std::int64_t place = 0; place < 8; ++place) {
+        EXPECT_EQ(directionOf(1, 8, place + 1), static_cast<HatDirection>(place));
+        EXPECT_EQ(directionOf(0, 3599, 450 * place), static_cast<HatDirection>(place)) << "tenths of a degree";
+    }
+    EXPECT_EQ(directionOf(0, 3, 1), HatDirection::Right);
+    EXPECT_EQ(directionOf(0, 3, 3), HatDirection::Left);
+    EXPECT_EQ(directionOf(0, 359, 359), HatDirection::Up) << "the nearest";
+    EXPECT_EQ(directionOf(1, 8, 0), HatDirection::Centre);
+    EXPECT_EQ(directionOf(1, 8, 9), HatDirection::Centre);
 }
 
 TEST(Controls, AreMeantByCookieNameAndNameKey) {

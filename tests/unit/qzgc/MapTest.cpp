@@ -56,6 +56,14 @@ TEST_F(Map, ShowsTheDefaultMappingAndStoresNothing) {
     EXPECT_THAT(stored(), IsEmpty());
 }
 
+TEST_F(Map, ReadsAPipeOnce) {
+    const std::string shown = map("").output;
+    const Outcome piped =
+        run("--version; cat stick.hid | '" QZGC_TOOL "' map --from /dev/stdin --actions actions.json --show >.output");
+    EXPECT_EQ(piped.status, 0) << piped.complaint;
+    EXPECT_EQ(contents(".output"), shown);
+}
+
 TEST_F(Map, PrintsJSON) {
     EXPECT_EQ(map("--json").output,
               std::string("{") + identity +

@@ -67,6 +67,13 @@ TEST_F(Plot, DrawsALaneForEachControlAndActionThatChanged) {
     EXPECT_EQ(count(svg, "class=\"lane\""), 4U);
 }
 
+TEST_F(Plot, DrawsHatsWithMoreThanEightPlaces) {
+    // A hat of degrees in 16 bits.
+    write("degrees.hid", "R: 20 05 01 09 04 a1 01 15 00 26 67 01 75 10 95 01 09 39 81 42 c0\nN: Stick\nI: 3 1 2\n"
+                         "E: 000001.000000 2 ff ff\nE: 000001.500000 2 5a 00\nE: 000002.000000 2 ff ff\n");
+    EXPECT_EQ(count(picture("degrees.hid"), "class=\"lane\""), 1U);
+}
+
 TEST_F(Plot, LeavesOutControlsThatStayedAsTheyWere) {
     write("axis.hid", stick + "E: 000001.000000 2 80 01\nE: 000002.000000 2 00 01\n");
     const std::string svg = picture("axis.hid");
@@ -209,9 +216,9 @@ TEST_F(Plot, FailsWhenThePictureCannotBeWritten) {
     write("moved.hid", moved);
     EXPECT_EQ(run("plot moved.hid >/dev/full").status, 1);
     expectRefused("moved.hid --output /dev/full", 1, "qzgc: /dev/full: cannot be written: No space left on device\n");
-    expectRefused("moved.hid --output nowhere/a.svg", 1,
-                  "qzgc: nowhere/a.svg: cannot be written: No such file or directory\n");
-    expectRefused("moved.hid --output .", 1, "qzgc: .: cannot be written: Is a directory\n");
+    expectRefused("moved.hid --output nowhere/a.svg", 2,
+                  "nowhere/a.svg: cannot be written: No such file or directory\n");
+    expectRefused("moved.hid --output .", 2, ".: cannot be written: Is a directory\n");
 }
 
 TEST_F(Plot, SaysWhatIsWrongWithItsInput) {
@@ -239,6 +246,15 @@ TEST_F(Plot, IsWhatTheDocumentationShows) {
     write("config/qzgamecontroller/qzgc.json",
           R"({"QZGameController-Calibrations-1133-49685": {"3": [40, 960, 430]}})");
     EXPECT_EQ(picture(flight + " --control X"), shown("curve.svg"));
+}
+
+TEST_F(Plot, ShadesTheHysteresisThatIsAskedFor) {
+    write("moved.hid", moved);
+    EXPECT_THAT(picture("moved.hid --control X"), Not(HasSubstr("class=\"band\"")));
+    EXPECT_THAT(picture("moved.hid --control X --hysteresis 0.125"), HasSubstr("hysteresis 0.125 (shaded)"));
+    for (const char* const refused : {"--hysteresis 0.1", "--control X --hysteresis 2", "--control X --hysteresis x"}) {
+        EXPECT_EQ(run("plot moved.hid " + std::string(refused)).status, 2) << refused;
+    }
 }
 
 TEST(PlotPicture, ShadesTheHysteresis) {

@@ -156,11 +156,28 @@ TEST_F(Record, LeavesNoFileWhereThereWasNothingToRecord) {
     write("keyboard.hid", "R: 7 05 01 09 06 a1 01 c0\nN: Keys\nI: 3 1 2\nE: 0.000000 1 00\n");
     const Outcome outcome = run("record new.hid --from keyboard.hid --fast");
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.complaint, "qzgc: nothing is recorded: no controller was there\n");
+    EXPECT_EQ(outcome.complaint, "qzgc: nothing is recorded: the recording has no joystick or gamepad; 'qzgc elements "
+                                 "--descriptor' shows what it "
+                                 "has\n");
     EXPECT_FALSE(std::filesystem::exists(path("new.hid")));
     write("mine.hid", "precious");
     EXPECT_EQ(run("record mine.hid --from missing.hid --force").status, 2);
     EXPECT_EQ(contents("mine.hid"), "precious") << "a recording that cannot be read costs no other";
+}
+
+TEST_F(Record, KeepsTheOldRecordingUntilThereIsSomethingToRecord) {
+    write("two.hid", twoSticks());
+    write("mine.hid", "precious");
+    const Outcome outcome = run("record mine.hid wheel --from two.hid --fast --force");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.complaint,
+                testing::MatchesRegex("qzgc: nothing is recorded: no controller is called \"wheel\"; "
+                                      "there is \"Stick\" [(][^)]+[)], \"Stick\" "
+                                      "[(]4660-22136.B2[)]\n"));
+    EXPECT_EQ(contents("mine.hid"), "precious");
+    write("mine.hid", std::string(9000, 'x'));
+    EXPECT_EQ(run("record mine.hid --from two.hid --fast --force").status, 0);
+    EXPECT_EQ(read(contents("mine.hid")), fromZero(read(twoSticks()))) << "nothing of the longer one is left";
 }
 
 TEST_F(Record, AnswersWrongUseWithOneLine) {

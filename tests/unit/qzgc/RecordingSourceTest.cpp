@@ -171,6 +171,18 @@ TEST(RecordingSource, TakesATimeBeforeThePreviousOneForTheSame) {
     EXPECT_THAT(played.notes->taken(), ElementsAre("0 +a", "0 a=1", "20 a=2", "20 a=3", "21 a=4"));
 }
 
+TEST(RecordingSource, DeliversAllValuesOfAReportBeforeItEnds) {
+    // 3,000 buttons of one bit.
+    const RecordedDevice panel = {
+        .name = "p", .bus = 3, .vendor = 1, .product = 2, .descriptor = {0x05, 0x01, 0x09, 0x04, 0xa1, 0x01, 0x05,
+                                                                         0x09, 0x19, 0x01, 0x2a, 0xb8, 0x0b, 0x15,
+                                                                         0x00, 0x25, 0x01, 0x75, 0x01, 0x96, 0xb8,
+                                                                         0x0b, 0x81, 0x02, 0xc0}};
+    Played played({{panel}, {{Kind::Report, 0, microseconds(0), std::vector<std::uint8_t>(375, 0xff)}}}, Pace::Fast);
+    played.play();
+    EXPECT_EQ(played.notes->taken().size(), 1U + 3000U) << "the device, and each of its buttons";
+}
+
 TEST(RecordingSource, EndsWithoutEventsWhenItsDevicesHaveCome) {
     Played played({{stick("a")}, {}}, Pace::Fast);
     EXPECT_FALSE(played.source->hasEnded());

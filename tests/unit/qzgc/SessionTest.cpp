@@ -96,6 +96,29 @@ TEST_F(Commands, LookingStoresNothing) {
     EXPECT_FALSE(std::filesystem::exists(path("config")));
 }
 
+TEST_F(Commands, LookingLeavesPreferencesOfAnOldFormAlone) {
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    const std::string old = R"({"EkinorBindings": {"4660-22136": {"QZGCMappings": {"2": "roll"}}}})";
+    for (const char* const looking :
+         {"list", "elements left", "monitor --lines --fast", "map left --show", "map left --json"}) {
+        write("config/qzgamecontroller/qzgc.json", old);
+        EXPECT_EQ(run(looking + std::string(" --from sticks.hid")).status, 0) << looking;
+        EXPECT_EQ(contents("config/qzgamecontroller/qzgc.json"), old) << looking;
+    }
+    EXPECT_EQ(run("plot sticks.hid").status, 0);
+    EXPECT_EQ(contents("config/qzgamecontroller/qzgc.json"), old);
+    EXPECT_EQ(run("map left --from sticks.hid --clear X").status, 0);
+    EXPECT_THAT(contents("config/qzgamecontroller/qzgc.json"), testing::Not(HasSubstr("EkinorBindings")));
+}
+
+TEST_F(Commands, RefuseAControllerThatTheRecordingDoesNotHaveAtAnyPace) {
+    for (const char* const pace : {"", "--fast", "--seconds 0.1"}) {
+        expectRefused("monitor nosuch --from sticks.hid " + std::string(pace), 1,
+                      "qzgc: the recording has no controller called \"nosuch\"; 'qzgc list --from' names those that it "
+                      "has\n");
+    }
+}
+
 TEST_F(Commands, PrintTheElementsOfTheControllerThatIsMeant) {
     const std::string right = "Right   Stick\n"
                               "cookie  type       usage     range             name\n"
@@ -129,7 +152,34 @@ TEST_F(Commands, TakeTheFirstOfTwoControllersThatNothingTellsApart) {
     const std::string one = "R: 20 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 c0\nN: Twin\nI: 3 1 2\n";
     write("twins.hid", one + "D: 1\n" + one);
     EXPECT_EQ(json("list --json --from twins.hid").size(), 2U);
-    EXPECT_EQ(json("elements --json --from twins.hid").size(), 1U);
+    const Outcome outcome = run("elements --json --from twins.hid");
+    EXPECT_EQ(JSON::parse(outcome.output).size(), 1U);
+    EXPECT_EQ(
+        outcome.complaint,
+        "qzgc: several controllers are \"Twin\" (1-2.3f42dec2), and nothing tells them apart: the first is taken\n");
+    // One that goes and comes again is no other.
+    write("again.hid", one + "# qzgc: unplugged 000001.000000\n# qzgc: plugged in 000002.000000\n");
+    EXPECT_THAT(run("plot again.hid --control X").complaint, IsEmpty());
+}
+
+TEST_F(Commands, FindControllersThatAreRecordedLater) {
+    write("late.hid", "R: 4 a0 c0 a0 c0\nN: Mouse\nI: 3 1 2\nD: 1\n"
+                      "R: 20 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 c0\nN: Late\nI: 3 1 2\n"
+                      "# qzgc: plugged in 009000.000000\nE: 009001.000000 1 80\n");
+    EXPECT_THAT(run("elements --from late.hid").output, StartsWith("Late\ncookie"));
+    const Outcome listed = run("list --from late.hid");
+    EXPECT_THAT(listed.output, StartsWith("no controllers when the recording begins; plugged in later: \"Late\" ("));
+    const Outcome calibrated = run("calibrate --from late.hid --fast");
+    EXPECT_EQ(calibrated.status, 1);
+    EXPECT_THAT(calibrated.complaint,
+                StartsWith("qzgc: no controller is there when the recording begins; plugged in later: \"Late\" ("));
+}
+
+TEST_F(Commands, PrintIDsThatSteerNoTerminal) {
+    write("esc.hid", "R: 20 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 c0\nN: S\nU: a\x1B[31m\n"
+                     "I: 3 1 2\n");
+    EXPECT_THAT(run("list --from esc.hid").output, HasSubstr("  instance    1-2.a [31m\n"));
+    EXPECT_EQ(json("list --json --from esc.hid")[0]["instance"], "1-2.a\x1B[31m");
 }
 
 TEST_F(Commands, MeanTheInstanceThatIsNamedWhateverOtherNamesHold) {
@@ -167,8 +217,9 @@ TEST_F(Commands, FailWhenTheOutputCannotBeWritten) {
 TEST_F(Commands, RefuseWrongOptions) {
     for (const char* const arguments :
          {"list sticks.hid", "list --fast", "list --from", "list --from a --from b", "list --json=maybe",
-          "elements a b", "elements a --descriptor a0c0", "list --applications x", "list --from ''",
-          "list --actions ''", "list --application ''", "plot sticks.hid --output ''"}) {
+          "elements a b", "elements a --descriptor a0c0", "elements --from sticks.hid --descriptor a0c0",
+          "list --applications x", "list --from ''", "list --actions ''", "list --application ''",
+          "plot sticks.hid --output ''"}) {
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;
         EXPECT_THAT(outcome.output, IsEmpty()) << arguments;
@@ -198,6 +249,46 @@ TEST_F(Commands, WarnOfDamagedPreferencesAndGoOn) {
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.output, StartsWith("Left Stick\n"));
     EXPECT_THAT(outcome.complaint, testing::MatchesRegex("qzgc: [^\n]+\n"));
+}
+
+TEST_F(Commands, NameAStoredCalibrationThatCannotBeUsed) {
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    const auto store = [&](const std::string& numbers) {
+        write("config/qzgamecontroller/racer.json",
+              "{\"QZGameController-Calibrations-4660-22136\": {\"2\": " + numbers + "}}");
+    };
+    const std::string beginning = "qzgc: the calibration stored in racer.json cannot be used: "
+                                  "\"QZGameController-Calibrations-4660-22136\" has for control 2 ";
+    const std::string remedy = "; remove this key, and calibrate the controller again\n";
+    for (const char* const numbers : {"[]", "[0, 255]"}) {
+        store(numbers);
+        expectRefused("list --from sticks.hid --application racer", 1, beginning + "fewer than three numbers" + remedy);
+    }
+    for (const char* const numbers :
+         {"[-9223372036854775808, 9223372036854775807, 0]", "[2, 255, -9223372036854775808]"}) {
+        store(numbers);
+        const Outcome outcome = run("monitor --raw --lines --fast --from sticks.hid --application racer");
+        EXPECT_EQ(outcome.status, 1) << numbers;
+        EXPECT_EQ(outcome.complaint, beginning + "numbers that are too far apart" + remedy) << numbers;
+    }
+}
+
+TEST_F(Commands, BearEveryStoredCalibrationThatTheLibraryBears) {
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    for (const char* const stored :
+         {R"(4660-22136": {"2": [-9223372036854775807, 9223372036854775807, 0]})",
+          R"(4660-22136": {"2": [4294967296, 42949672960, 5000000000]})", R"(4660-22136": {"2": [9, 1, 5]})",
+          R"(4660-22136": {"2": [1, 9, 5, 7]})", R"(4660-22136": {"1": [], "3": [], "a": []})",
+          R"(4660-22136": {"2": [], "3": "void"})", R"(4660-22136": {"2": [1.5]})", R"(4660-22136": [])",
+          R"(1-2": {"2": []})"}) {
+        write("config/qzgamecontroller/qzgc.json", "{\"QZGameController-Calibrations-" + std::string(stored) + "}");
+        for (const char* const command : {"list", "monitor --raw --lines --fast"}) {
+            const Outcome outcome = run(command + std::string(" --from sticks.hid"));
+            EXPECT_EQ(outcome.status, 0) << stored << '\n' << outcome.complaint;
+            EXPECT_THAT(outcome.complaint, IsEmpty()) << stored;
+        }
+        EXPECT_EQ(run("plot sticks.hid left --control X").status, 0) << stored;
+    }
 }
 
 TEST_F(Commands, NameThePlaceOfAFaultInAFileWithActions) {
@@ -232,8 +323,14 @@ TEST_F(Commands, RefuseAFileWithActionsThatCannotBeRead) {
                 StartsWith("latin1.json: line 1, column 9: not valid JSON"));
 }
 
+TEST_F(Commands, RefuseActionsWithoutAName) {
+    write("actions.json", R"({"buttons": ["a", ""]})");
+    expectRefused("list --from sticks.hid --actions actions.json", 2,
+                  "actions.json: an action's name is empty; give it one\n");
+}
+
 TEST_F(Commands, TakeAnyListsOfActions) {
-    for (const char* const text : {"{}", R"({"x": []})", R"({"x": ["", "a", "a"], "legacyX": ["old"]})"}) {
+    for (const char* const text : {"{}", R"({"x": []})", R"({"x": ["a", "a"], "legacyX": ["old"]})"}) {
         write("actions.json", text);
         EXPECT_EQ(run("list --from sticks.hid --actions actions.json").status, 0) << text;
     }

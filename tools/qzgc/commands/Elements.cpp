@@ -229,10 +229,18 @@ ExitStatus printElementsOfDescriptor(const std::string& source, bool json) {
 }
 
 ExitStatus printElementsOfController(const SessionOptions& options, const std::string& device, bool json) {
-    const auto listener = std::make_shared<ChosenControllerListener>(chooseController(options, device));
-    Session session(options);
+    // What a controller is does not depend on when it comes.
+    const bool isRecorded = !options.from.empty();
+    const auto listener = std::make_shared<ChosenControllerListener>(
+        isRecorded ? chooseRecordedController(options, device) : chooseController(options, device));
+    SessionOptions fast = options;
+    fast.fast = isRecorded;
+    Session session(fast);
     session.start(listener);
     session.settle();
+    while (session.manager().devices().empty() && isRecorded && !session.source().hasEnded()) {
+        session.source().turn();
+    }
     const auto devices = session.manager().devices();
     if (devices.empty()) {
         throw Failure("the controller has gone; attach it again");

@@ -86,7 +86,7 @@ bool isConfigured(Session& session, const QZHIDDevice& device) {
 }
 
 void printDevice(Session& session, const QZHIDDevice& device) {
-    const ControllerIdentity identity = identityOf(device);
+    const ControllerIdentity identity = inPrint(identityOf(device));
     std::cout << identity.name << '\n'
               << "  kind        " << identity.kind << (identity.bus.empty() ? "" : ", " + identity.bus) << '\n'
               << "  type        " << identity.typeID << '\n'
@@ -97,12 +97,20 @@ void printDevice(Session& session, const QZHIDDevice& device) {
 }
 
 void printUnusable(const Unusable& unusable) {
-    std::cout << unusable.identity.name << '\n'
-              << "  kind        " << unusable.identity.kind
-              << (unusable.identity.bus.empty() ? "" : ", " + unusable.identity.bus) << '\n'
-              << "  type        " << unusable.identity.typeID << '\n'
-              << "  instance    " << unusable.identity.instanceID << '\n'
+    const ControllerIdentity identity = inPrint(unusable.identity);
+    std::cout << identity.name << '\n'
+              << "  kind        " << identity.kind << (identity.bus.empty() ? "" : ", " + identity.bus) << '\n'
+              << "  type        " << identity.typeID << '\n'
+              << "  instance    " << identity.instanceID << '\n'
               << "  not usable  " << statusText(unusable.why) << remedyText(unusable.why) << '\n';
+}
+
+void printNothing(const SessionOptions& options) {
+    const auto later =
+        options.from.empty() ? std::vector<ControllerIdentity>{} : findRecordedControllers(options).usable;
+    std::cout << (later.empty()
+                      ? "no controllers\n"
+                      : "no controllers when the recording begins; plugged in later: " + listText(later) + '\n');
 }
 
 void appendDevice(JSONText& text, Session& session, const QZHIDDevice& device) {
@@ -151,7 +159,7 @@ ExitStatus listControllers(const SessionOptions& options, bool json) {
     }
     std::ranges::for_each(listener->unusable(), printUnusable);
     if (session.manager().devices().empty() && listener->unusable().empty()) {
-        std::cout << "no controllers\n";
+        printNothing(options);
     }
     return finishOutput();
 }

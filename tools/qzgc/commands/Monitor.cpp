@@ -3,10 +3,12 @@
 
 #include "tools/qzgc/monitor/EventLines.h"
 #include "tools/qzgc/monitor/MonitorScreen.h"
+#include "tools/qzgc/session/Controllers.h"
 #include "tools/qzgc/session/EventLoop.h"
 #include "tools/qzgc/session/Output.h"
 #include "tools/qzgc/terminal/Screen.h"
 
+#include <algorithm>
 #include <unistd.h>
 
 namespace qz::tools {
@@ -40,9 +42,24 @@ ExitStatus printEvents(const MonitorOptions& options) {
     return exitSuccess;
 }
 
+/// Whatever the pace and the limit are, a name that no controller of the recording has is told at the beginning.
+void expectMeant(const MonitorOptions& options) {
+    if (options.session.from.empty() || options.device.empty()) {
+        return;
+    }
+    const FoundControllers found = findRecordedControllers(options.session);
+    const bool isAnyMeant = std::ranges::any_of(
+        found.usable, [&](const ControllerIdentity& each) { return isMeant(options.device, each); });
+    if (!isAnyMeant) {
+        throw Failure("the recording has no controller called \"" + options.device +
+                      "\"; 'qzgc list --from' names those that it has");
+    }
+}
+
 } // namespace
 
 ExitStatus monitor(const MonitorOptions& options) {
+    expectMeant(options);
     const bool isView = !options.lines && !options.json && inputIsTerminal() && outputIsTerminal();
     return isView ? watchControllers(options) : printEvents(options);
 }

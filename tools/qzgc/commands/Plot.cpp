@@ -13,7 +13,7 @@ namespace {
 
 std::string draw(const PlotOptions& options) {
     if (options.control) {
-        return pictureOf(gatherCurve(options.session, options.device, *options.control));
+        return pictureOf(gatherCurve(options.session, options.device, *options.control, options.hysteresis));
     }
     const TimeLine line = gatherTimeLine(options.session, options.device, TimeLineLayout::columns);
     return pictureOf(line, layOut(line));

@@ -13,6 +13,7 @@ struct PlotOptions {
     SessionOptions session;             ///< with the recording, to be played fast
     std::string device;                 ///< which controllers; empty: all on a time line, the only one for a curve
     std::optional<std::string> control; ///< draws its curve; absent: the time line
+    std::optional<double> hysteresis;   ///< of that control; absent: the one it has
     std::optional<std::string> output;  ///< absent or "-": standard output
 };
 

@@ -34,7 +34,8 @@ public:
             if (!force && isRegular()) {
                 throw WrongUse(name + " is there already; name another file, or use --force to overwrite it");
             }
-            fileDescriptor_ = open(O_TRUNC);
+            fileDescriptor_ = open(0);
+            holdsOld_ = fileDescriptor_ >= 0 && isRegular();
         }
         if (fileDescriptor_ < 0) {
             throw FileError(name, "cannot be written: " + std::generic_category().message(errno));
@@ -49,6 +50,13 @@ public:
     }
 
     int fileDescriptor() const noexcept { return fileDescriptor_; }
+
+    /// What was in the file goes when there is something to take its place, and not before. Throws Failure.
+    void begin() {
+        if (std::exchange(holdsOld_, false) && ::ftruncate(fileDescriptor_, 0) != 0) {
+            throw Failure("cannot write to " + name_ + ": " + std::generic_category().message(errno));
+        }
+    }
     const std::string& name() const noexcept { return name_; }
 
     /// Some file systems tell only at the end what they could not write. Throws Failure.
@@ -78,7 +86,19 @@ private:
     std::string name_;
     int fileDescriptor_ = -1;
     bool isNew_ = false;
+    bool holdsOld_ = false;
 };
+
+std::string whyNothing(const RecordOptions& options, const RecordingListener& listener) {
+    const std::string called = "no controller is called \"" + options.device + "\"";
+    if (!listener.others().empty()) {
+        return called + "; there is " + listText(listener.others());
+    }
+    if (!options.session.from.empty()) {
+        return "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has";
+    }
+    return (options.device.empty() ? "no controller came" : called + ", and none came") + "; attach one";
+}
 
 std::string countText(std::size_t count, const std::string& noun) {
     return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
@@ -107,6 +127,7 @@ ExitStatus record(const RecordOptions& options) {
     const auto listener = std::make_shared<RecordingListener>(
         options.device, [&] { return session.source().time(); },
         [&](const std::string& text) {
+            file.begin();
             if (!output.write(text)) {
                 loop.stop();
             }
@@ -124,7 +145,7 @@ ExitStatus record(const RecordOptions& options) {
     file.close();
     if (listener->devices() == 0) {
         file.discard();
-        throw Failure("nothing is recorded: no controller was there");
+        throw Failure("nothing is recorded: " + whyNothing(options, *listener));
     }
     tellWhatWasRecorded(*listener, file.name());
     return exitSuccess;

@@ -2,7 +2,6 @@
 #include "tools/qzgc/monitor/MonitorModel.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace qz::tools {
 
@@ -29,12 +28,7 @@ bool MonitoredControl::isMoving(Moment now) const {
 }
 
 Direction directionOf(const MonitoredControl& hat) {
-    if (!hat.raw || *hat.raw < hat.logicalMin || *hat.raw > hat.logicalMax) {
-        return Direction::Centre;
-    }
-    const double count = static_cast<double>(hat.logicalMax) - static_cast<double>(hat.logicalMin) + 1.0;
-    const double turn = (static_cast<double>(*hat.raw) - static_cast<double>(hat.logicalMin)) / count;
-    return static_cast<Direction>(static_cast<int>(std::lround(turn * 8.0)) % 8);
+    return hat.raw ? directionOf(hat.logicalMin, hat.logicalMax, *hat.raw) : Direction::Centre;
 }
 
 const MonitoredController* MonitorModel::selectedController() const {

@@ -41,10 +41,9 @@ struct MonitoredControl {
     double percentOfRange(std::uint64_t units) const;
 };
 
-/// The eight directions of a hat, clockwise from up; the centre where it is let go.
-enum class Direction : std::uint8_t { Up, UpRight, Right, DownRight, Down, DownLeft, Left, UpLeft, Centre };
+using Direction = HatDirection;
 
-/// Where the hat points. Its range goes clockwise from up, and outside of it is the centre.
+/// Where the hat points; the centre before its first value.
 Direction directionOf(const MonitoredControl& hat);
 
 struct MonitoredController {

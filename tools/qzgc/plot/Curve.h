@@ -45,7 +45,9 @@ struct Curve {
 Curve curveOf(const QZHIDElement& element, const SeenValues& seen);
 
 /// Plays the recording that the options name through the library and answers the curve of one control, as `device` and
-/// `control` on the command line mean it. Throws FileError, WrongUse and Failure.
-Curve gatherCurve(const SessionOptions& options, std::string_view device, std::string_view control);
+/// `control` on the command line mean it. `hysteresis` is what an application would set. Throws FileError, WrongUse and
+/// Failure.
+Curve gatherCurve(const SessionOptions& options, std::string_view device, std::string_view control,
+                  std::optional<double> hysteresis = std::nullopt);
 
 } // namespace qz::tools

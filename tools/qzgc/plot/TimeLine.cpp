@@ -19,18 +19,10 @@ LaneKind kindOf(const QZHIDElement& element) {
     return isSwitch || element.isPushButton() ? LaneKind::Switch : LaneKind::Moving;
 }
 
-/// Hats of four directions go in steps of two; what is beyond the logical range is the centre.
-double directionOf(const QZHIDElement& hat, std::int64_t raw) {
-    const std::int64_t count = hat.theoreticalMax() - hat.theoreticalMin() + 1;
-    const std::int64_t place = raw - hat.theoreticalMin();
-    if (place < 0 || place >= count || count > 8) {
-        return 8;
-    }
-    return static_cast<double>(count == 4 ? 2 * place : place);
-}
-
 double valueOf(const QZHIDElement& element, LaneKind kind, std::int64_t raw) {
-    return kind == LaneKind::Hat ? directionOf(element, raw) : element.normalizedValue(raw);
+    return kind == LaneKind::Hat
+               ? static_cast<double>(directionOf(element.theoreticalMin(), element.theoreticalMax(), raw))
+               : element.normalizedValue(raw);
 }
 
 /// Listens to a session and keeps the lanes.

@@ -3,6 +3,8 @@
 
 #include "tools/qzgc/TextFile.h"
 
+#include <algorithm>
+
 namespace qz::tools {
 
 namespace {
@@ -51,7 +53,13 @@ ActionNames readActionsFile(const std::string& name) {
     const std::string text = readFile(name);
     try {
         const Place place("actions");
-        return readActions(readJSON(text), place);
+        ActionNames names = readActions(readJSON(text), place);
+        for (const Names* const each : {&names.x, &names.y, &names.buttons}) {
+            if (std::ranges::find(*each, "") != each->end()) {
+                throw FileError(name, "an action's name is empty; give it one");
+            }
+        }
+        return names;
     } catch (const ScenarioError& error) {
         throw FileError(name, error.what());
     }

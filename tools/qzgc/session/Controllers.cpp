@@ -2,10 +2,13 @@
 #include "tools/qzgc/session/Controllers.h"
 
 #include "HIDWrapper/QZHIDUsages.h"
+#include "platform/HIDDevice.h"
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
+#include <cmath>
+#include <iostream>
+#include <map>
 
 namespace qz::tools {
 
@@ -20,74 +23,92 @@ std::string lowerCase(std::string_view text) {
     return lower;
 }
 
-std::string listText(const std::vector<ControllerIdentity>& identities) {
-    std::string text;
-    for (const ControllerIdentity& each : identities) {
-        text += text.empty() ? "" : ", ";
-        text += '"' + each.name + "\" (" + each.instanceID + ')';
-    }
-    return text;
-}
-
 /// Makes a note of all there is, and admits nothing.
 class IdentityListener final : public Listener {
 public:
     bool hidManagerShouldConnectDevice(QZGCHIDManager& manager, platform::IOHIDDeviceRef device) override {
-        identities_.push_back(identityOf(manager, device));
+        if (device->isGone()) {
+            there_.erase(device); // asked once more
+            return false;
+        }
+        ControllerIdentity identity = identityOf(manager, device);
+        const bool hasTwin = std::ranges::any_of(
+            there_, [&](const auto& each) { return each.first != device && each.second == identity; });
+        if (hasTwin) {
+            addOnce(found_.twins, identity);
+        }
+        there_.insert_or_assign(device, identity);
+        addOnce(found_.usable, std::move(identity)); // one that comes again is the same
         return false;
     }
     void controllerUnusable(QZGCHIDManager& manager, platform::IOHIDDeviceRef device, platform::IOReturn why) override {
-        unusable_ = '"' + identityOf(manager, device).name + "\" cannot be used: " + statusText(why) + remedyText(why);
+        found_.unusable.push_back({identityOf(manager, device), statusText(why) + remedyText(why)});
     }
 
-    /// One that comes again, or that is asked about once more when it leaves, is the same; so are two that nothing
-    /// tells apart.
-    void forgetRepetitions() {
-        std::vector<ControllerIdentity> once;
-        for (ControllerIdentity& each : identities_) {
-            if (std::ranges::find(once, each) == once.end()) {
-                once.push_back(std::move(each));
-            }
-        }
-        identities_ = std::move(once);
-    }
-
-    const std::vector<ControllerIdentity>& identities() const noexcept { return identities_; }
-    const std::string& unusable() const noexcept { return unusable_; }
+    const FoundControllers& found() const noexcept { return found_; }
 
 private:
-    std::vector<ControllerIdentity> identities_;
-    std::string unusable_;
+    static void addOnce(std::vector<ControllerIdentity>& identities, ControllerIdentity identity) {
+        if (std::ranges::find(identities, identity) == identities.end()) {
+            identities.push_back(std::move(identity));
+        }
+    }
+
+    FoundControllers found_;
+    std::map<platform::IOHIDDeviceRef, ControllerIdentity> there_;
 };
 
-ControllerIdentity chosenOf(const IdentityListener& listener, const SessionOptions& options, std::string_view text) {
-    const std::vector<ControllerIdentity>& all = listener.identities();
-    std::vector<ControllerIdentity> meant;
-    std::ranges::copy_if(all, std::back_inserter(meant),
-                         [&](const ControllerIdentity& each) { return isMeant(text, each); });
-    // Who names an instance means it, whatever other names hold the same text.
-    const auto exact = std::ranges::find(meant, text, &ControllerIdentity::instanceID);
-    if (exact != meant.end()) {
-        return *exact;
+/// Where an instance ID or a whole name is the text and no other's, it means that one, whatever others hold it.
+std::optional<ControllerIdentity> onlyExact(const std::vector<ControllerIdentity>& identities, std::string_view text) {
+    for (const auto part : {&ControllerIdentity::instanceID, &ControllerIdentity::name}) {
+        if (std::ranges::count(identities, text, part) == 1) {
+            return *std::ranges::find(identities, text, part);
+        }
     }
-    if (meant.size() == 1) {
-        return meant.front();
-    }
-    if (meant.size() > 1) {
+    return std::nullopt;
+}
+
+void warnOfTwins(const ControllerIdentity& chosen) {
+    std::cerr << "qzgc: several controllers are " << listText({chosen})
+              << ", and nothing tells them apart: the first is taken\n";
+}
+
+/// Among several that are meant.
+ControllerIdentity firstUnlessNameable(const std::vector<ControllerIdentity>& meant) {
+    const auto isSame = [&](auto part) {
+        return std::ranges::all_of(meant, [&](const auto& each) { return each.*part == meant.front().*part; });
+    };
+    if (!isSame(&ControllerIdentity::instanceID)) {
         throw WrongUse("several controllers are meant; name one by its instance ID: " + listText(meant));
     }
-    if (!all.empty()) {
-        throw Failure("no controller is called \"" + std::string(text) + "\"; there is " + listText(all));
+    if (!isSame(&ControllerIdentity::name)) {
+        throw WrongUse("several controllers are meant, with the same instance ID; name one by its name: " +
+                       listText(meant));
     }
-    if (!listener.unusable().empty()) {
-        throw Failure(listener.unusable());
+    warnOfTwins(meant.front());
+    return meant.front();
+}
+
+std::string nothingThere(const SessionOptions& options) {
+    if (options.from.empty()) {
+        return "no controller is there; attach one, or name a recording with --from";
     }
-    throw Failure(options.from.empty() ? "no controller is there; attach one, or name a recording with --from"
-                                       : "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows "
-                                         "what it has");
+    const FoundControllers later = findRecordedControllers(options);
+    return later.usable.empty()
+               ? "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has"
+               : "no controller is there when the recording begins; plugged in later: " + listText(later.usable);
 }
 
 } // namespace
+
+std::string listText(const std::vector<ControllerIdentity>& identities) {
+    std::string text;
+    for (const ControllerIdentity& each : identities) {
+        text += text.empty() ? "" : ", ";
+        text += '"' + each.name + "\" (" + withoutControlCharacters(each.instanceID) + ')';
+    }
+    return text;
+}
 
 std::string withoutControlCharacters(std::string text) {
     std::ranges::replace_if(
@@ -104,6 +125,13 @@ ControllerIdentity identityOf(const QZHIDDevice& device) {
             .bus = device.stringPropertyWithKey("Transport").value_or("")};
 }
 
+ControllerIdentity inPrint(ControllerIdentity identity) {
+    for (const auto part : {&ControllerIdentity::typeID, &ControllerIdentity::instanceID, &ControllerIdentity::bus}) {
+        identity.*part = withoutControlCharacters(std::move(identity.*part));
+    }
+    return identity;
+}
+
 ControllerIdentity identityOf(QZGCHIDManager& manager, platform::IOHIDDeviceRef device) {
     return identityOf(*QZHIDDevice::create(device, manager.shared_from_this()));
 }
@@ -113,25 +141,58 @@ bool isMeant(std::string_view text, const ControllerIdentity& identity) {
            lowerCase(identity.name).find(lowerCase(text)) != std::string::npos;
 }
 
-ControllerIdentity chooseController(const SessionOptions& options, std::string_view text) {
-    const auto listener = std::make_shared<IdentityListener>();
-    Session session(options);
-    session.start(listener);
-    session.settle();
-    listener->forgetRepetitions();
-    return chosenOf(*listener, options, text);
+ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text, const std::string& ifNothing) {
+    const auto& all = found.usable;
+    std::vector<ControllerIdentity> meant;
+    std::ranges::copy_if(all, std::back_inserter(meant),
+                         [&](const ControllerIdentity& each) { return isMeant(text, each); });
+    if (!meant.empty()) {
+        const auto exact = onlyExact(meant, text);
+        const bool isOne = meant.size() == 1 || exact;
+        ControllerIdentity chosen = exact ? *exact : isOne ? meant.front() : firstUnlessNameable(meant);
+        if (isOne && std::ranges::find(found.twins, chosen) != found.twins.end()) {
+            warnOfTwins(chosen);
+        }
+        return chosen;
+    }
+    const auto unusable = std::ranges::find_if(
+        found.unusable, [&](const FoundControllers::Unusable& each) { return isMeant(text, each.identity); });
+    if (unusable != found.unusable.end() || (all.empty() && !found.unusable.empty())) {
+        const auto& told = unusable != found.unusable.end() ? *unusable : found.unusable.front();
+        throw Failure('"' + told.identity.name + "\" cannot be used: " + told.why);
+    }
+    throw Failure(all.empty() ? ifNothing
+                              : "no controller is called \"" + std::string(text) + "\"; there is " + listText(all));
 }
 
-ControllerIdentity chooseRecordedController(const SessionOptions& options, std::string_view text) {
+ControllerIdentity chooseController(const SessionOptions& options, std::string_view text) {
+    SessionOptions looking = options;
+    looking.mayStore = false;
     const auto listener = std::make_shared<IdentityListener>();
-    Session session(options);
+    Session session(looking);
+    session.start(listener);
+    session.settle();
+    const FoundControllers& found = listener->found();
+    return chosenOf(found, text, found.usable.empty() ? nothingThere(options) : "");
+}
+
+FoundControllers findRecordedControllers(const SessionOptions& options) {
+    SessionOptions fast = options;
+    fast.fast = true;
+    fast.mayStore = false;
+    const auto listener = std::make_shared<IdentityListener>();
+    Session session(fast);
     session.start(listener);
     session.settle();
     while (!session.source().hasEnded()) {
         session.source().turn();
     }
-    listener->forgetRepetitions();
-    return chosenOf(*listener, options, text);
+    return listener->found();
+}
+
+ControllerIdentity chooseRecordedController(const SessionOptions& options, std::string_view text) {
+    const FoundControllers found = findRecordedControllers(options);
+    return chosenOf(found, text, found.usable.empty() ? nothingThere(options) : "");
 }
 
 bool ChosenControllerListener::hidManagerShouldConnectDevice(QZGCHIDManager& manager, platform::IOHIDDeviceRef device) {
@@ -162,6 +223,15 @@ std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device)
 
 bool isHat(const QZHIDElement& element) {
     return element.usagePage() == 0x01 && element.usage() == 0x39; // HID Usage Tables 1.5, section 4: Hat Switch
+}
+
+HatDirection directionOf(std::int64_t minimum, std::int64_t maximum, std::int64_t raw) {
+    if (raw < minimum || raw > maximum) {
+        return HatDirection::Centre;
+    }
+    const double count = static_cast<double>(maximum) - static_cast<double>(minimum) + 1.0;
+    const double turn = (static_cast<double>(raw) - static_cast<double>(minimum)) / count;
+    return static_cast<HatDirection>(static_cast<int>(std::lround(turn * 8.0)) % 8);
 }
 
 std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHIDElement& element) {

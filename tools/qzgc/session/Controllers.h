@@ -22,8 +22,13 @@ struct ControllerIdentity {
 };
 
 ControllerIdentity identityOf(const QZHIDDevice& device);
+/// The same without control characters anywhere, for people; what names a controller to programs is kept as it is.
+ControllerIdentity inPrint(ControllerIdentity identity);
 /// The same of one that has not been admitted yet.
 ControllerIdentity identityOf(QZGCHIDManager& manager, platform::IOHIDDeviceRef device);
+
+/// For messages: "Stick" (4660-22136.A1), and so on.
+std::string listText(const std::vector<ControllerIdentity>& identities);
 
 /// `text` on one line: with blanks in place of control characters.
 std::string withoutControlCharacters(std::string text);
@@ -31,6 +36,25 @@ std::string withoutControlCharacters(std::string text);
 /// Whether DEVICE on the command line means this controller: its instance ID or its type ID, or a part of its name in
 /// any case. An empty text means any.
 bool isMeant(std::string_view text, const ControllerIdentity& identity);
+
+/// What a look at a source brings.
+struct FoundControllers {
+    struct Unusable {
+        ControllerIdentity identity;
+        std::string why; ///< with a remedy
+    };
+    std::vector<ControllerIdentity> usable; ///< each once
+    std::vector<ControllerIdentity> twins;  ///< those of them that several have at the same time
+    std::vector<Unusable> unusable;
+};
+
+/// The one that DEVICE on the command line means. Throws Failure when there is none, WrongUse when there are several;
+/// `ifNothing` is the failure where nothing at all was found. Says on the standard error when the first is taken of
+/// several that nothing tells apart.
+ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text, const std::string& ifNothing);
+
+/// All controllers that a recording ever has.
+FoundControllers findRecordedControllers(const SessionOptions& options);
 
 /// The one controller among those at the beginning of the source that DEVICE on the command line means. Throws Failure
 /// when there is none, WrongUse when there are several; both list what there is.
@@ -60,6 +84,13 @@ std::vector<std::shared_ptr<QZHIDElement>> elementsOf(const QZHIDDevice& device)
 std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device);
 
 bool isHat(const QZHIDElement& element);
+
+/// The eight directions of a hat, clockwise from up; the centre where it is let go.
+enum class HatDirection : std::uint8_t { Up, UpRight, Right, DownRight, Down, DownLeft, Left, UpLeft, Centre };
+
+/// Where a hat of this logical range points that sends `raw`. Its range goes clockwise from up, in as many steps as
+/// there are, and outside of it is the centre.
+HatDirection directionOf(std::int64_t minimum, std::int64_t maximum, std::int64_t raw);
 
 /// The last value known of a control; unlike the library's answer this tells 0 from a value that is not known.
 std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHIDElement& element);

@@ -22,6 +22,11 @@ namespace fs = std::filesystem;
     throw Failure(FileError(name, "cannot be written: " + std::generic_category().message(error)).what());
 }
 
+/// What cannot be opened is a wrong name.
+[[noreturn]] void refuse(const std::string& name, int error) {
+    throw FileError(name, "cannot be written: " + std::generic_category().message(error));
+}
+
 class OpenFile {
 public:
     explicit OpenFile(int fileDescriptor) : fileDescriptor_(fileDescriptor) {}
@@ -55,7 +60,10 @@ private:
 
 void writeThrough(const std::string& name, std::string_view contents) {
     OpenFile file(::open(name.c_str(), O_WRONLY | O_CLOEXEC));
-    if (!file.isOpen() || !file.write(contents) || !file.close()) {
+    if (!file.isOpen()) {
+        refuse(name, errno);
+    }
+    if (!file.write(contents) || !file.close()) {
         fail(name, errno);
     }
 }
@@ -90,12 +98,12 @@ void replaceFile(const std::string& name, std::string_view contents) {
         return;
     }
     if (old && ::access(target.c_str(), W_OK) != 0) {
-        fail(name, errno); // a file that is protected is not replaced by one that is not
+        refuse(name, errno); // a file that is protected is not replaced by one that is not
     }
     std::string temporary = target + ".XXXXXX";
     OpenFile file(::mkostemp(temporary.data(), O_CLOEXEC));
     if (!file.isOpen()) {
-        fail(name, errno);
+        refuse(name, errno);
     }
     if (!fill(file, contents, rightsFor(old)) || !file.close() || ::rename(temporary.c_str(), target.c_str()) != 0) {
         const int reason = errno;

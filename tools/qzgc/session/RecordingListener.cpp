@@ -19,7 +19,15 @@ void RecordingListener::takeReports(QZGCHIDManager& manager) {
 }
 
 bool RecordingListener::hidManagerShouldConnectDevice(QZGCHIDManager& manager, platform::IOHIDDeviceRef device) {
-    return isMeant(device_, identityOf(manager, device));
+    ControllerIdentity identity = identityOf(manager, device);
+    if (isMeant(device_, identity)) {
+        return true;
+    }
+    // Also asked about one that is removed and has not been admitted.
+    if (std::ranges::find(others_, identity) == others_.end()) {
+        others_.push_back(std::move(identity));
+    }
+    return false;
 }
 
 void RecordingListener::hidManagerDeviceConnected(QZGCHIDManager& /*manager*/,

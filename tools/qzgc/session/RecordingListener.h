@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/report/Recording.h"
-#include "tools/qzgc/session/Session.h"
+#include "tools/qzgc/session/Controllers.h"
 
 #include <chrono>
 #include <functional>
@@ -36,6 +36,8 @@ public:
 
     std::size_t devices() const noexcept { return recorded_.size(); }
     std::size_t reports() const noexcept { return reports_; }
+    /// Controllers that came and were not meant.
+    const std::vector<ControllerIdentity>& others() const noexcept { return others_; }
 
 private:
     /// One that comes again is the same device.
@@ -56,6 +58,7 @@ private:
     Sink sink_;
     platform::RecordingWriter writer_;
     std::vector<Recorded> recorded_;
+    std::vector<ControllerIdentity> others_;
     std::size_t reports_ = 0;
     std::size_t bytes_ = 0;
     bool begun_ = false;

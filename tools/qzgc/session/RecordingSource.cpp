@@ -4,6 +4,7 @@
 #include "tools/qzgc/session/Session.h"
 
 #include <algorithm>
+#include <utility>
 
 using std::chrono::microseconds;
 
@@ -117,7 +118,14 @@ private:
         }
     }
 
-    std::size_t dispatch() { return platform_.currentRunLoop().dispatch(platform::kCFRunLoopDefaultMode); }
+    /// A queue hands over only so much at once; a report may bring more.
+    std::size_t dispatch() {
+        std::size_t handled = 0;
+        while (const std::size_t more = platform_.currentRunLoop().dispatch(platform::kCFRunLoopDefaultMode)) {
+            handled += more;
+        }
+        return handled;
+    }
 
     ReplayPlatform platform_;
     platform::Recording recording_;
@@ -153,16 +161,12 @@ std::unique_ptr<Source> makeRecordingSource(platform::Recording recording, Pace 
 }
 
 platform::Recording readRecordingFile(const std::string& name) {
-    // The standard input can be read only once, and commands that look for a controller first need it twice.
-    static std::optional<platform::Recording> fromStandardInput;
-    if (name == "-" && fromStandardInput) {
-        return *fromStandardInput;
+    // Standard input and pipes can be read only once, and commands that look for a controller first need it twice.
+    static std::optional<std::pair<std::string, platform::Recording>> latest;
+    if (!latest || latest->first != name) {
+        latest.emplace(name, recordingIn(readFile(name), name));
     }
-    platform::Recording recording = recordingIn(readFile(name), name);
-    if (name == "-") {
-        fromStandardInput = recording;
-    }
-    return recording;
+    return latest->second;
 }
 
 platform::Recording recordingIn(std::string_view text, const std::string& name) {

@@ -2,8 +2,10 @@
 #include "tools/qzgc/session/Session.h"
 
 #include "platform/Text.h"
+#include "platform/virtual/VolatileUserDefaults.h"
 #include "tools/qzgc/TextFile.h"
 #include "tools/qzgc/session/Actions.h"
+#include "tools/qzgc/session/StoredCalibration.h"
 
 #include <algorithm>
 #include <iostream>
@@ -43,6 +45,22 @@ void choosePreferences(UserDefaults& defaults, const SessionOptions& options) {
     }
 }
 
+/// A platform with preferences of its own, which begin as a copy: what only looks changes nothing.
+class ReadingPlatform final : public Platform {
+public:
+    explicit ReadingPlatform(Platform& platform)
+        : platform_(platform), userDefaults_(platform.userDefaults().dictionaryRepresentation()) {}
+
+    HIDServices& hidServices() override { return platform_.hidServices(); }
+    RunLoop& currentRunLoop() override { return platform_.currentRunLoop(); }
+    UserDefaults& userDefaults() override { return userDefaults_; }
+    SystemLog& systemLog() override { return platform_.systemLog(); }
+
+private:
+    Platform& platform_;
+    VolatileUserDefaults userDefaults_;
+};
+
 /// A command that looks for a controller first has two sessions, and one message is enough.
 void warn(const std::string& warning) {
     static std::string last;
@@ -68,9 +86,13 @@ void Listener::hidManagerActionNewValue(QZGCHIDManager& /*manager*/, const std::
 void Listener::hidManagerHidError(QZGCHIDManager& /*manager*/, IOReturn /*error*/) {}
 void Listener::controllerUnusable(QZGCHIDManager& /*manager*/, IOHIDDeviceRef /*device*/, IOReturn /*why*/) {}
 
-Session::Session(const SessionOptions& options) : source_(makeSource(options)) {
+Session::Session(const SessionOptions& options) : source_(makeSource(options)), application_(options.application) {
     const ActionNames names = options.actions.empty() ? builtInActions() : readActionsFile(options.actions);
     choosePreferences(platform().userDefaults(), options);
+    warn(platform().userDefaults().lastError());
+    if (!options.mayStore) {
+        reading_ = std::make_unique<ReadingPlatform>(source_->platform());
+    }
     configuration_ = makeConfigurationManager(names, platform());
     warn(platform().userDefaults().lastError());
     manager_ = QZGCHIDManager::create(configuration_, platform());
@@ -93,6 +115,9 @@ void Session::start(std::shared_ptr<Listener> listener) {
 
 void Session::deviceMatched(void* context, IOReturn result, void* sender, IOHIDDeviceRef device) {
     auto& session = *static_cast<Session*>(context);
+    if (device != nullptr) {
+        expectUsableCalibration(device, session.platform().userDefaults(), session.application_);
+    }
     if (result != kIOReturnSuccess && device != nullptr) {
         session.listener_->controllerUnusable(*session.manager_, device, result);
     } else {

@@ -28,6 +28,7 @@ struct SessionOptions {
     std::string application = {}; ///< whose preferences are read and edited; empty: the tool's own
     std::string actions = {};     ///< file with the application's actions; empty: a built-in set
     std::string from = {};        ///< recording whose devices take the place of this machine's; empty: the machine's
+    bool mayStore = false;        ///< whether the preferences may be changed, were it to bring an old form up to date
     bool fast = false;            ///< whether a recording is played without waiting
     std::optional<double> seconds = std::nullopt; ///< how long a command follows its devices, where it has such a limit
 };
@@ -64,7 +65,7 @@ public:
     void settle();
 
     Source& source() noexcept { return *source_; }
-    platform::Platform& platform() noexcept { return source_->platform(); }
+    platform::Platform& platform() noexcept { return reading_ ? *reading_ : source_->platform(); }
     QZGCHIDManager& manager() noexcept { return *manager_; }
     const std::shared_ptr<QZGCConfigurationManager>& configuration() const noexcept { return configuration_; }
 
@@ -75,6 +76,8 @@ private:
     static void deviceMatched(void* context, platform::IOReturn result, void* sender, platform::IOHIDDeviceRef device);
 
     std::unique_ptr<Source> source_;
+    std::unique_ptr<platform::Platform> reading_; ///< the source's, with a copy of the preferences
+    std::string application_;
     std::shared_ptr<QZGCConfigurationManager> configuration_;
     std::shared_ptr<QZGCHIDManager> manager_;
     std::shared_ptr<Listener> listener_;

@@ -57,7 +57,7 @@ std::vector<std::chrono::microseconds> eventTimes(const platform::Recording& rec
 /// From the first event to the last.
 std::chrono::microseconds durationOf(const platform::Recording& recording);
 
-/// Reads a recording from a file ("-": standard input). Throws FileError.
+/// Reads a recording from a file ("-": standard input), the latest one from memory. Throws FileError.
 platform::Recording readRecordingFile(const std::string& name);
 /// The recording that the text of the file `name` holds. Throws FileError.
 platform::Recording recordingIn(std::string_view text, const std::string& name);
