@@ -219,7 +219,8 @@ TEST_F(Calibrate, TakesBackWhatCouldNotBeStored) {
     ASSERT_EQ(calibrate("--yes").status, 0);
     const std::string before = preferences();
     record(report(0, 128, 7) + report(1, 200, 7) + report(2, 50, 7) + report(3, 199, 7) + report(4, 130, 7));
-    const qz::tools::SessionOptions options{.application = "qzgc", .from = path("stick.hid"), .fast = true};
+    const qz::tools::SessionOptions options{
+        .application = "qzgc", .from = path("stick.hid"), .mayStore = true, .fast = true};
     // In a process of its own: a process has its preferences once, for all sessions.
     EXPECT_EXIT(
         {
