@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -92,7 +91,7 @@ extern "C" void leaveTerminalAndDie(int number) {
 /// The control sequence of the terminal with this name; null where it has none.
 const char* capability(const char* name) {
     const char* const sequence = ::tigetstr(name);
-    return std::bit_cast<std::intptr_t>(sequence) != -1 ? sequence : nullptr;
+    return reinterpret_cast<std::intptr_t>(sequence) != -1 ? sequence : nullptr;
 }
 
 void addToLeavingText(const char* name) {
