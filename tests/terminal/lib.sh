@@ -50,17 +50,18 @@ start() {
 }
 
 # run COLUMNS ROWS COMMAND: the same for a command in the test's directory, in place of the terminal before. Its exit status
-# comes into the file "status", also when the terminal goes away.
+# comes into the file "status", also when the terminal goes away: the shell writes it by itself, because what it would start
+# for that could be killed by the second SIGHUP, which comes with the end of the terminal's session.
 run() {
     [[ -z $socket ]] || end 2>/dev/null || true
     rm -f -- "$work/status"
-    start "$1" "$2" "(trap : HUP INT; cd '$work'; $3; echo \$? >status.new; mv status.new status)"
+    start "$1" "$2" "(trap : HUP INT; cd '$work'; $3; echo ended \$? >status)"
 }
 
 # expect_end STATUS: the command that `run` began must end with this exit status.
 expect_end() {
-    until_true 20 test -f "$work/status" || fail 'has not ended'
-    [[ $(<"$work/status") == "$1" ]] || fail "ended with status $(<"$work/status"), not $1"
+    until_true 20 grep -qs ended "$work/status" || fail 'has not ended'
+    [[ $(<"$work/status") == "ended $1" ]] || fail "$(<"$work/status"), not $1"
 }
 
 type_line() { tmux_do send-keys -l "$1" && tmux_do send-keys Enter; }
