@@ -191,6 +191,20 @@ TEST_F(EventLoopTest, GivesSignalsBackAsTheyWere) {
     }
 }
 
+TEST_F(EventLoopTest, IgnoresFurtherHangUpsOnceTheTerminalHasGone) {
+    for (const bool isTold : {false, true}) {
+        std::signal(SIGHUP, SIG_DFL);
+        FakeSource source = silent();
+        {
+            EventLoop loop(source);
+            loop.after(milliseconds(0), [&] { isTold ? loop.hangUp() : static_cast<void>(std::raise(SIGHUP)); });
+            EXPECT_EQ(loop.run(), EventLoop::End::HungUp);
+        }
+        EXPECT_EQ(handlerOf(SIGHUP), SIG_IGN);
+        EXPECT_EQ(handlerOf(SIGINT), SIG_DFL);
+    }
+}
+
 TEST_F(EventLoopTest, LeavesSignalsIgnoredThatWereIgnored) {
     std::signal(SIGHUP, SIG_IGN); // as nohup does it
     std::signal(SIGINT, SIG_IGN); // as shells do it for commands in the background

@@ -64,7 +64,11 @@ EventLoop::EventLoop(Source& source) : source_(source) {
 
 EventLoop::~EventLoop() {
     for (std::size_t i = 0; i < takenOver.size(); ++i) {
-        ::sigaction(takenOver[i], &before[i], nullptr);
+        if (takenOver[i] == SIGHUP && hasHungUp_) {
+            static_cast<void>(std::signal(SIGHUP, SIG_IGN));
+        } else {
+            ::sigaction(takenOver[i], &before[i], nullptr);
+        }
     }
     ::sigaction(SIGPIPE, &pipeBefore, nullptr);
     ::sigaction(SIGTTOU, &backgroundBefore, nullptr);
@@ -152,7 +156,7 @@ void EventLoop::takeSignals() {
             end_ = End::Interrupted;
             break;
         case SIGHUP:
-            end_ = End::HungUp;
+            hangUp();
             break;
         default:
             if (resized_) {

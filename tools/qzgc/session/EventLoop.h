@@ -12,7 +12,8 @@ struct SessionOptions;
 
 /// What runs a command that follows its devices: waits for the source, for other descriptors, for the time and for
 /// signals. One at a time; it takes SIGINT, SIGTERM, SIGHUP and SIGWINCH over while it exists, but for those that were
-/// ignored before, and ignores SIGPIPE.
+/// ignored before, and ignores SIGPIPE. Once the terminal has gone SIGHUP stays ignored after it: it is sent more than
+/// once, and what is left to do is not cut short by that.
 class EventLoop {
 public:
     enum class End : std::uint8_t {
@@ -52,7 +53,10 @@ public:
     /// Ends `run` after the handler in progress.
     void stop() noexcept { end_ = End::Stopped; }
     /// The same because the terminal went away.
-    void hangUp() noexcept { end_ = End::HungUp; }
+    void hangUp() noexcept {
+        end_ = End::HungUp;
+        hasHungUp_ = true;
+    }
 
 private:
     struct Watch {
@@ -77,6 +81,7 @@ private:
     Handler resized_;
     std::optional<End> end_;
     bool staysAfterSource_ = false;
+    bool hasHungUp_ = false;
 };
 
 } // namespace qz::tools
