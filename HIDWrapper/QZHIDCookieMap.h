@@ -23,6 +23,10 @@ public:
 
     /// Takes entries in any order; of several with one cookie the last is kept.
     explicit QZHIDCookieMap(std::vector<value_type> entries) : entries_(std::move(entries)) {
+        const auto isNotBefore = [](const value_type& a, const value_type& b) { return a.first >= b.first; };
+        if (std::adjacent_find(entries_.begin(), entries_.end(), isNotBefore) == entries_.end()) {
+            return; // as nearly every device numbers its elements
+        }
         std::stable_sort(entries_.begin(), entries_.end(),
                          [](const value_type& a, const value_type& b) { return a.first < b.first; });
         const auto sameCookie = [](const value_type& a, const value_type& b) { return a.first == b.first; };

@@ -133,14 +133,15 @@ void QZHIDDevice::setupElements() {
     if (!list) {
         return;
     }
-    const QZGCCalibrationValues calibration(calibrationsPrefKey(), platform_.userDefaults());
+    const auto calibration =
+        std::make_shared<const QZGCCalibrationValues>(calibrationsPrefKey(), platform_.userDefaults());
     const auto self = shared_from_this();
     std::vector<std::shared_ptr<QZHIDElement>> elements;
     std::vector<std::pair<std::int64_t, std::shared_ptr<QZHIDElement>>> byCookie;
     elements.reserve(list->size());
     byCookie.reserve(list->size());
     for (const IOHIDElementRef elementRef : *list) {
-        elements.push_back(QZHIDElement::create(elementRef, self, self, &calibration));
+        elements.push_back(QZHIDElement::create(elementRef, self, self, calibration));
         byCookie.emplace_back(elements.back()->cookie(), elements.back());
     }
     ownedElements_ = std::move(elements);

@@ -21,13 +21,15 @@ std::int64_t halfSum(std::int64_t a, std::int64_t b) {
 
 QZHIDElementOwning::~QZHIDElementOwning() = default;
 
-std::shared_ptr<QZHIDElement> QZHIDElement::create(IOHIDElementRef elementRef,
-                                                   const std::shared_ptr<QZHIDElementOwning>& owner,
-                                                   const std::shared_ptr<QZHIDDevice>& device,
-                                                   const QZGCCalibrationValues* calibrationValues) {
+std::shared_ptr<QZHIDElement>
+QZHIDElement::create(IOHIDElementRef elementRef, const std::shared_ptr<QZHIDElementOwning>& owner,
+                     const std::shared_ptr<QZHIDDevice>& device,
+                     const std::shared_ptr<const QZGCCalibrationValues>& calibrationValues) {
     auto element = std::make_shared<QZHIDElement>(Private{}, elementRef, owner, device);
-    element->setupChildrenWithCalibrationValues(calibrationValues);
-    element->setupRangesWithCalibrationValues(calibrationValues);
+    if (element->isCollection() && IOHIDElementGetChildren(elementRef)) {
+        element->members_ = std::make_unique<Members>(Members{{}, element.get(), calibrationValues});
+    }
+    element->setupRangesWithCalibrationValues(calibrationValues.get());
     return element;
 }
 
@@ -35,20 +37,35 @@ QZHIDElement::QZHIDElement(Private /*only create makes one*/, IOHIDElementRef el
                            const std::shared_ptr<QZHIDElementOwning>& owner, const std::shared_ptr<QZHIDDevice>& device)
     : ioHIDElementRef_(pin(elementRef)), device_(device), devicePointer_(device.get()), elementOwner_(owner) {}
 
-void QZHIDElement::setupChildrenWithCalibrationValues(const QZGCCalibrationValues* calibrationValues) {
-    if (!isCollection()) {
-        return;
+const QZHIDElementList& QZHIDElement::ownedElements() const {
+    static const QZHIDElementList none;
+    if (!members_) {
+        return none;
     }
+    if (members_->collection != nullptr) {
+        members_->collection->setupChildrenWithCalibrationValues(members_->calibrationValues);
+    }
+    return members_->list;
+}
+
+void QZHIDElement::setOwnedElements(QZHIDElementList elements) {
+    members_ = std::make_unique<Members>(Members{std::move(elements), nullptr, nullptr});
+}
+
+void QZHIDElement::setIoHIDElementRef(IOHIDElementRef elementRef) {
+    ownedElements(); // those that belong to the old reference
+    ioHIDElementRef_ = pin(elementRef);
+}
+
+void QZHIDElement::setupChildrenWithCalibrationValues(
+    const std::shared_ptr<const QZGCCalibrationValues>& calibrationValues) {
     const auto children = IOHIDElementGetChildren(ioHIDElementRef());
-    if (!children) {
-        return;
-    }
     std::vector<std::shared_ptr<QZHIDElement>> members;
     members.reserve(children->size());
     for (const IOHIDElementRef child : *children) {
         members.push_back(create(child, shared_from_this(), device(), calibrationValues));
     }
-    ownedElements_ = std::move(members);
+    setOwnedElements(std::move(members));
 }
 
 void QZHIDElement::setupRangesWithCalibrationValues(const QZGCCalibrationValues* calibrationValues) {

@@ -28,7 +28,7 @@ public:
     static std::shared_ptr<QZHIDElement> create(qz::platform::IOHIDElementRef elementRef,
                                                 const std::shared_ptr<QZHIDElementOwning>& owner,
                                                 const std::shared_ptr<QZHIDDevice>& device,
-                                                const QZGCCalibrationValues* calibrationValues);
+                                                const std::shared_ptr<const QZGCCalibrationValues>& calibrationValues);
     QZHIDElement(Private, qz::platform::IOHIDElementRef elementRef, const std::shared_ptr<QZHIDElementOwning>& owner,
                  const std::shared_ptr<QZHIDDevice>& device);
 
@@ -120,9 +120,7 @@ public:
     void setCalibrationMax(std::int64_t raw) noexcept { calibrationMax_ = raw; }
 
     qz::platform::IOHIDElementRef ioHIDElementRef() const noexcept { return ioHIDElementRef_.get(); }
-    void setIoHIDElementRef(qz::platform::IOHIDElementRef elementRef) {
-        ioHIDElementRef_ = qz::platform::pin(elementRef);
-    }
+    void setIoHIDElementRef(qz::platform::IOHIDElementRef elementRef);
 
     /// The device it belongs to; null when that is gone.
     std::shared_ptr<QZHIDDevice> device() const noexcept { return device_.lock(); }
@@ -130,9 +128,10 @@ public:
     std::shared_ptr<QZHIDElementOwning> elementOwner() const noexcept override { return elementOwner_.lock(); }
     void setElementOwner(const std::shared_ptr<QZHIDElementOwning>& owner) noexcept { elementOwner_ = owner; }
 
-    /// A collection's members; absent for any other element, and where the platform lists none.
-    const QZHIDElementList& ownedElements() const noexcept override { return ownedElements_; }
-    void setOwnedElements(QZHIDElementList elements) { ownedElements_ = std::move(elements); }
+    /// A collection's members; absent for any other element, and where the platform lists none. They are made when they
+    /// are first asked for, of what the collection was made of.
+    const QZHIDElementList& ownedElements() const override;
+    void setOwnedElements(QZHIDElementList elements);
 
 private:
     friend class QZGCConfigurationManager;
@@ -140,7 +139,16 @@ private:
     /// The device without a share in it, for what every value asks: nothing on that way can end the device.
     QZHIDDevice* liveDevice() const noexcept { return device_.expired() ? nullptr : devicePointer_; }
 
-    void setupChildrenWithCalibrationValues(const QZGCCalibrationValues* calibrationValues);
+    /// A collection's own elements. Few programs look at them, and all have their equals in the device's list, so they
+    /// cost nothing before that.
+    struct Members {
+        QZHIDElementList list;
+        /// Whose members are still to be made; null when they are there.
+        QZHIDElement* collection;
+        std::shared_ptr<const QZGCCalibrationValues> calibrationValues;
+    };
+
+    void setupChildrenWithCalibrationValues(const std::shared_ptr<const QZGCCalibrationValues>& calibrationValues);
     void setupRangesWithCalibrationValues(const QZGCCalibrationValues* calibrationValues);
     void appendDescription(std::string& text, std::int32_t level) const;
 
@@ -154,7 +162,7 @@ private:
     double hysteresis_ = 0.0;
     double lastReportedValue_ = 0.0;
     std::weak_ptr<QZHIDElementOwning> elementOwner_;
-    QZHIDElementList ownedElements_;
+    std::unique_ptr<Members> members_; ///< null for an element without any
     std::int64_t calibrationMin_ = 0;
     std::int64_t calibrationMax_ = 0;
 };

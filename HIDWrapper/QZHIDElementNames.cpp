@@ -105,8 +105,8 @@ void QZHIDElement::appendDescription(std::string& text, std::int32_t level) cons
     }
     text += joined({", collection type = ", DecimalText(collectionType()), ". Children:\n"});
     text += joined({indent, "--- begin collection ---\n"});
-    if (ownedElements_) {
-        for (const auto& member : *ownedElements_) {
+    if (const QZHIDElementList& members = ownedElements()) {
+        for (const auto& member : *members) {
             member->appendDescription(text, level + 1);
             text += "\n";
         }

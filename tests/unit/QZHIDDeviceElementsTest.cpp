@@ -148,6 +148,40 @@ TEST(DeviceElements, ShareOneLoadedCalibration) {
     EXPECT_EQ(device->elementWithCookie(1)->ownedElements()->at(1)->observedNeutral(), 101);
 }
 
+TEST(DeviceElements, OfACollectionAreThoseOfTheTimeWhenItWasMadeWheneverTheyAreLookedAt) {
+    const std::vector elements{collection(1, {2}), collection(2, {3, 3}), xAxis(16), button(17)};
+    const ElementHost host(elements, preferencesWith({{"16", Array{3, 252, 100}}}));
+    host.platform->userDefaults().setObjectForKey(Dictionary{{"16", Array{4, 251, 101}}}, calibrationKey);
+    EXPECT_EQ(host.element(0)->ownedElements()->at(0)->observedMin(), 3) << "not what is stored by now";
+
+    const auto group = host.element(0);
+    group->setIoHIDElementRef(host.plugged->element(1));
+    EXPECT_EQ(group->ownedElements()->size(), 1U) << "looked at before";
+    const auto other = host.element(1);
+    other->setIoHIDElementRef(host.plugged->element(0));
+    EXPECT_EQ(cookiesOf(other->ownedElements()), (std::vector<std::int64_t>{17, 17})) << "never looked at before";
+
+    other->setOwnedElements(std::nullopt);
+    EXPECT_FALSE(other->ownedElements());
+    host.element(3)->setOwnedElements(std::vector{group});
+    EXPECT_EQ(cookiesOf(host.element(3)->ownedElements()), std::vector<std::int64_t>{2});
+}
+
+TEST(DeviceElements, OfACollectionCanBeLookedAtForTheFirstTimeWhenTheDeviceIsGone) {
+    ElementHost host(std::vector{collection(1, {1}), xAxis(16)}, preferencesWith({{"16", Array{3, 252, 100}}}));
+    const auto group = host.element(0);
+    host.platform->hidServices().unplug(host.plugged);
+    host.plugged = nullptr;
+    host.device = nullptr;
+    ASSERT_EQ(cookiesOf(group->ownedElements()), std::vector<std::int64_t>{16});
+    const auto member = group->ownedElements()->at(0);
+    EXPECT_EQ(member->observedMin(), 3);
+    EXPECT_EQ(member->device(), nullptr);
+    EXPECT_EQ(member->elementOwner(), group);
+    EXPECT_EQ(group->ownedElements()->at(0), member) << "made once";
+    EXPECT_FALSE(member->valueQualifiesForReporting(0.25));
+}
+
 TEST(DeviceElements, AreListedAsPushButtonsAndMovingControlsInTheirOrder) {
     const ElementHost host(std::vector{throttle(30), button(9, 5), collection(1, {1, 3}), xAxis(20), button(3, 1),
                                        hat(4), elementOf(5, QZHIDElementTypeAxis, 0x09, 1),

@@ -302,9 +302,10 @@ TEST(QZHIDElement, TheLastReportedValueBeginsAtRestForSelfCentringMovingControls
     EXPECT_EQ(LooseElement(dial)->lastReportedValue(), 0.0);
 }
 
-QZGCCalibrationValues storeOf(std::int64_t cookie, std::int64_t min, std::int64_t max, std::int64_t neutral) {
-    QZGCCalibrationValues values;
-    values.setElement(cookie, min, max, neutral);
+std::shared_ptr<const QZGCCalibrationValues> storeOf(std::int64_t cookie, std::int64_t min, std::int64_t max,
+                                                     std::int64_t neutral) {
+    const auto values = std::make_shared<QZGCCalibrationValues>();
+    values->setElement(cookie, min, max, neutral);
     return values;
 }
 
@@ -354,11 +355,11 @@ TEST(QZHIDElement, AStoredRangeDoesNotReachAnElementThatIsNotSubjectToCalibratio
 TEST(QZHIDElement, AStoreWithoutTheCookieAndNoStoreLeaveTheLogicalRange) {
     const ElementHost host(std::vector{xAxis(16)});
     const IOHIDElementRef record = host.plugged->element(0);
-    const QZGCCalibrationValues other = storeOf(17, 3, 252, 100);
-    const QZGCCalibrationValues own = storeOf(16, 3, 252, 100);
-    EXPECT_EQ(QZHIDElement::create(record, host.device, host.device, &other)->observedMin(), 0);
+    const auto other = storeOf(17, 3, 252, 100);
+    const auto own = storeOf(16, 3, 252, 100);
+    EXPECT_EQ(QZHIDElement::create(record, host.device, host.device, other)->observedMin(), 0);
     EXPECT_EQ(QZHIDElement::create(record, host.device, host.device, nullptr)->observedMin(), 0);
-    EXPECT_EQ(QZHIDElement::create(record, host.device, host.device, &own)->observedMin(), 3);
+    EXPECT_EQ(QZHIDElement::create(record, host.device, host.device, own)->observedMin(), 3);
 }
 
 TEST(QZHIDElement, AStoredCookieAboveTwoToTheThirtyOneIsFoundInDecimal) {
