@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 namespace qz::platform {
 
@@ -40,6 +41,12 @@ void HIDDevice::setProperty(std::string_view key, PropertyValue value) {
     ++propertyRevision_;
 }
 
+void HIDDevice::setProperties(HIDProperties properties) {
+    propertyRevision_ += properties.size();
+    properties.merge(properties_); // those that are set anew stay behind
+    properties_ = std::move(properties);
+}
+
 void HIDDevice::removeProperty(std::string_view key) {
     if (const auto found = properties_.find(key); found != properties_.end()) {
         properties_.erase(found);
@@ -72,6 +79,33 @@ void HIDDevice::setElements(std::vector<HIDElement> elements,
             }
         }
         element.children = std::span<const IOHIDElementRef>(children_.data() + begin, children_.size() - begin);
+    }
+}
+
+void HIDDevice::setElementTree(std::vector<HIDElement> elements, std::span<const std::uint32_t> parents) {
+    elements_ = std::move(elements);
+    lastKnownValues_.assign(elements_->size(), std::nullopt);
+
+    std::vector<std::uint32_t> counts(elements_->size());
+    for (const std::uint32_t parent : parents) {
+        if (parent < counts.size()) {
+            ++counts[parent];
+        }
+    }
+    // One more, so that the span of an empty list is no null span.
+    children_.resize(elements_->size() + 1);
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < elements_->size(); ++i) {
+        HIDElement& element = (*elements_)[i];
+        element.device = this;
+        if (element.type == kIOHIDElementTypeCollection) {
+            element.children = std::span<const IOHIDElementRef>(children_.data() + end, counts[i]);
+            end += std::exchange(counts[i], static_cast<std::uint32_t>(end));
+        }
+        // The collection has its place by now, and its count has become where the next member goes.
+        if (parents[i] < counts.size()) {
+            children_[counts[parents[i]]++] = &element;
+        }
     }
 }
 

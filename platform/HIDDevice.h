@@ -7,6 +7,9 @@ namespace qz::platform {
 
 struct RecordedDevice;
 
+/// The properties of a device under their names.
+using HIDProperties = std::map<std::string, PropertyValue, std::less<>>;
+
 /// The usage of one application collection of a device.
 struct HIDUsagePair {
     std::uint32_t usagePage = 0;
@@ -52,12 +55,17 @@ protected:
     virtual void loadProperties() {}
 
     void setProperty(std::string_view key, PropertyValue value);
+    /// Sets all of these.
+    void setProperties(HIDProperties properties);
     void removeProperty(std::string_view key);
 
     /// Takes the elements over, once. `children[i]` lists the members of element i as indices, absent where there is no
     /// list; indices beyond the end are left out.
     void setElements(std::vector<HIDElement> elements,
                      const std::vector<std::optional<std::vector<std::size_t>>>& children);
+    /// The same where `parents[i]` is the index of the collection around element i, which stands before it, or a number
+    /// beyond the end: each collection lists its members, and each element is a member of one at most.
+    void setElementTree(std::vector<HIDElement> elements, std::span<const std::uint32_t> parents);
 
     /// The usages of the application collections; without a call the primary one, taken from the properties.
     void setUsagePairs(std::vector<HIDUsagePair> usagePairs) { usagePairs_ = std::move(usagePairs); }
@@ -71,7 +79,7 @@ protected:
 private:
     std::optional<std::size_t> indexOf(IOHIDElementRef element) const;
 
-    std::map<std::string, PropertyValue, std::less<>> properties_;
+    HIDProperties properties_;
     std::uint64_t propertyRevision_ = 0;
     std::vector<HIDUsagePair> usagePairs_;
     std::optional<std::vector<HIDElement>> elements_;

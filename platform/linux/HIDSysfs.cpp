@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/HIDSysfs.h"
 
+#include "platform/Text.h"
 #include "platform/linux/DocumentFile.h"
 #include "platform/linux/RetryInterrupted.h"
 
@@ -208,13 +209,14 @@ HIDDevicePath readDevicePath(SystemCalls& calls, const std::string& classDirecto
     if (size <= 0 || static_cast<std::size_t>(size) == buffer.size()) {
         return {entry + "/device", {}};
     }
-    // Such as "../../devices/pci0000:00/.../0003:046D:C215.0001/hidraw/hidraw0".
+    // Such as "../../devices/pci0000:00/.../0003:046D:C215.0001/hidraw/hidraw0". The way up is cut short here: the
+    // kernel would walk it anew with every file, and these directories are never links.
     std::string_view link(buffer.data(), static_cast<std::size_t>(size));
-    const std::string directory = classDirectory + "/" + std::string(parentPath(parentPath(link)));
-    while (link.starts_with("../")) {
-        link.remove_prefix(3);
+    std::string_view above = classDirectory;
+    while (takePrefix(link, "../")) {
+        above = parentPath(above);
     }
-    return {directory, "/" + std::string(link)};
+    return {joined({above, "/", parentPath(parentPath(link))}), joined({"/", link})};
 }
 
 HIDIdentity identityInName(const HIDDevicePath& device) {

@@ -84,9 +84,7 @@ void LinuxHIDDevice::loadProperties() {
     }
     HIDProperties properties;
     isComplete_ = readProperties(calls_, path_, properties, identity_);
-    for (auto& [key, value] : properties) {
-        setProperty(key, std::move(value));
-    }
+    setProperties(std::move(properties));
 }
 
 std::optional<RecordedDevice> LinuxHIDDevice::recordedDevice() {

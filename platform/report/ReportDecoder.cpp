@@ -31,38 +31,41 @@ std::size_t bytesOf(std::size_t bits) {
 } // namespace
 
 ReportDecoder::ReportDecoder(const ReportDescriptor& descriptor) : hasReportIDs_(descriptor.inputHasReportIDs) {
-    std::array<std::uint32_t, 256> elements{};
-    std::uint32_t most = 0;
+    std::uint32_t highestID = 0;
     std::uint32_t all = 0;
     std::uint32_t usages = 0; // of the Array with the most
     for (const ReportInput& input : descriptor.inputs) {
-        elements[input.reportID] += input.elementCount;
-        most = std::max(most, elements[input.reportID]);
+        highestID = std::max(highestID, input.reportID);
         all += input.isArray ? 1 : input.elementCount;
         usages = std::max(usages, input.isArray ? input.elementCount : 0);
     }
-    changed_.resize(most);
     marks_.resize((usages + bitsPerWord - 1) / bitsPerWord);
     fields_.reserve(all);
+    reportOfID_.resize(highestID + 1U);
+    std::size_t most = 0;
     for (const ReportInput& input : descriptor.inputs) {
-        if (reportOfID_[input.reportID] == 0 && elements[input.reportID] != 0) {
-            addReport(descriptor, input.reportID);
+        if (reportOfID_[input.reportID] == 0 && input.elementCount != 0) {
+            most = std::max(most, addReport(descriptor, input.reportID));
         }
     }
+    changed_.resize(most);
 }
 
-void ReportDecoder::addReport(const ReportDescriptor& descriptor, std::uint32_t id) {
+std::size_t ReportDecoder::addReport(const ReportDescriptor& descriptor, std::uint32_t id) {
     Report report{.firstField = static_cast<std::uint32_t>(fields_.size())};
+    std::size_t elements = 0;
     for (const ReportInput& input : descriptor.inputs) {
         if (input.reportID == id) {
             addFields(input);
             report.end = bytesOf(endOfFields(input));
+            elements += input.elementCount;
         }
     }
     report.endField = static_cast<std::uint32_t>(fields_.size());
     addWords(report);
     reports_.push_back(report);
     reportOfID_[id] = static_cast<std::uint16_t>(reports_.size());
+    return elements;
 }
 
 void ReportDecoder::addFields(const ReportInput& input) {
@@ -132,7 +135,7 @@ std::span<const std::uint32_t> ReportDecoder::feed(std::span<const std::uint8_t>
         id = report.front();
         report = report.subspan(1);
     }
-    if (reportOfID_[id] == 0) {
+    if (id >= reportOfID_.size() || reportOfID_[id] == 0) {
         return {};
     }
     Report& known = reports_[reportOfID_[id] - 1U];

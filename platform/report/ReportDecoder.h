@@ -50,7 +50,8 @@ private:
         std::size_t received = 0;  ///< of these, those that the last report had; 0: nothing to compare with
     };
 
-    void addReport(const ReportDescriptor& descriptor, std::uint32_t id);
+    /// Answers how many elements the report has.
+    std::size_t addReport(const ReportDescriptor& descriptor, std::uint32_t id);
     void addFields(const ReportInput& input);
     void addWords(Report& report);
     void enterBits(Word& word, std::size_t at, std::size_t end, std::uint32_t f) const;
@@ -62,7 +63,7 @@ private:
     void update(Value& known, std::uint32_t element, std::int64_t value, bool isRelative);
 
     bool hasReportIDs_;
-    std::array<std::uint16_t, 256> reportOfID_{}; ///< one more than the index in `reports_`; 0: no such report
+    std::vector<std::uint16_t> reportOfID_; ///< one more than the index in `reports_`; 0: no such report
     std::vector<Report> reports_;
     std::vector<Field> fields_;
     std::vector<ReportInput> arrays_;

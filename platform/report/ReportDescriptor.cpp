@@ -69,6 +69,7 @@ public:
     explicit Parser(std::span<const std::uint8_t> bytes) : bytes_(bytes) {
         result_.elements.reserve(usualElements);
         result_.parents.reserve(usualElements);
+        result_.inputs.reserve(usualItems);
     }
 
     std::variant<ReportDescriptor, ReportDescriptorError> parse() {
@@ -88,6 +89,7 @@ private:
     enum Kind : std::uint8_t { Input, Output, Feature };
 
     static constexpr std::size_t usualElements = 16;
+    static constexpr std::size_t usualItems = 8;
 
     void refuse(std::size_t offset, std::string_view reason) { error_ = {offset, reason}; }
 
@@ -254,7 +256,7 @@ private:
         if (kind == Input && globals_.reportID != 0) {
             result_.inputHasReportIDs = true;
         }
-        std::uint64_t& end = reportEnds_[kind][globals_.reportID];
+        std::uint64_t& end = endOfReport(kind);
         const std::uint64_t begin = end;
         const std::uint64_t bits = std::uint64_t{globals_.reportSize} * globals_.reportCount;
         if (bits > Limits::reportBytes * 8 - begin) {
@@ -285,6 +287,15 @@ private:
                 result_.inputs.push_back(input);
             }
         }
+    }
+
+    /// Where the report that the parser stands in ends so far.
+    std::uint64_t& endOfReport(Kind kind) {
+        std::vector<std::uint64_t>& ends = reportEnds_[kind];
+        if (ends.size() <= globals_.reportID) {
+            ends.resize(globals_.reportID + 1U);
+        }
+        return ends[globals_.reportID];
     }
 
     std::int64_t logicalMax() const {
@@ -331,7 +342,7 @@ private:
     UsageList usages_;
     std::vector<std::uint32_t> open_; // the collections around the next element, as indices
     std::uint64_t memberships_ = 0;
-    std::array<std::array<std::uint64_t, 256>, 3> reportEnds_{}; // in bits, for each kind and report ID
+    std::array<std::vector<std::uint64_t>, 3> reportEnds_; // in bits, for each kind and report ID
 };
 
 } // namespace

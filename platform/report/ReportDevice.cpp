@@ -7,24 +7,6 @@
 
 namespace qz::platform {
 
-namespace {
-
-std::vector<std::optional<std::vector<std::size_t>>> childrenOf(const ReportDescriptor& descriptor) {
-    std::vector<std::optional<std::vector<std::size_t>>> children(descriptor.elements.size());
-    for (std::size_t i = 0; i < children.size(); ++i) {
-        if (descriptor.elements[i].type == kIOHIDElementTypeCollection) {
-            children[i].emplace();
-        }
-        // A collection stands before its members, so that its list is there.
-        if (descriptor.parents[i] != ReportDescriptor::noParent) {
-            children[descriptor.parents[i]]->push_back(i);
-        }
-    }
-    return children;
-}
-
-} // namespace
-
 ReportDevice::ReportDevice() = default;
 
 ReportDevice::~ReportDevice() = default;
@@ -35,12 +17,9 @@ ReportDevice::ReportDevice(ReportDescriptor descriptor, HIDProperties properties
         properties.try_emplace("PrimaryUsagePage", std::int64_t{descriptor.applications.front().usagePage});
         properties.try_emplace("PrimaryUsage", std::int64_t{descriptor.applications.front().usage});
     }
-    for (auto& [key, value] : properties) {
-        setProperty(key, std::move(value));
-    }
+    setProperties(std::move(properties));
     setUsagePairs(std::move(descriptor.applications));
-    const auto children = childrenOf(descriptor);
-    setElements(std::move(descriptor.elements), children);
+    setElementTree(std::move(descriptor.elements), descriptor.parents);
 }
 
 [[gnu::hot]] std::span<const std::uint32_t> ReportDevice::feed(std::span<const std::uint8_t> report) {

@@ -7,9 +7,6 @@ namespace qz::platform {
 
 class ReportDecoder;
 
-/// The properties of a device under their names.
-using HIDProperties = std::map<std::string, PropertyValue, std::less<>>;
-
 /// A device whose elements follow from a report descriptor and whose values come in reports. It knows nothing of the
 /// wire: a back end feeds it what it has read, and delivers what `feed` answers.
 ///
