@@ -40,6 +40,12 @@ protected:
     Outcome calibrate(const std::string& arguments) const {
         return run("calibrate --from stick.hid --fast " + arguments);
     }
+    /// A recording in which the stick is plugged in at this time, after another one has gone; then it moves.
+    void recordLate(const std::string& time) const {
+        write("late.hid", "D: 0\n" + std::string(device) + "N: Other\nU: B2\nI: 3 1 2\nD: 1\n" + device +
+                              "N: Stick\nU: A1\nI: 3 1234 5678\nD: 0\n" + report(0, 0, 0) +
+                              "# qzgc: unplugged 000000.000100\nD: 1\n# qzgc: plugged in " + time + '\n' + moved_);
+    }
     std::string preferences() const { return contents("config/qzgamecontroller/qzgc.json"); }
 
     const std::string moved_ =
@@ -168,6 +174,32 @@ TEST_F(Calibrate, AdmitsTheChosenControllerAlone) {
     EXPECT_THAT(preferences(), testing::Not(HasSubstr("Calibrations-1-2")));
     EXPECT_EQ(calibrate("B2 --yes").status, 1) << "no such name or ID";
     EXPECT_THAT(calibrate("1-2").output, HasSubstr("X        0..255, rest 127  0..255, rest 99\n"));
+}
+
+TEST_F(Calibrate, WaitsForAControllerThatIsPluggedInLater) {
+    recordLate("009000.000000");
+    const Outcome fast = run("calibrate stick --from late.hid --fast --yes");
+    EXPECT_EQ(fast.status, 0) << fast.complaint;
+    EXPECT_THAT(fast.output, HasSubstr("X        0..255, rest 127   10..250, rest 120\n"));
+    EXPECT_THAT(fast.complaint, IsEmpty());
+    EXPECT_EQ(run("calibrate --from late.hid --fast").status, 2) << "which?";
+
+    recordLate("000000.010000");
+    const Outcome inTime = run("calibrate stick --from late.hid --yes");
+    EXPECT_EQ(inTime.status, 0) << inTime.complaint;
+    EXPECT_THAT(inTime.output, HasSubstr("10..250, rest 120  10..250, rest 120  unchanged\n"))
+        << "with all that it sends at once";
+    EXPECT_EQ(inTime.complaint, "qzgc: waiting for \"Stick\" (4660-22136.A1), which the recording plugs in later\n");
+}
+
+TEST_F(Calibrate, SavesNothingWhenItIsInterruptedBeforeTheControllerComes) {
+    recordLate("009000.000000");
+    const Outcome outcome = run("calibrate stick --from late.hid --yes & sleeper=$!; "
+                                "until grep -q 'SigCgt:.*[4-7c-f]...$' /proc/$sleeper/status; do :; done; "
+                                "kill -TERM $sleeper; wait $sleeper");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.complaint, EndsWith("qzgc: ended before the controller was plugged in; nothing was changed\n"));
+    EXPECT_THAT(preferences(), IsEmpty());
 }
 
 TEST_F(Calibrate, RefusesAControllerThatHasNothingToCalibrate) {

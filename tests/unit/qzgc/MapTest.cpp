@@ -172,6 +172,21 @@ TEST_F(Map, AsksForACookieWhereSeveralControlsHaveOneName) {
     EXPECT_EQ(map("--set 3=roll").output, "X (3): roll\n\"roll\" is on several controls: X (2), X (3)\n");
 }
 
+TEST_F(Map, FindsAControllerThatIsPluggedInLater) {
+    write("late.hid", std::string("D: 0\n") + stick + otherStick +
+                          "D: 0\nE: 000000.000000 3 80 00 08\n# qzgc: unplugged 000000.000001\n"
+                          "D: 1\n# qzgc: plugged in 009000.000000\n");
+    for (const char* const pace : {"", "--fast "}) {
+        const Outcome set = run(std::string("map other --from late.hid --set x=yaw ") + pace);
+        EXPECT_EQ(set.status, 0) << set.complaint;
+        EXPECT_EQ(set.output, "X: yaw\n");
+        EXPECT_THAT(run(std::string("map other --from late.hid --show ") + pace).output,
+                    HasSubstr("X                    yaw\n"));
+        EXPECT_THAT(run(std::string("map other --from late.hid --json ") + pace).output, HasSubstr("4660-22136.B2"));
+    }
+    EXPECT_EQ(run("map --from late.hid").status, 2) << "which?";
+}
+
 TEST_F(Map, AsksForAControllerWhereThereAreSeveralAndSharesNothing) {
     write("stick.hid", std::string("D: 0\n") + stick + otherStick);
     EXPECT_EQ(map("--show").status, 2);

@@ -101,6 +101,9 @@ TEST_F(Record, EndsWhenTheTimeIsUp) {
     write("two.hid", twoSticks());
     const Outcome outcome = run("record - --from two.hid --fast --seconds 1");
     EXPECT_EQ(outcome.complaint, "qzgc: recorded 2 devices and 2 reports in standard output\n");
+    EXPECT_EQ(run("record - --from two.hid --fast --seconds 0.25").complaint,
+              "qzgc: recorded 1 device and 1 report in standard output\n")
+        << "the other one comes later";
     EXPECT_EQ(run("record - --from two.hid --seconds 0.01").complaint,
               "qzgc: recorded 1 device and 1 report in standard output\n");
 }

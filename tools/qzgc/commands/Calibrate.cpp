@@ -3,7 +3,7 @@
 
 #include "tools/qzgc/commands/CalibrateView.h"
 #include "tools/qzgc/plot/ValueTap.h"
-#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/ChosenController.h"
 #include "tools/qzgc/session/Output.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
@@ -180,13 +180,7 @@ ExitStatus calibrateController(const CalibrateOptions& options) {
     }
     const auto listener = std::make_shared<CalibrationListener>(chooseController(options.session, options.device));
     Session session(options.session);
-    session.start(listener);
-    session.settle();
-    const auto devices = session.manager().devices();
-    if (devices.empty()) {
-        throw Failure("the controller has gone; attach it again");
-    }
-    Calibration calibration(session, devices.front());
+    Calibration calibration(session, awaitChosen(session, options.session, listener));
     return isUnattended ? calibrateUnattended(session, *listener, calibration, options)
                         : calibrateOnTerminal(session, *listener, calibration);
 }

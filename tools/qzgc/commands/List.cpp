@@ -106,8 +106,7 @@ void printUnusable(const Unusable& unusable) {
 }
 
 void printNothing(const SessionOptions& options) {
-    const auto later =
-        options.from.empty() ? std::vector<ControllerIdentity>{} : findRecordedControllers(options).usable;
+    const auto later = options.from.empty() ? std::vector<ControllerIdentity>{} : findControllers(options).usable;
     std::cout << (later.empty()
                       ? "no controllers\n"
                       : "no controllers when the recording begins; plugged in later: " + listText(later) + '\n');

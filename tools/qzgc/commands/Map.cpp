@@ -2,7 +2,7 @@
 #include "tools/qzgc/commands/Map.h"
 
 #include "tools/qzgc/commands/MapTerminal.h"
-#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/ChosenController.h"
 #include "tools/qzgc/session/Mapping.h"
 #include "tools/qzgc/session/Output.h"
 #include "tools/qzgc/session/Storing.h"
@@ -90,16 +90,12 @@ ExitStatus mapControls(const MapOptions& options) {
         return mapOnTerminal(options.session, options.device);
     }
     const auto listener = std::make_shared<ChosenControllerListener>(chooseController(options.session, options.device));
-    Session session(options.session);
-    session.start(listener);
-    session.settle();
-    const auto devices = session.manager().devices();
-    if (devices.empty()) {
-        throw Failure("the controller has gone; attach it again");
-    }
+    const SessionOptions fast = withoutWaiting(options.session);
+    Session session(fast);
+    const auto device = awaitChosen(session, fast, listener);
     const auto& configuration = session.configuration();
-    const bool wasStored = configuration->existingConfiguration(*devices.front()) != nullptr;
-    Mapping mapping(configuration, devices.front());
+    const bool wasStored = configuration->existingConfiguration(*device) != nullptr;
+    Mapping mapping(configuration, device);
     std::string done;
     for (const MapEdit& each : options.edits) {
         done += withoutControlCharacters(apply(each, mapping)) + '\n';

@@ -2,7 +2,7 @@
 #include "tools/qzgc/commands/MapTerminal.h"
 
 #include "tools/qzgc/commands/MapView.h"
-#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/ChosenController.h"
 #include "tools/qzgc/session/Storing.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
@@ -72,13 +72,7 @@ ExitStatus mapOnTerminal(const SessionOptions& options, const std::string& devic
     Session session(options);
     session.manager().setReportRawValues(true);
     session.manager().setReportMappedValues(false);
-    session.start(listener);
-    session.settle();
-    const auto devices = session.manager().devices();
-    if (devices.empty()) {
-        throw Failure("the controller has gone; attach it again");
-    }
-    Mapping mapping(session.configuration(), devices.front());
+    Mapping mapping(session.configuration(), awaitChosen(session, options, listener));
     MapEditor editor(mapping, [&] { return save(session); });
     TerminalLoop* running = nullptr;
     TerminalLoop loop(

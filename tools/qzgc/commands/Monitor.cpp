@@ -47,7 +47,7 @@ void expectMeant(const MonitorOptions& options) {
     if (options.session.from.empty() || options.device.empty()) {
         return;
     }
-    const FoundControllers found = findRecordedControllers(options.session);
+    const FoundControllers found = findControllers(options.session);
     const bool isAnyMeant = std::ranges::any_of(
         found.usable, [&](const ControllerIdentity& each) { return isMeant(options.device, each); });
     if (!isAnyMeant) {

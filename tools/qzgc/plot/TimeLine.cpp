@@ -173,7 +173,7 @@ TimeLine gatherTimeLine(const SessionOptions& options, std::string_view device, 
     }
     TimeLine line = listener->take();
     if (line.devices.empty()) {
-        static_cast<void>(chooseRecordedController(options, device)); // says why there is none
+        static_cast<void>(chooseController(options, device)); // says why there is none
     }
     return line;
 }

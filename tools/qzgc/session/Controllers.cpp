@@ -89,16 +89,6 @@ ControllerIdentity firstUnlessNameable(const std::vector<ControllerIdentity>& me
     return meant.front();
 }
 
-std::string nothingThere(const SessionOptions& options) {
-    if (options.from.empty()) {
-        return "no controller is there; attach one, or name a recording with --from";
-    }
-    const FoundControllers later = findRecordedControllers(options);
-    return later.usable.empty()
-               ? "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has"
-               : "no controller is there when the recording begins; plugged in later: " + listText(later.usable);
-}
-
 } // namespace
 
 std::string listText(const std::vector<ControllerIdentity>& identities) {
@@ -165,34 +155,26 @@ ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text
                               : "no controller is called \"" + std::string(text) + "\"; there is " + listText(all));
 }
 
-ControllerIdentity chooseController(const SessionOptions& options, std::string_view text) {
-    SessionOptions looking = options;
-    looking.mayStore = false;
+FoundControllers findControllers(SessionOptions options) {
+    const bool isRecorded = !options.from.empty();
+    options.fast = options.fast || isRecorded;
+    options.seconds.reset();
+    options.mayStore = false;
     const auto listener = std::make_shared<IdentityListener>();
-    Session session(looking);
+    Session session(options);
     session.start(listener);
     session.settle();
-    const FoundControllers& found = listener->found();
-    return chosenOf(found, text, found.usable.empty() ? nothingThere(options) : "");
-}
-
-FoundControllers findRecordedControllers(const SessionOptions& options) {
-    SessionOptions fast = options;
-    fast.fast = true;
-    fast.mayStore = false;
-    const auto listener = std::make_shared<IdentityListener>();
-    Session session(fast);
-    session.start(listener);
-    session.settle();
-    while (!session.source().hasEnded()) {
+    while (isRecorded && !session.source().hasEnded()) {
         session.source().turn();
     }
     return listener->found();
 }
 
-ControllerIdentity chooseRecordedController(const SessionOptions& options, std::string_view text) {
-    const FoundControllers found = findRecordedControllers(options);
-    return chosenOf(found, text, found.usable.empty() ? nothingThere(options) : "");
+ControllerIdentity chooseController(const SessionOptions& options, std::string_view text) {
+    return chosenOf(findControllers(options), text,
+                    options.from.empty()
+                        ? "no controller is there; attach one, or name a recording with --from"
+                        : "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has");
 }
 
 bool ChosenControllerListener::hidManagerShouldConnectDevice(QZGCHIDManager& manager, platform::IOHIDDeviceRef device) {

@@ -53,15 +53,12 @@ struct FoundControllers {
 /// several that nothing tells apart.
 ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text, const std::string& ifNothing);
 
-/// All controllers that a recording ever has.
-FoundControllers findRecordedControllers(const SessionOptions& options);
+/// The controllers that are attached, or all that a recording ever has.
+FoundControllers findControllers(SessionOptions options);
 
-/// The one controller among those at the beginning of the source that DEVICE on the command line means. Throws Failure
-/// when there is none, WrongUse when there are several; both list what there is.
+/// The one controller among them that DEVICE on the command line means. Throws Failure when there is none, WrongUse
+/// when there are several; both list what there is.
 ControllerIdentity chooseController(const SessionOptions& options, std::string_view text);
-
-/// The same among all controllers that a recording ever has; the options must name one, to be played fast.
-ControllerIdentity chooseRecordedController(const SessionOptions& options, std::string_view text);
 
 /// A listener that admits the chosen controller alone: the first with this identity, and no second one beside it.
 class ChosenControllerListener : public Listener {

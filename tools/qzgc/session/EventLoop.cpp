@@ -96,8 +96,8 @@ void EventLoop::after(std::chrono::milliseconds delay, Handler handler) {
 
 void EventLoop::endAfter(const SessionOptions& options) {
     if (options.seconds && !options.fast) {
-        const std::chrono::duration<double> delay(*options.seconds);
-        after(std::chrono::ceil<std::chrono::milliseconds>(delay), [this] { stop(); });
+        const std::chrono::duration<double> limit(*options.seconds);
+        after(std::chrono::ceil<std::chrono::milliseconds>(limit - source_.time()), [this] { stop(); });
     }
 }
 
@@ -170,6 +170,9 @@ void EventLoop::serveSource(bool isReadable) {
     const auto due = source_.due();
     if (!end_ && (isReadable || (due && *due <= Clock::now()))) {
         source_.turn();
+        if (turned_) {
+            turned_();
+        }
     }
 }
 

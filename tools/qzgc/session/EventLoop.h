@@ -33,6 +33,9 @@ public:
     void onReadable(int fileDescriptor, Handler handler);
     void ignore(int fileDescriptor);
 
+    /// Calls `handler` whenever the source has had a turn.
+    void onTurn(Handler handler) { turned_ = std::move(handler); }
+
     /// Calls `handler` when the terminal has got another size.
     void onResize(Handler handler) { resized_ = std::move(handler); }
 
@@ -41,7 +44,8 @@ public:
     /// Calls it once.
     void after(std::chrono::milliseconds delay, Handler handler);
 
-    /// Ends `run` when the time is up that the options give. A recording that is played without waiting ends by itself.
+    /// Ends `run` when the time is up that the options give, counted from the beginning of the source. A recording that
+    /// is played without waiting ends by itself.
     void endAfter(const SessionOptions& options);
 
     /// Without this, `run` ends when the source has.
@@ -78,6 +82,7 @@ private:
     Source& source_;
     std::vector<Watch> watches_;
     std::vector<Timer> timers_;
+    Handler turned_;
     Handler resized_;
     std::optional<End> end_;
     bool staysAfterSource_ = false;
