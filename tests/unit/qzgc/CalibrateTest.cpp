@@ -265,9 +265,24 @@ TEST_F(Calibrate, TakesBackWhatCouldNotBeStored) {
 
 TEST_F(Calibrate, WatchesForAsLongAsItIsTold) {
     record(moved_ + "E: 009999.000000 3 00 00 00\n");
-    const Outcome outcome = run("calibrate --from stick.hid --seconds 1 --yes");
+    const Outcome outcome = run("calibrate --from stick.hid --seconds 0.05 --yes");
     EXPECT_EQ(outcome.status, 0) << outcome.complaint;
     EXPECT_THAT(outcome.output, HasSubstr("10..250, rest 120\n"));
+    // Without waiting the recording's own time counts.
+    record(moved_ + "E: 000001.500000 3 ff 00 00\nE: 000001.500001 3 00 00 00\n");
+    EXPECT_THAT(calibrate("--seconds 1.5").output, HasSubstr("10..255, rest 255\n"));
+    EXPECT_THAT(calibrate("--seconds 1.499").output, HasSubstr("10..250, rest 120  unchanged\n"));
+}
+
+TEST_F(Calibrate, SavesNothingWhenTheControllerDoesNotComeInTime) {
+    recordLate("009000.000000");
+    for (const char* const pace : {"--fast --seconds 8999.5", "--seconds 0.01"}) {
+        const Outcome outcome = run(std::string("calibrate stick --from late.hid --yes ") + pace);
+        EXPECT_EQ(outcome.status, 1) << pace;
+        EXPECT_THAT(outcome.complaint, EndsWith("qzgc: the recording plugs the controller in after the time that "
+                                                "--seconds gives; give it more\n"));
+    }
+    EXPECT_THAT(preferences(), IsEmpty());
 }
 
 TEST_F(Calibrate, SavesNothingWhenItIsInterrupted) {
@@ -293,8 +308,6 @@ TEST_F(Calibrate, AnswersWrongUse) {
     EXPECT_EQ(run("calibrate --yes").complaint,
               "qzgc: say how long to watch the controls: --seconds N; or name a recording with --from\n");
     EXPECT_EQ(run("calibrate").status, 2);
-    EXPECT_EQ(calibrate("--seconds 3").complaint,
-              "qzgc: --seconds are those of a clock, which --fast does not wait for; leave one of them out\n");
     EXPECT_EQ(run("calibrate --fast --yes").status, 2);
     for (const char* const arguments : {"--seconds 0", "--seconds x", "--seconds", "--seconds -1", "--dance", "a b"}) {
         const Outcome outcome = calibrate(arguments);
@@ -304,7 +317,7 @@ TEST_F(Calibrate, AnswersWrongUse) {
     EXPECT_EQ(run("calibrate --from missing.hid").complaint,
               "missing.hid: cannot be read: No such file or directory\n");
     EXPECT_EQ(run("calibrate nobody --from stick.hid").status, 1);
-    EXPECT_THAT(calibrate("--help").output, HasSubstr("--seconds N"));
+    EXPECT_THAT(calibrate("--help").output, HasSubstr("--seconds NUMBER"));
     EXPECT_EQ(calibrate("--yes >/dev/full").status, 1);
 }
 

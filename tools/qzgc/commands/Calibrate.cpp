@@ -140,9 +140,7 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
 ExitStatus calibrateUnattended(Session& session, CalibrationListener& listener, Calibration& calibration,
                                const CalibrateOptions& options) {
     EventLoop loop(session.source());
-    if (options.seconds) {
-        loop.after(std::chrono::seconds(*options.seconds), [&] { loop.stop(); });
-    }
+    loop.endAfter(options.session);
     listener.onGone = [&] { loop.stop(); };
     const EventLoop::End end = loop.run();
     listener.onGone = nullptr;
@@ -170,12 +168,9 @@ ExitStatus calibrateUnattended(Session& session, CalibrationListener& listener, 
 
 ExitStatus calibrateController(const CalibrateOptions& options) {
     const bool isUnattended =
-        options.yes || options.json || options.seconds || !inputIsTerminal() || !outputIsTerminal();
+        options.yes || options.json || options.session.seconds || !inputIsTerminal() || !outputIsTerminal();
     const bool isRecorded = !options.session.from.empty();
-    if (options.session.fast && options.seconds) {
-        throw WrongUse("--seconds are those of a clock, which --fast does not wait for; leave one of them out");
-    }
-    if (isUnattended && !isRecorded && !options.seconds) {
+    if (isUnattended && !isRecorded && !options.session.seconds) {
         throw WrongUse("say how long to watch the controls: --seconds N; or name a recording with --from");
     }
     const auto listener = std::make_shared<CalibrationListener>(chooseController(options.session, options.device));
