@@ -97,7 +97,9 @@ TEST(Controls, AreInputsAlone) {
     const Stick stick;
     EXPECT_EQ(controlsOf(stick.device()).size(), 7U);
     EXPECT_EQ(elementsOf(stick.device()).size(), 10U) << "a collection, an output and a feature more";
-    EXPECT_EQ(std::ranges::count_if(controlsOf(stick.device()), [](const auto& each) { return isHat(*each); }), 1);
+    EXPECT_EQ(std::ranges::count_if(controlsOf(stick.device()),
+                                    [](const auto& each) { return kindOf(*each) == ControlKind::Hat; }),
+              1);
 }
 
 TEST(Hats, PointClockwiseFromUpInAnyNumberOfSteps) {
@@ -120,7 +122,7 @@ TEST(Controls, AreMeantByCookieNameAndNameKey) {
     EXPECT_EQ(findControl(stick.device(), "qzhid_X")->cookie(), x);
     EXPECT_EQ(findControl(stick.device(), std::to_string(x))->cookie(), x);
     EXPECT_EQ(findControl(stick.device(), "button 3")->name(), "Button 3");
-    EXPECT_TRUE(isHat(*findControl(stick.device(), "1 / 57")));
+    EXPECT_EQ(kindOf(*findControl(stick.device(), "1 / 57")), ControlKind::Hat);
 }
 
 TEST(Controls, AreRefusedWhenNoneOrSeveralAreMeant) {

@@ -12,7 +12,7 @@ namespace {
 using std::chrono::milliseconds;
 using testing::HasSubstr;
 
-using Kind = MonitoredControl::Kind;
+using Kind = ControlKind;
 
 ControllerIdentity identity(const std::string& name) {
     return {.name = name, .kind = "Joystick", .typeID = "1-2", .instanceID = "1-2.A", .bus = "USB"};

@@ -9,23 +9,24 @@ namespace qz::tools {
 
 namespace {
 
-MonitoredControl::Kind kindOf(const QZHIDElement& element) {
-    if (element.isMovingControl()) {
-        return MonitoredControl::Kind::Moving;
+/// The view has a place for every button.
+ControlKind shownKindOf(const QZHIDElement& element) {
+    switch (const ControlKind kind = kindOf(element); kind) {
+    case ControlKind::DirectionPadButton:
+        return ControlKind::Button;
+    case ControlKind::Consumer:
+        return ControlKind::Other;
+    default:
+        return kind;
     }
-    if (isHat(element)) {
-        return MonitoredControl::Kind::Hat;
-    }
-    return element.isPushButton() || element.isPartOfDirectionPad() ? MonitoredControl::Kind::Button
-                                                                    : MonitoredControl::Kind::Other;
 }
 
 MonitoredControl controlOf(QZGCConfigurationManager& configuration, const QZHIDElement& element) {
     MonitoredControl control;
-    control.kind = kindOf(element);
+    control.kind = shownKindOf(element);
     control.cookie = element.cookie();
     // The library has no name for hats.
-    control.name = control.kind == MonitoredControl::Kind::Hat ? "Hat" : element.name();
+    control.name = control.kind == ControlKind::Hat ? "Hat" : element.name();
     control.action = withoutControlCharacters(std::string(configuration.actionString(element).value_or("")));
     control.reversed = configuration.mustReverseDirection(element);
     control.logicalMin = element.theoreticalMin();

@@ -12,9 +12,7 @@ namespace qz::tools {
 
 /// One control as the monitor shows it.
 struct MonitoredControl {
-    enum class Kind : std::uint8_t { Moving, Hat, Button, Other };
-
-    Kind kind = Kind::Other;
+    ControlKind kind = ControlKind::Other; ///< Moving, Hat, Button or Other
     std::int64_t cookie = 0;
     std::string name = {};
     std::string action = {}; ///< empty: none

@@ -9,7 +9,7 @@ namespace qz::tools {
 
 namespace {
 
-using Kind = MonitoredControl::Kind;
+using Kind = ControlKind;
 
 constexpr Style titleStyle{.bold = true, .reverse = true};
 constexpr Style dimStyle{.dim = true};

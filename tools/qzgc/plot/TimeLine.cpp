@@ -11,12 +11,13 @@ namespace qz::tools {
 
 namespace {
 
-LaneKind kindOf(const QZHIDElement& element) {
-    if (isHat(element)) {
+LaneKind laneKindOf(const QZHIDElement& element) {
+    const ControlKind kind = kindOf(element);
+    if (kind == ControlKind::Hat) {
         return LaneKind::Hat;
     }
     const bool isSwitch = element.theoreticalMin() == 0 && element.theoreticalMax() == 1;
-    return isSwitch || element.isPushButton() ? LaneKind::Switch : LaneKind::Moving;
+    return isSwitch || kind == ControlKind::Button ? LaneKind::Switch : LaneKind::Moving;
 }
 
 double valueOf(const QZHIDElement& element, LaneKind kind, std::int64_t raw) {
@@ -107,7 +108,7 @@ ControlLane& TimeLineListener::laneOf(DeviceLanes& lanes, const QZHIDElement& el
     if (place != lanes.controls.end() && place->cookie == element.cookie()) {
         return *place;
     }
-    return *lanes.controls.insert(place, {element.cookie(), element.name(), kindOf(element), Trace(line_.scale)});
+    return *lanes.controls.insert(place, {element.cookie(), element.name(), laneKindOf(element), Trace(line_.scale)});
 }
 
 void TimeLineListener::elementValue(const QZHIDElement& element, std::int64_t raw) {
@@ -127,7 +128,7 @@ ActionLane& TimeLineListener::laneOf(const std::string& action, LaneKind kind) {
 
 void TimeLineListener::hidManagerActionNewValue(QZGCHIDManager& /*manager*/, const std::string& action,
                                                 double newValue) {
-    const bool isSwitch = trigger_ && kindOf(*trigger_) == LaneKind::Switch;
+    const bool isSwitch = trigger_ && laneKindOf(*trigger_) == LaneKind::Switch;
     ActionLane& lane = laneOf(action, isSwitch ? LaneKind::Switch : LaneKind::Moving);
     lane.trace.add(now(), newValue);
     if (!isSwitch) {

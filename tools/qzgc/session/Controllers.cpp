@@ -203,8 +203,21 @@ std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device)
     return controls;
 }
 
-bool isHat(const QZHIDElement& element) {
-    return element.usagePage() == 0x01 && element.usage() == 0x39; // HID Usage Tables 1.5, section 4: Hat Switch
+ControlKind kindOf(const QZHIDElement& element) {
+    if (element.isMovingControl()) {
+        return ControlKind::Moving;
+    }
+    if (element.isPushButton()) {
+        return ControlKind::Button;
+    }
+    if (element.isPartOfDirectionPad()) {
+        return ControlKind::DirectionPadButton;
+    }
+    if (element.isConsumerElement()) {
+        return ControlKind::Consumer;
+    }
+    // HID Usage Tables 1.5, section 4: Hat Switch
+    return element.usagePage() == 0x01 && element.usage() == 0x39 ? ControlKind::Hat : ControlKind::Other;
 }
 
 HatDirection directionOf(std::int64_t minimum, std::int64_t maximum, std::int64_t raw) {

@@ -80,7 +80,16 @@ std::vector<std::shared_ptr<QZHIDElement>> elementsOf(const QZHIDDevice& device)
 /// Those of them that a user can move or press: inputs, without collections, outputs and features.
 std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device);
 
-bool isHat(const QZHIDElement& element);
+/// What a control is; no element is two of them.
+enum class ControlKind : std::uint8_t {
+    Moving, ///< an axis, slider, dial or wheel
+    Hat,
+    Button,
+    DirectionPadButton,
+    Consumer, ///< a button of a remote control, such as Home
+    Other,
+};
+ControlKind kindOf(const QZHIDElement& element);
 
 /// The eight directions of a hat, clockwise from up; the centre where it is let go.
 enum class HatDirection : std::uint8_t { Up, UpRight, Right, DownRight, Down, DownLeft, Left, UpLeft, Centre };

@@ -25,14 +25,18 @@ bool isTurning(const QZHIDElement& element) {
            element.theoreticalMax() > 0;
 }
 
-std::optional<Kind> kindOf(const QZHIDElement& element) {
-    if (element.isMovingControl()) {
+/// Nothing for what cannot be detected.
+std::optional<Kind> detectedAs(const QZHIDElement& element) {
+    switch (kindOf(element)) {
+    case ControlKind::Moving:
         return isTurning(element) ? Kind::Turning : Kind::Moving;
-    }
-    if (element.isPushButton() || element.isConsumerElement() || element.isPartOfDirectionPad()) {
+    case ControlKind::Hat:
+        return Kind::Hat;
+    case ControlKind::Other:
+        return std::nullopt;
+    default:
         return Kind::Button;
     }
-    return isHat(element) ? std::optional(Kind::Hat) : std::nullopt;
 }
 
 /// The calibrated travel as far as the controller declares it: what is stored may have any ends, and what lies beyond
@@ -47,7 +51,7 @@ std::pair<std::int64_t, std::int64_t> travelOf(const QZHIDElement& element) {
 std::vector<BindingDetector::Control> detectable(const Mapping& mapping, const std::string& action) {
     std::vector<BindingDetector::Control> controls;
     for (const auto& each : controlsOf(mapping.device())) {
-        if (const auto kind = kindOf(*each)) {
+        if (const auto kind = detectedAs(*each)) {
             const auto [minimum, maximum] =
                 *kind == Kind::Moving ? travelOf(*each) : std::pair(each->theoreticalMin(), each->theoreticalMax());
             controls.push_back({.cookie = each->cookie(),
