@@ -111,8 +111,9 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
             session.source(), "use --seconds and --yes",
             [&](Canvas& canvas) {
                 guide.tick(now());
-                running->stayAwake(guide.step() ==
-                                   CalibrationGuide::Step::LettingGo); // stillness is told by time alone
+                if (guide.step() == CalibrationGuide::Step::LettingGo) {
+                    running->wake(); // stillness is told by time alone
+                }
                 drawCalibration(canvas, guide, listener.chosen().name);
             },
             [&](int key) {

@@ -79,7 +79,9 @@ ExitStatus mapOnTerminal(const SessionOptions& options, const std::string& devic
         session.source(), "use options such as --show and --set",
         [&](Canvas& canvas) {
             editor.tick(MapListener::now());
-            running->stayAwake(editor.mode() == MapEditor::Mode::Listening);
+            if (editor.mode() == MapEditor::Mode::Listening) {
+                running->wake();
+            }
             drawMap(canvas, editor, listener->chosen().name, MapListener::now());
         },
         [&](int key) {
