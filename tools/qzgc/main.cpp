@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/qzgc/CommandLine.h"
 #include "tools/qzgc/TextFile.h"
+#include "tools/qzgc/session/Text.h"
 
-#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -12,10 +12,8 @@ using namespace qz::tools;
 namespace {
 
 /// One line of complaint, whatever names and arguments it repeats: no line ends, and nothing that steers a terminal.
-ExitStatus complain(std::string message, ExitStatus status) {
-    std::ranges::replace_if(
-        message, [](unsigned char each) { return each < ' ' || each == 0x7f; }, ' ');
-    std::cerr << message << '\n';
+ExitStatus complain(const std::string& message, ExitStatus status) {
+    std::cerr << withoutControlCharacters(message) << '\n';
     return status;
 }
 

@@ -109,7 +109,7 @@ std::string typeText(QZHIDElementType type) {
 void printElement(const QZHIDElement& element, std::size_t depth) {
     std::string range;
     if (!element.isCollection()) {
-        range = std::to_string(element.theoreticalMin()) + ".." + std::to_string(element.theoreticalMax());
+        range = rangeText(element.theoreticalMin(), element.theoreticalMax());
     }
     const std::string usage = hexadecimal(static_cast<std::uint64_t>(element.usagePage()), 2) + ":" +
                               hexadecimal(static_cast<std::uint64_t>(element.usage()), 2);

@@ -43,22 +43,17 @@ ControlCounts countControls(const QZHIDDevice& device) {
     return counts;
 }
 
-std::string countText(std::size_t count, std::string_view one, std::string_view many) {
-    return std::to_string(count) + ' ' + std::string(count == 1 ? one : many);
-}
-
 std::string countsText(ControlCounts counts) {
-    std::string text = countText(counts[ControlKind::Button], "button", "buttons") + ", " +
-                       countText(counts[ControlKind::Moving], "moving control", "moving controls");
+    std::string text = countText(counts[ControlKind::Button], "button") + ", " +
+                       countText(counts[ControlKind::Moving], "moving control");
     if (counts[ControlKind::Hat] > 0) {
-        text += ", " + countText(counts[ControlKind::Hat], "hat", "hats");
+        text += ", " + countText(counts[ControlKind::Hat], "hat");
     }
     if (counts[ControlKind::DirectionPadButton] > 0) {
-        text +=
-            ", " + countText(counts[ControlKind::DirectionPadButton], "direction pad button", "direction pad buttons");
+        text += ", " + countText(counts[ControlKind::DirectionPadButton], "direction pad button");
     }
     if (counts[ControlKind::Other] > 0) {
-        text += ", " + countText(counts[ControlKind::Other], "other control", "other controls");
+        text += ", " + countText(counts[ControlKind::Other], "other control");
     }
     return text;
 }

@@ -100,10 +100,6 @@ std::string whyNothing(const RecordOptions& options, const RecordingListener& li
     return (options.device.empty() ? "no controller came" : called + ", and none came") + "; attach one";
 }
 
-std::string countText(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
-}
-
 void tellWhatWasRecorded(const RecordingListener& listener, const std::string& name) {
     std::cerr << "qzgc: recorded " << countText(listener.devices(), "device") << " and "
               << countText(listener.reports(), "report") << " in " << name << '\n';

@@ -142,16 +142,12 @@ void MonitorListener::refresh(Connected& connected) {
     for (std::size_t i = 0; i < connected.elements.size(); ++i) {
         const QZHIDElement& element = *connected.elements[i];
         MonitoredControl& control = connected.controller->controls[i];
-        platform::HIDValue value;
-        if (IOHIDDeviceGetValueWithOptions(connected.device->ioHIDDeviceRef(), element.ioHIDElementRef(), value,
-                                           platform::kIOHIDDeviceGetValueWithoutUpdateOption) !=
-                platform::kIOReturnSuccess ||
-            control.raw == value.integerValue) {
-            continue;
+        const auto value = lastKnownValue(*connected.device, element);
+        if (value && control.raw != value) {
+            control.raw = value;
+            control.normalized = element.normalizedValue(*value);
+            control.spread.add(*value, now);
         }
-        control.raw = value.integerValue;
-        control.normalized = element.normalizedValue(value.integerValue);
-        control.spread.add(value.integerValue, now);
     }
 }
 

@@ -57,8 +57,7 @@ CalibratedRange preview(QZHIDElement& element) {
 } // namespace
 
 std::string rangeText(const CalibratedRange& range) {
-    return std::to_string(range.minimum) + ".." + std::to_string(range.maximum) + ", rest " +
-           std::to_string(range.rest);
+    return rangeText(range.minimum, range.maximum) + ", rest " + std::to_string(range.rest);
 }
 
 Calibration::Calibration(Session& session, std::shared_ptr<QZHIDDevice> device)
@@ -68,12 +67,9 @@ Calibration::Calibration(Session& session, std::shared_ptr<QZHIDDevice> device)
     if (elements.empty()) {
         throw Failure("the controller has no axis, slider, dial or wheel: there is nothing to calibrate");
     }
+    const auto labels = labelsOf(elements);
     for (const auto& each : elements) {
-        const std::string name = each->name();
-        const auto count = std::ranges::count_if(elements, [&](const auto& other) { return other->name() == name; });
-        controls_.push_back({.element = each,
-                             .label = count == 1 ? name : name + " (" + std::to_string(each->cookie()) + ')',
-                             .before = rangeOf(*each)});
+        controls_.push_back({.element = each, .label = labels.at(each->cookie()), .before = rangeOf(*each)});
     }
     session_.manager().startCalibration();
 }
@@ -127,13 +123,13 @@ bool isAnyMoved(const std::vector<CalibrationRow>& rows) {
 }
 
 std::string labelsOf(const std::vector<CalibrationRow>& rows, bool moved) {
-    std::string text;
+    std::vector<std::string> labels;
     for (const CalibrationRow& each : rows) {
         if (each.isMoved == moved) {
-            text += (text.empty() ? "" : ", ") + each.label;
+            labels.push_back(each.label);
         }
     }
-    return text;
+    return joined(labels);
 }
 
 std::string remarkOn(const CalibrationRow& row) {

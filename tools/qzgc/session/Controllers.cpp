@@ -92,18 +92,16 @@ ControllerIdentity firstUnlessNameable(const std::vector<ControllerIdentity>& me
 } // namespace
 
 std::string listText(const std::vector<ControllerIdentity>& identities) {
-    std::string text;
+    std::vector<std::string> texts;
+    texts.reserve(identities.size());
     for (const ControllerIdentity& each : identities) {
-        text += text.empty() ? "" : ", ";
-        text += '"' + each.name + "\" (" + withoutControlCharacters(each.instanceID) + ')';
+        texts.push_back('"' + each.name + "\" (" + withoutControlCharacters(each.instanceID) + ')');
     }
-    return text;
+    return joined(texts);
 }
 
-std::string withoutControlCharacters(std::string text) {
-    std::ranges::replace_if(
-        text, [](unsigned char each) { return each < ' ' || each == 0x7f; }, ' ');
-    return text;
+std::string unusableText(const ControllerIdentity& identity, std::string_view why) {
+    return ('"' + identity.name + "\" cannot be used: ").append(why);
 }
 
 ControllerIdentity identityOf(const QZHIDDevice& device) {
@@ -149,7 +147,7 @@ ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text
         found.unusable, [&](const FoundControllers::Unusable& each) { return isMeant(text, each.identity); });
     if (unusable != found.unusable.end() || (all.empty() && !found.unusable.empty())) {
         const auto& told = unusable != found.unusable.end() ? *unusable : found.unusable.front();
-        throw Failure('"' + told.identity.name + "\" cannot be used: " + told.why);
+        throw Failure(unusableText(told.identity, told.why));
     }
     throw Failure(all.empty() ? ifNothing
                               : "no controller is called \"" + std::string(text) + "\"; there is " + listText(all));
@@ -203,6 +201,20 @@ std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device)
     return controls;
 }
 
+std::map<std::int64_t, std::string> labelsOf(const std::vector<std::shared_ptr<QZHIDElement>>& controls) {
+    std::map<std::int64_t, std::string> labels;
+    std::map<std::string, int> bearers;
+    for (const auto& each : controls) {
+        ++bearers[labels.emplace(each->cookie(), each->name()).first->second];
+    }
+    for (auto& [cookie, label] : labels) {
+        if (bearers[label] > 1) {
+            label += " (" + std::to_string(cookie) + ')';
+        }
+    }
+    return labels;
+}
+
 ControlKind kindOf(const QZHIDElement& element) {
     if (element.isMovingControl()) {
         return ControlKind::Moving;
@@ -251,11 +263,13 @@ std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string
         throw WrongUse("no control is called \"" + std::string(text) + "\"; 'qzgc elements' lists them");
     }
     if (found.size() > 1) {
-        std::string cookies;
+        std::vector<std::string> cookies;
+        cookies.reserve(found.size());
         for (const auto& each : found) {
-            cookies += (cookies.empty() ? "" : ", ") + std::to_string(each->cookie());
+            cookies.push_back(std::to_string(each->cookie()));
         }
-        throw WrongUse("several controls are called \"" + std::string(text) + "\"; name one by its cookie: " + cookies);
+        throw WrongUse("several controls are called \"" + std::string(text) +
+                       "\"; name one by its cookie: " + joined(cookies));
     }
     return found.front();
 }

@@ -3,7 +3,9 @@
 
 #include "tools/qzgc/JSONText.h"
 #include "tools/qzgc/session/Session.h"
+#include "tools/qzgc/session/Text.h"
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,8 +32,8 @@ ControllerIdentity identityOf(QZGCHIDManager& manager, platform::IOHIDDeviceRef 
 /// For messages: "Stick" (4660-22136.A1), and so on.
 std::string listText(const std::vector<ControllerIdentity>& identities);
 
-/// `text` on one line: with blanks in place of control characters.
-std::string withoutControlCharacters(std::string text);
+/// `"Stick" cannot be used: no permission to read it`, and so on.
+std::string unusableText(const ControllerIdentity& identity, std::string_view why);
 
 /// Whether DEVICE on the command line means this controller: its instance ID or its type ID, or a part of its name in
 /// any case. An empty text means any.
@@ -79,6 +81,9 @@ void appendMembers(JSONText& json, const ControllerIdentity& identity);
 std::vector<std::shared_ptr<QZHIDElement>> elementsOf(const QZHIDDevice& device);
 /// Those of them that a user can move or press: inputs, without collections, outputs and features.
 std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device);
+
+/// Their names by their cookies, with the cookie behind the name where several have it.
+std::map<std::int64_t, std::string> labelsOf(const std::vector<std::shared_ptr<QZHIDElement>>& controls);
 
 /// What a control is; no element is two of them.
 enum class ControlKind : std::uint8_t {

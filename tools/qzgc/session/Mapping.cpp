@@ -31,16 +31,7 @@ Mapping::Mapping(std::shared_ptr<QZGCConfigurationManager> configuration, std::s
 void Mapping::setDevice(std::shared_ptr<QZHIDDevice> device) {
     device_ = std::move(device);
     configuration_->existingOrDefaultConfiguration(*device_);
-    labels_.clear();
-    std::map<std::string, int> bearers;
-    for (const auto& each : controlsOf(*device_)) {
-        ++bearers[labels_.emplace(each->cookie(), each->name()).first->second];
-    }
-    for (auto& [cookie, label] : labels_) {
-        if (bearers[label] > 1) {
-            label += " (" + std::to_string(cookie) + ')';
-        }
-    }
+    labels_ = labelsOf(controlsOf(*device_));
 }
 
 const std::string& Mapping::label(const QZHIDElement& element) const {
@@ -161,11 +152,7 @@ void Mapping::setReversed(const QZHIDElement& element, bool reversed) {
 }
 
 std::string listOf(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& each : names) {
-        text += (text.empty() ? "" : ", ") + each;
-    }
-    return text.empty() ? "none" : text;
+    return names.empty() ? "none" : joined(names);
 }
 
 std::string labelsOf(const std::vector<MappedControl>& controls) {

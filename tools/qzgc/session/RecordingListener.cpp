@@ -79,7 +79,7 @@ void RecordingListener::controllerUnusable(QZGCHIDManager& manager, platform::IO
                                            platform::IOReturn why) {
     const ControllerIdentity identity = identityOf(manager, device);
     if (isMeant(device_, identity)) {
-        std::cerr << "qzgc: \"" << identity.name << "\" cannot be used: " << statusText(why) << remedyText(why) << '\n';
+        std::cerr << "qzgc: " << unusableText(identity, statusText(why) + remedyText(why)) << '\n';
     }
 }
 
