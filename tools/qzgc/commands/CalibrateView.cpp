@@ -44,18 +44,14 @@ void drawBar(Canvas& canvas, int line, const CalibrationRow& row, const Columns&
     if (length <= 0) {
         return;
     }
-    const int from = row.isSeen ? cellOf(row, row.seenMinimum, length) : length;
-    const int to = row.isSeen ? cellOf(row, row.seenMaximum, length) : -1;
-    const int at = row.value ? cellOf(row, *row.value, length) : -1;
-    for (int i = 0; i < length; ++i) {
-        const bool isSeen = i >= from && i <= to;
-        const char* mark = canvas.unicode() ? isSeen ? "█" : "·" : isSeen ? "#" : ".";
-        Style style{.colour = isSeen && row.isMoved ? Colour::Green : Colour::Default, .dim = !isSeen};
-        if (i == at) {
-            mark = canvas.unicode() ? "│" : "|";
-            style = {.bold = true, .reverse = isSeen};
-        }
-        canvas.put(line, columns.bar + i, mark, style);
+    const int from = row.isSeen ? cellOf(row, row.seenMinimum, length) : 0;
+    const int to = row.isSeen ? cellOf(row, row.seenMaximum, length) + 1 : 0;
+    canvas.dots(line, columns.bar, columns.barEnd, faint);
+    canvas.blocks(line, columns.bar + from, columns.bar + to,
+                  {.colour = row.isMoved ? Colour::Green : Colour::Default});
+    if (row.value) {
+        const int at = cellOf(row, *row.value, length);
+        canvas.mark(line, columns.bar + at, {.bold = true, .reverse = at >= from && at < to});
     }
 }
 

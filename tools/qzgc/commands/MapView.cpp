@@ -133,11 +133,8 @@ void drawLeader(Canvas& canvas, int row, MapEditor& editor, MapEditor::Time now)
     constexpr int length = 20;
     const int filled = static_cast<int>(std::lround(leader->excursion * length));
     const int column = canvas.put(row, 0, editor.mapping().label(*element) + "  ", emphasis);
-    for (int i = 0; i < length; ++i) {
-        const bool isFilled = i < filled;
-        const char* const mark = canvas.unicode() ? isFilled ? "█" : "·" : isFilled ? "#" : ".";
-        canvas.put(row, column + i, mark);
-    }
+    canvas.dots(row, column, column + length);
+    canvas.blocks(row, column, column + std::min(filled, length));
     canvas.put(row, column + length + 1, std::to_string(std::lround(leader->excursion * 100)) + " %");
 }
 
