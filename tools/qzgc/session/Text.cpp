@@ -16,7 +16,7 @@ std::string rangeText(std::int64_t low, std::int64_t high) {
 std::string joined(const std::vector<std::string>& parts) {
     std::string text;
     for (const std::string& each : parts) {
-        text += (text.empty() ? "" : ", ") + each;
+        text += (&each == &parts.front() ? "" : ", ") + each;
     }
     return text;
 }
