@@ -151,6 +151,10 @@ void Mapping::setReversed(const QZHIDElement& element, bool reversed) {
     configuration_->setReverseDirection(reversed, element);
 }
 
+std::string quoted(const std::string& action) {
+    return '"' + action + '"';
+}
+
 std::string listOf(const std::vector<std::string>& names) {
     return names.empty() ? "none" : joined(names);
 }
