@@ -14,7 +14,6 @@ using namespace qz::tools;
 using qz::platform::ReportDescriptor;
 using qz::platform::VirtualDevice;
 using qz::platform::VirtualPlatform;
-using testing::IsEmpty;
 
 const ControllerIdentity knueppel = {
     .name = "Kn\xC3\xBCppel PRO", .kind = "Joystick", .typeID = "12-34", .instanceID = "12-34.0", .bus = "USB"};

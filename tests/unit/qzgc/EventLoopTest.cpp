@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/qzgc/session/EventLoop.h"
 
+#include "tools/qzgc/session/Session.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -67,9 +69,10 @@ public:
         return 1;
     }
     bool hasEnded() const override { return turnsLeft_ == 0; }
-    std::chrono::microseconds time() const override { return {}; }
+    std::chrono::microseconds time() const override { return past; }
 
     int turns = 0;
+    std::chrono::microseconds past{0};
 
 private:
     int turnsLeft_;
@@ -136,6 +139,28 @@ TEST_F(EventLoopTest, GoesOnAfterItsSourceWhenItIsTold) {
     loop.after(milliseconds(0), [&] { loop.after(milliseconds(0), [&] { loop.stop(); }); });
     EXPECT_EQ(loop.run(), EventLoop::End::Stopped);
     EXPECT_EQ(source.turns, 1);
+}
+
+TEST_F(EventLoopTest, TellsOfEachTurnOfItsSource) {
+    FakeSource source(3);
+    EventLoop loop(source);
+    std::vector<int> turns;
+    loop.onTurn([&] {
+        turns.push_back(source.turns);
+        if (source.turns == 2) {
+            loop.stop();
+        }
+    });
+    EXPECT_EQ(loop.run(), EventLoop::End::Stopped);
+    EXPECT_THAT(turns, ElementsAre(1, 2));
+}
+
+TEST_F(EventLoopTest, CountsItsLimitFromTheBeginningOfTheSource) {
+    FakeSource source = silent();
+    source.past = std::chrono::hours(1);
+    EventLoop loop(source);
+    loop.endAfter({.seconds = 3600.0});
+    EXPECT_EQ(loop.run(), EventLoop::End::Stopped);
 }
 
 TEST_F(EventLoopTest, EndsBySignals) {
