@@ -228,7 +228,7 @@ void MapEditor::cancel() {
 }
 
 std::string MapEditor::message(Time now) {
-    const std::string text = isThere_ ? "" : "The controller is unplugged; plug it in again. Nothing is lost. ";
+    std::string text = isThere_ ? "" : "The controller is unplugged; plug it in again. Nothing is lost. ";
     switch (mode()) {
     case Mode::Choosing:
         return text + said_;
