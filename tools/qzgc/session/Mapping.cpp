@@ -169,8 +169,8 @@ std::string labelsOf(const std::vector<MappedControl>& controls) {
 }
 
 std::string conflictText(const ActionConflict& conflict) {
-    return withoutControlCharacters('"' + conflict.action + "\" is on several controls: ") +
-           labelsOf(conflict.controls);
+    return withoutControlCharacters(quoted(conflict.action)) +
+           " is on several controls: " + labelsOf(conflict.controls);
 }
 
 void appendMembers(JSONText& json, const Mapping& mapping) {
