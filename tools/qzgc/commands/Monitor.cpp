@@ -18,7 +18,8 @@ namespace {
 ExitStatus printEvents(const MonitorOptions& options) {
     Session session(options.session);
     EventLoop loop(session.source());
-    Output output(STDOUT_FILENO, "standard output");
+    Output output(STDOUT_FILENO, "standard output",
+                  [&](int fileDescriptor) { return loop.waitUntilWritable(fileDescriptor); });
     const auto listener = std::make_shared<EventLines>(
         EventLines::Options{.device = options.device, .json = options.json, .raw = options.raw},
         [&] { return session.source().time(); },

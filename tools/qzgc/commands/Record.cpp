@@ -123,14 +123,17 @@ ExitStatus record(const RecordOptions& options) {
     Session session(options.session);
     EventLoop loop(session.source());
     RecordingFile file(options.file, options.force);
-    Output output(file.fileDescriptor(), file.name());
+    Output output(file.fileDescriptor(), file.name(),
+                  [&](int fileDescriptor) { return loop.waitUntilWritable(fileDescriptor); });
     const auto listener = std::make_shared<RecordingListener>(
         options.device, [&] { return session.source().time(); },
         [&](const std::string& text) {
             file.begin();
-            if (!output.write(text)) {
+            const bool isWritten = output.write(text);
+            if (!isWritten) {
                 loop.stop();
             }
+            return isWritten;
         });
     if (options.session.from.empty()) {
         listener->announceControllers();
