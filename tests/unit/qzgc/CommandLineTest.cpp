@@ -79,7 +79,10 @@ TEST_F(CommandLine, AnswersWrongUseWithOneLineThatSaysWhereToReadOn) {
         EXPECT_THAT(outcome.output, IsEmpty()) << arguments;
         EXPECT_THAT(outcome.complaint, MatchesRegex("qzgc: [^\n]+; see 'qzgc[a-z ]* --help'\n")) << arguments;
     }
-    EXPECT_THAT(run("dance").complaint, HasSubstr("dance"));
+    EXPECT_EQ(run("moniter --lines").complaint,
+              "qzgc: no command is called \"moniter\"; the nearest is monitor; see 'qzgc --help'\n");
+    EXPECT_EQ(run("dance").complaint, "qzgc: no command is called \"dance\"; there is list, elements, monitor, record, "
+                                      "replay, plot, map, calibrate, simulate; see 'qzgc --help'\n");
     EXPECT_THAT(run("simulate").complaint, HasSubstr("'qzgc simulate --help'"));
 }
 

@@ -6,6 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
 // What DEVICE and CONTROL on a command line mean.
 
 namespace {
@@ -50,6 +54,19 @@ TEST(Controllers, ThatMayNotBeReadAreNamedWhereTheyAreMeant) {
     EXPECT_EQ(choice({{}, {}, found.unusable}, ""), "\"Wheel\" cannot be used: a");
     EXPECT_EQ(choice({{}, {}, found.unusable}, "stick"), "\"Wheel\" cannot be used: a");
     EXPECT_EQ(choice({}, ""), "nothing");
+}
+
+TEST(Controllers, AreNoFilesUnlessTheyHaveTheName) {
+    const std::string file = testing::TempDir() + "qzgc-" + std::to_string(::getpid()) + "-Pad";
+    std::ofstream(file) << "a recording";
+    const FoundControllers found = {{identity("Pad", "1-1.0")}, {}, {}};
+    EXPECT_NO_THROW(expectNoFile(found, ""));
+    EXPECT_NO_THROW(expectNoFile(found, "no file"));
+    EXPECT_NO_THROW(expectNoFile(found, testing::TempDir())) << "a directory is none";
+    EXPECT_THROW(expectNoFile(found, file), WrongUse);
+    EXPECT_NO_THROW(expectNoFile({{identity(file, "1-1.0")}, {}, {}}, file));
+    EXPECT_NO_THROW(expectNoFile({{}, {}, {{identity("Pad", file), "not readable"}}}, file));
+    std::filesystem::remove(file);
 }
 
 TEST(Controllers, WithTheSameInstanceIDAreToldApartByTheirNames) {

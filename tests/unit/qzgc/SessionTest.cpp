@@ -136,6 +136,19 @@ TEST_F(Commands, PrintTheElementsOfTheControllerThatIsMeant) {
     EXPECT_EQ(left[0]["elements"][0]["members"][0]["maximum"], 255);
 }
 
+TEST_F(Commands, SayHowARecordingIsNamed) {
+    for (const char* const command : {"elements", "monitor", "record out.hid", "calibrate --yes --seconds 1", "map"}) {
+        expectRefused(
+            std::string(command) + " sticks.hid", 2,
+            "qzgc: no controller is called \"sticks.hid\", but a file is: to take the devices of a recording, "
+            "use --from sticks.hid\n");
+    }
+    EXPECT_FALSE(std::filesystem::exists(path("out.hid")));
+    EXPECT_THAT(run("list sticks.hid").complaint,
+                HasSubstr("; to take the devices of a recording, use --from sticks.hid;"));
+    EXPECT_THAT(run("elements --from sticks.hid sticks.hid").complaint, HasSubstr("; there is \"Left"));
+}
+
 TEST_F(Commands, SayWhichControllersThereAreWhenNotOneIsMeant) {
     const std::string all = "\"Left Stick\" (4660-22136.L1), \"Right   Stick\" (4660-1.R1)\n";
     expectRefused("elements --from sticks.hid", 2,

@@ -46,6 +46,7 @@ ExitStatus printEvents(const MonitorOptions& options) {
 /// Whatever the pace and the limit are, a name that no controller of the recording has is told at the beginning.
 void expectMeant(const MonitorOptions& options) {
     if (options.session.from.empty() || options.device.empty()) {
+        expectNoFile(options.session, options.device);
         return;
     }
     const FoundControllers found = findRecordedControllers(options.session);

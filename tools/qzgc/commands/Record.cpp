@@ -120,6 +120,7 @@ void run(Session& session, EventLoop& loop, const std::shared_ptr<RecordingListe
 } // namespace
 
 ExitStatus record(const RecordOptions& options) {
+    expectNoFile(options.session, options.device);
     Session session(options.session);
     EventLoop loop(session.source());
     RecordingFile file(options.file, options.force);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <filesystem>
 #include <iostream>
 #include <map>
 
@@ -89,6 +90,17 @@ ControllerIdentity firstUnlessNameable(const std::vector<ControllerIdentity>& me
     return meant.front();
 }
 
+/// What there is at the beginning.
+FoundControllers findControllers(const SessionOptions& options) {
+    SessionOptions looking = options;
+    looking.mayStore = false;
+    const auto listener = std::make_shared<IdentityListener>();
+    Session session(looking);
+    session.start(listener);
+    session.settle();
+    return listener->found();
+}
+
 std::string nothingThere(const SessionOptions& options) {
     if (options.from.empty()) {
         return "no controller is there; attach one, or name a recording with --from";
@@ -165,14 +177,32 @@ ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text
                               : "no controller is called \"" + std::string(text) + "\"; there is " + listText(all));
 }
 
+bool isFile(std::string_view text) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(text, error);
+    return !text.empty() && (std::filesystem::is_regular_file(status) || std::filesystem::is_fifo(status));
+}
+
+void expectNoFile(const FoundControllers& found, std::string_view text) {
+    const auto isIt = [&](const ControllerIdentity& each) { return isMeant(text, each); };
+    if (isFile(text) && std::ranges::none_of(found.usable, isIt) &&
+        std::ranges::none_of(found.unusable, isIt, &FoundControllers::Unusable::identity)) {
+        throw WrongUse("no controller is called \"" + std::string(text) +
+                       "\", but a file is: to take the devices of a recording, use --from " + std::string(text));
+    }
+}
+
+void expectNoFile(const SessionOptions& options, std::string_view text) {
+    if (options.from.empty() && isFile(text)) {
+        expectNoFile(findControllers(options), text);
+    }
+}
+
 ControllerIdentity chooseController(const SessionOptions& options, std::string_view text) {
-    SessionOptions looking = options;
-    looking.mayStore = false;
-    const auto listener = std::make_shared<IdentityListener>();
-    Session session(looking);
-    session.start(listener);
-    session.settle();
-    const FoundControllers& found = listener->found();
+    const FoundControllers found = findControllers(options);
+    if (options.from.empty()) {
+        expectNoFile(found, text);
+    }
     return chosenOf(found, text, found.usable.empty() ? nothingThere(options) : "");
 }
 

@@ -53,6 +53,15 @@ struct FoundControllers {
 /// several that nothing tells apart.
 ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text, const std::string& ifNothing);
 
+/// Whether there is a file of this name that could be a recording; a directory, or a device node, may well have a
+/// controller's name.
+bool isFile(std::string_view text);
+
+/// Throws WrongUse where DEVICE names a file and none of these controllers: somebody wants its recording.
+void expectNoFile(const FoundControllers& found, std::string_view text);
+/// The same for those that are attached. It looks for them only where there is a file of that name.
+void expectNoFile(const SessionOptions& options, std::string_view text);
+
 /// All controllers that a recording ever has.
 FoundControllers findRecordedControllers(const SessionOptions& options);
 
