@@ -127,7 +127,10 @@ TEST_F(Map, SaysWhatIsRefusedAndWhatThereIsInPlaceOfIt) {
     EXPECT_EQ(map("--set x=").complaint, "qzgc: no action is called \"\"; there is roll, yaw, pitch, fire\n");
     EXPECT_EQ(map("--set x=fire").complaint, "qzgc: X cannot trigger \"fire\"; what it can is roll, yaw, pitch\n");
     EXPECT_EQ(map("--set 'button 2=roll'").complaint, "qzgc: Button 2 cannot trigger \"roll\"; what it can is fire\n");
-    EXPECT_EQ(map("--set 4=fire").complaint, "qzgc: 1 / 57 cannot trigger \"fire\"; it can trigger no action\n");
+    EXPECT_EQ(map("--set 4=fire").complaint, "qzgc: Hat cannot trigger \"fire\"; it can trigger no action\n");
+    for (const char* const hat : {"hat=fire", "'1 / 57=fire'"}) {
+        EXPECT_EQ(map(std::string("--set ") + hat).complaint, map("--set 4=fire").complaint);
+    }
     EXPECT_EQ(map("--set x").complaint, "qzgc: --set x: give a control and an action, as in --set X=roll\n");
     EXPECT_EQ(map("--set Button 2=fire").complaint,
               "qzgc: --set Button: give a control and an action, as in --set X=roll; a name with blanks wants quotes: "

@@ -95,6 +95,15 @@ TEST_F(MonitorLines, AreObjectsForScripts) {
         "\n");
 }
 
+TEST_F(MonitorLines, CallHatsWhatPeopleDoAndProgramsWhatTheLibraryDoes) {
+    write("hats.hid", "R: 21 05 01 09 04 a1 01 15 00 25 07 75 04 95 02 09 39 09 39 81 42 c0\nN: Hats\nI: 3 1 2\n"
+                      "E: 0.000000 1 12\n");
+    EXPECT_THAT(run("replay hats.hid --fast --raw").output,
+                testing::AllOf(HasSubstr("raw           Hat (2): 2\n"), HasSubstr("raw           Hat 2 (3): 1\n")));
+    EXPECT_THAT(run("replay hats.hid --fast --raw --json").output,
+                HasSubstr(R"("control":"1 / 57","cookie":3,"raw":1})"));
+}
+
 TEST_F(MonitorLines, AreTheSameAtEveryRunForRealDevices) {
     const std::string command = "replay " QZGC_TEST_DATA "/devices/logitech-extreme-3d-pro.hid --fast --raw --json";
     const std::string first = run(command).output;

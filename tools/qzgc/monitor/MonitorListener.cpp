@@ -20,12 +20,11 @@ MonitoredControl::Kind kindOf(const QZHIDElement& element) {
                                                                     : MonitoredControl::Kind::Other;
 }
 
-MonitoredControl controlOf(QZGCConfigurationManager& configuration, const QZHIDElement& element) {
+MonitoredControl controlOf(QZGCConfigurationManager& configuration, const QZHIDElement& element, std::string name) {
     MonitoredControl control;
     control.kind = kindOf(element);
     control.cookie = element.cookie();
-    // The library has no name for hats.
-    control.name = control.kind == MonitoredControl::Kind::Hat ? "Hat" : element.name();
+    control.name = std::move(name);
     control.action = withoutControlCharacters(std::string(configuration.actionString(element).value_or("")));
     control.reversed = configuration.mustReverseDirection(element);
     control.logicalMin = element.theoreticalMin();
@@ -61,8 +60,10 @@ void MonitorListener::hidManagerDeviceConnected(QZGCHIDManager& manager, const s
     connected.controller = std::make_shared<MonitoredController>();
     connected.controller->identity = identityOf(*device);
     connected.controller->number = ++connectedSoFar_;
+    auto names = controlNames(*device);
     for (const auto& element : connected.elements) {
-        connected.controller->controls.push_back(controlOf(*manager.configManager(), *element));
+        std::string& name = names.at(element->cookie());
+        connected.controller->controls.push_back(controlOf(*manager.configManager(), *element, std::move(name)));
     }
     model_.add(connected.controller);
     Connected& kept = connected_[device->ioHIDDeviceRef()] = std::move(connected);

@@ -255,6 +255,21 @@ bool isHat(const QZHIDElement& element) {
     return element.usagePage() == 0x01 && element.usage() == 0x39; // HID Usage Tables 1.5, section 4: Hat Switch
 }
 
+std::map<std::int64_t, std::string> controlNames(const QZHIDDevice& device) {
+    std::map<std::int64_t, std::string> names;
+    int hats = 0;
+    for (const auto& each : controlsOf(device)) {
+        const std::string hat = isHat(*each) ? ++hats == 1 ? "Hat" : "Hat " + std::to_string(hats) : "";
+        names.emplace(each->cookie(), hat.empty() ? each->name() : hat);
+    }
+    return names;
+}
+
+std::string controlName(const QZHIDElement& element) {
+    const auto device = element.device();
+    return device && isHat(element) ? controlNames(*device).at(element.cookie()) : element.name();
+}
+
 HatDirection directionOf(std::int64_t minimum, std::int64_t maximum, std::int64_t raw) {
     if (raw < minimum || raw > maximum) {
         return HatDirection::Centre;
@@ -274,11 +289,13 @@ std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHI
 std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string_view text) {
     std::vector<std::shared_ptr<QZHIDElement>> found;
     const std::string wanted = lowerCase(text);
+    const auto names = controlNames(device);
     for (const std::shared_ptr<QZHIDElement>& each : controlsOf(device)) {
         if (std::to_string(each->cookie()) == text) {
             return each;
         }
-        if (lowerCase(each->name()) == wanted || lowerCase(each->nameKey()) == wanted) {
+        if (lowerCase(names.at(each->cookie())) == wanted || lowerCase(each->name()) == wanted ||
+            lowerCase(each->nameKey()) == wanted) {
             found.push_back(each);
         }
     }

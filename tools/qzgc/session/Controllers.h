@@ -4,6 +4,7 @@
 #include "tools/qzgc/JSONText.h"
 #include "tools/qzgc/session/Session.h"
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -93,6 +94,12 @@ std::vector<std::shared_ptr<QZHIDElement>> elementsOf(const QZHIDDevice& device)
 std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device);
 
 bool isHat(const QZHIDElement& element);
+
+/// What people call the controls of a device, by cookie: as the library does, but for hats, for which it has only
+/// numbers. The first of `controlsOf` is "Hat", the second "Hat 2", and so on.
+std::map<std::int64_t, std::string> controlNames(const QZHIDDevice& device);
+/// What people call this one.
+std::string controlName(const QZHIDElement& element);
 
 /// The eight directions of a hat, clockwise from up; the centre where it is let go.
 enum class HatDirection : std::uint8_t { Up, UpRight, Right, DownRight, Down, DownLeft, Left, UpLeft, Centre };

@@ -31,10 +31,10 @@ Mapping::Mapping(std::shared_ptr<QZGCConfigurationManager> configuration, std::s
 void Mapping::setDevice(std::shared_ptr<QZHIDDevice> device) {
     device_ = std::move(device);
     configuration_->existingOrDefaultConfiguration(*device_);
-    labels_.clear();
+    labels_ = controlNames(*device_);
     std::map<std::string, int> bearers;
-    for (const auto& each : controlsOf(*device_)) {
-        ++bearers[labels_.emplace(each->cookie(), each->name()).first->second];
+    for (const auto& [cookie, label] : labels_) {
+        ++bearers[label];
     }
     for (auto& [cookie, label] : labels_) {
         if (bearers[label] > 1) {
