@@ -69,7 +69,8 @@ TEST_F(CommandLine, FailsWhenTheOutputCannotBeWritten) {
     write("small.json", smallScenario);
     const Outcome outcome = run("simulate small.json >/dev/full");
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.complaint, "qzgc: cannot write to standard output\n");
+    EXPECT_EQ(outcome.complaint,
+              "qzgc: cannot write to standard output: No space left on device; make room, or write to another place\n");
 }
 
 TEST_F(CommandLine, AnswersWrongUseWithOneLineThatSaysWhereToReadOn) {

@@ -140,7 +140,8 @@ TEST_F(MonitorLines, FailWhenTheDiskIsFull) {
     write("sticks.hid", sticks);
     const Outcome outcome = run("replay sticks.hid --fast >/dev/full");
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.complaint, "qzgc: cannot write to standard output: No space left on device\n");
+    EXPECT_EQ(outcome.complaint,
+              "qzgc: cannot write to standard output: No space left on device; make room, or write to another place\n");
 }
 
 TEST_F(MonitorLines, EndInGoodOrderWhenAskedTo) {

@@ -101,7 +101,8 @@ TEST_F(OutputTest, FailsWithTheNameAndTheReason) {
         output.write("more than fits");
         ADD_FAILURE() << "it was written";
     } catch (const Failure& failure) {
-        EXPECT_STREQ(failure.what(), "cannot write to the disk: No space left on device");
+        EXPECT_STREQ(failure.what(),
+                     "cannot write to the disk: No space left on device; make room, or write to another place");
     }
     ::close(full);
 }

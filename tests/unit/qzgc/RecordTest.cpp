@@ -173,7 +173,7 @@ TEST_F(Record, SaysWhatCouldNotBeWritten) {
                                                                                   ">/dev/full"}) {
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, 1) << arguments;
-        EXPECT_THAT(outcome.complaint, HasSubstr("No space left on device\n")) << arguments;
+        EXPECT_THAT(outcome.complaint, HasSubstr("No space left on device; make room, ")) << arguments;
         EXPECT_THAT(outcome.complaint, HasSubstr("recorded 1 device and 0 reports")) << arguments;
     }
     const Outcome nowhere = run("record none/x.hid --from two.hid --fast");

@@ -14,9 +14,35 @@
 
 namespace qz::tools {
 
+namespace {
+
+std::string remedyOf(int error) {
+    switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+        return "; make room, or write to another place";
+    case EBADF:
+        return "; it is closed or cannot be written to: begin the command with one that can";
+    case EPIPE:
+        return "; what reads it has ended";
+    default:
+        return "";
+    }
+}
+
+} // namespace
+
+std::string cannotWrite(const std::string& name, int error) {
+    const std::string reason = error == 0 ? "" : ": " + std::generic_category().message(error) + remedyOf(error);
+    return "cannot write to " + name + reason;
+}
+
 ExitStatus finishOutput() {
+    // A stream that failed earlier does nothing any more, and commands ask the system for nothing while they print.
+    errno = std::cout.good() ? 0 : errno;
     if (!std::cout.flush()) {
-        std::cerr << "qzgc: cannot write to standard output\n";
+        std::cerr << "qzgc: " << cannotWrite("standard output", errno) << '\n';
         return exitFailure;
     }
     return exitSuccess;
@@ -34,7 +60,7 @@ bool Output::write(std::string_view text) {
         } else if (errno == EPIPE) {
             isOver_ = true;
         } else if (errno != EAGAIN && errno != EINTR) {
-            throw Failure("cannot write to " + name_ + ": " + std::generic_category().message(errno));
+            throw Failure(cannotWrite(name_, errno));
         }
     }
     return text.empty();

@@ -9,6 +9,10 @@
 
 namespace qz::tools {
 
+/// "cannot write to standard output: No space left on device; make room": with what to do where that is known. `error`
+/// is an errno; 0 where there is none.
+std::string cannotWrite(const std::string& name, int error);
+
 /// Brings out what has been written to the standard output; failure, with a message, when it did not get there.
 ExitStatus finishOutput();
 
