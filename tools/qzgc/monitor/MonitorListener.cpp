@@ -38,7 +38,9 @@ MonitoredControl controlOf(QZGCConfigurationManager& configuration, const QZHIDE
 } // namespace
 
 MonitorListener::MonitorListener(std::string device, Time time, Changed changed)
-    : device_(std::move(device)), time_(std::move(time)), changed_(std::move(changed)) {}
+    : device_(std::move(device)), time_(std::move(time)), changed_(std::move(changed)) {
+    model_.wanted = withoutControlCharacters(device_);
+}
 
 void MonitorListener::follow(QZGCHIDManager& manager) {
     manager.setReportRawValues(true);

@@ -4,6 +4,7 @@
 #include "tools/qzgc/monitor/MonitorListener.h"
 #include "tools/qzgc/monitor/MonitorView.h"
 #include "tools/qzgc/session/EventLoop.h"
+#include "tools/qzgc/terminal/KeyHelp.h"
 #include "tools/qzgc/terminal/Screen.h"
 
 #include <algorithm>
@@ -69,7 +70,11 @@ private:
         MonitorModel& model = listener_->model();
         model.sourceHasEnded = session_.source().hasEnded();
         Canvas canvas = screen_.canvas();
-        window_ = drawMonitor(canvas, model, now());
+        if (help_.isShown()) {
+            help_.draw(canvas);
+        } else {
+            window_ = drawMonitor(canvas, model, now());
+        }
         screen_.show(canvas);
         if (!isFast_ && model.changesByItself(now())) {
             changed(false);
@@ -79,7 +84,9 @@ private:
     void takeKeys() {
         bool any = false;
         while (const auto key = screen_.takeKey()) {
-            take(*key);
+            if (!help_.take(*key)) {
+                take(*key);
+            }
             any = true;
         }
         if (any) {
@@ -128,6 +135,13 @@ private:
     EventLoop loop_; // before the screen, which leaves the signals alone that are taken already
     Screen screen_{"use --lines"};
     std::shared_ptr<MonitorListener> listener_;
+    KeyHelp help_{{{"q, Esc", "end"},
+                   {"Tab, Right", "the next controller"},
+                   {"Shift-Tab, Left", "the one before"},
+                   {"Up, Down, k, j", "scroll"},
+                   {"Page Up, Page Down", "scroll by a page"},
+                   {"Home, End", "scroll to the ends"},
+                   {"Ctrl-Z", "stop, until fg"}}};
     MonitorWindow window_;
     Clock::time_point latestPicture_;
     std::optional<Clock::time_point> nextPicture_;
