@@ -209,7 +209,7 @@ void CommandLine::addPlot() {
                 .add_option(
                     "--output", plot_.output,
                     "Write the picture to this file, whose old content stays until the new is complete; without it, to "
-                    "the standard output")
+                    "the standard output, unless that is a terminal")
                 ->type_name("FILE.svg")
                 ->check(faultOfEmpty);
             addPreferencesOptions(command);

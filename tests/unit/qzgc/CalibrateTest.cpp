@@ -70,14 +70,16 @@ TEST_F(Calibrate, SavesWhatTheLibraryMakesOfIt) {
 
 TEST_F(Calibrate, PrintsJSON) {
     record(moved_);
-    EXPECT_EQ(calibrate("stick --yes --json").output,
-              R"({"name":"Stick","kind":"Joystick","type":"4660-22136","instance":"4660-22136.A1","bus":"USB",)"
-              R"("saved":true,"controls":[{"cookie":2,"name":"X","nameKey":"QZHID_X","springsBack":true,)"
-              R"("moved":true,"movedLittle":false,"changed":true,"before":{"minimum":0,"maximum":255,"rest":127},)"
-              R"("after":{"minimum":10,"maximum":250,"rest":120}},{"cookie":3,"name":"Slider",)"
-              R"("nameKey":"QZHID_Slider","springsBack":false,"moved":false,"movedLittle":false,"changed":false,)"
-              R"("before":{"minimum":0,"maximum":255,"rest":127},"after":{"minimum":0,"maximum":255,"rest":127}}]})"
-              "\n");
+    EXPECT_EQ(
+        calibrate("stick --yes --json").output,
+        R"({"name":"Stick","kind":"Joystick","type":"4660-22136","instance":"4660-22136.A1","bus":"USB",)"
+        R"("saved":true,"controls":[{"cookie":2,"name":"X","nameKey":"QZHID_X","springsBack":true,)"
+        R"("moved":true,"movedLittle":false,"movedPartly":false,"restFarOff":false,"changed":true,"before":{"minimum":0,"maximum":255,"rest":127},)"
+        R"("after":{"minimum":10,"maximum":250,"rest":120}},{"cookie":3,"name":"Slider",)"
+        R"("nameKey":"QZHID_Slider","springsBack":false,"moved":false,"movedLittle":false,"movedPartly":false,)"
+        R"("restFarOff":false,"changed":false,)"
+        R"("before":{"minimum":0,"maximum":255,"rest":127},"after":{"minimum":0,"maximum":255,"rest":127}}]})"
+        "\n");
 }
 
 TEST_F(Calibrate, ShowsButSavesNothingWithoutBeingTold) {
@@ -96,7 +98,7 @@ TEST_F(Calibrate, KeepsTheRestOfAControlThatDoesNotSpringBack) {
     EXPECT_EQ(calibrate("--yes").output, "Stick\n"
                                          "control  before             after\n"
                                          "X        0..255, rest 127   0..255, rest 127   not moved\n"
-                                         "Slider   0..255, rest 127   50..200, rest 127\n");
+                                         "Slider   0..255, rest 127   50..200, rest 127  moved over 58 %\n");
 }
 
 TEST_F(Calibrate, TakesARestOfZeroForTheMiddle) {
@@ -114,12 +116,38 @@ TEST_F(Calibrate, DoesNotTakeJitterForTravel) {
 
 TEST_F(Calibrate, SaysWhatWasMovedLittle) {
     record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 39));
-    EXPECT_THAT(calibrate("--json").output, HasSubstr(R"("moved":true,"movedLittle":true,"changed":true)"));
+    EXPECT_THAT(calibrate("--json").output,
+                HasSubstr(R"("moved":true,"movedLittle":true,"movedPartly":true,"restFarOff":false,)"
+                          R"("changed":true)"));
     EXPECT_THAT(calibrate("--yes").output, HasSubstr("Slider   0..255, rest 127   7..39, rest 127    moved little\n"));
     record(moved_ + report(5, 120, 7) + report(6, 120, 134));
     EXPECT_THAT(calibrate("").output, HasSubstr("7..134, rest 127   moved little\n"));
     record(moved_ + report(5, 120, 7) + report(6, 120, 135));
-    EXPECT_THAT(calibrate("").output, HasSubstr("7..135, rest 127\n"));
+    EXPECT_THAT(calibrate("").output, HasSubstr("7..135, rest 127   moved over 50 %\n"));
+    EXPECT_THAT(calibrate("--json").output, HasSubstr(R"("movedLittle":false,"movedPartly":true)"));
+    record(moved_ + report(5, 120, 7) + report(6, 120, 199));
+    EXPECT_THAT(calibrate("").output, HasSubstr("7..199, rest 127\n"));
+}
+
+TEST_F(Calibrate, WarnsOfWhatRestsFarFromTheMiddle) {
+    const std::string advice = "At rest far from the middle of its travel: X. A lever that stays where it is left must "
+                               "be left in its middle, or not be saved.\n";
+    const std::string toBothEnds = report(0, 128, 7) + report(1, 250, 7) + report(2, 10, 7) + report(3, 250, 7);
+    record(toBothEnds + report(4, 69, 7));
+    EXPECT_THAT(calibrate("").output, HasSubstr("10..250, rest 69  rest far off\n"));
+    EXPECT_THAT(calibrate("").output, EndsWith(advice));
+    EXPECT_THAT(calibrate("--json").output, HasSubstr(R"("restFarOff":true)"));
+    EXPECT_THAT(calibrate("--yes").output, EndsWith(advice));
+    record(toBothEnds + report(4, 191, 7));
+    EXPECT_THAT(calibrate("").output, HasSubstr("10..250, rest 191  rest far off\n"));
+    for (const int rest : {70, 190}) {
+        record(toBothEnds + report(4, rest, 7));
+        EXPECT_THAT(calibrate("").output, HasSubstr("rest " + std::to_string(rest) + "\n")) << rest;
+        EXPECT_THAT(calibrate("").output, testing::Not(HasSubstr("At rest"))) << rest;
+    }
+    // A rest of 0 becomes the middle, and what does not spring back keeps its rest.
+    record(report(0, 128, 9) + report(1, 250, 0) + report(2, 0, 255) + report(3, 250, 0) + report(4, 0, 0));
+    EXPECT_THAT(calibrate("").output, testing::Not(HasSubstr("far")));
 }
 
 TEST_F(Calibrate, MeasuresTravelByTheRangeSoFar) {

@@ -33,6 +33,11 @@ public:
     }
 
     int reading() const { return ends_[0]; }
+    int writing() const { return ends_[1]; }
+    void fill() const {
+        while (::write(ends_[1], "x", 1) == 1) {
+        }
+    }
     void write() const { EXPECT_EQ(::write(ends_[1], "x", 1), 1); }
     /// What there was to read; 0 at the end.
     ssize_t read() const {
@@ -180,6 +185,27 @@ TEST_F(EventLoopTest, EndsByASignalThatComesInAHandler) {
     EventLoop loop(source);
     loop.after(milliseconds(0), [] { std::raise(SIGTERM); });
     EXPECT_EQ(loop.run(), EventLoop::End::Interrupted);
+}
+
+TEST_F(EventLoopTest, WaitsUntilADescriptorCanBeWrittenToAndNoLongerThanItRuns) {
+    FakeSource source = silent();
+    EventLoop loop(source);
+    int resizes = 0;
+    loop.onResize([&] { ++resizes; });
+    const Pipe pipe;
+    EXPECT_TRUE(loop.waitUntilWritable(pipe.writing()));
+    pipe.fill();
+    std::raise(SIGWINCH);
+    std::raise(SIGTERM);
+    EXPECT_FALSE(loop.waitUntilWritable(pipe.writing()));
+    EXPECT_EQ(resizes, 1);
+    EXPECT_FALSE(loop.waitUntilWritable(pipe.writing())) << "without another signal";
+    while (pipe.read() > 0) {
+    }
+    EXPECT_TRUE(loop.waitUntilWritable(pipe.writing())) << "what there is room for can be written still";
+    EXPECT_EQ(loop.run(), EventLoop::End::Interrupted);
+    loop.after(milliseconds(0), [&] { loop.stop(); });
+    EXPECT_EQ(loop.run(), EventLoop::End::Stopped) << "the signal ends it once";
 }
 
 TEST_F(EventLoopTest, TellsOfResizes) {

@@ -127,8 +127,21 @@ TEST_F(Map, SaysWhatIsRefusedAndWhatThereIsInPlaceOfIt) {
     EXPECT_EQ(map("--set x=").complaint, "qzgc: no action is called \"\"; there is roll, yaw, pitch, fire\n");
     EXPECT_EQ(map("--set x=fire").complaint, "qzgc: X cannot trigger \"fire\"; what it can is roll, yaw, pitch\n");
     EXPECT_EQ(map("--set 'button 2=roll'").complaint, "qzgc: Button 2 cannot trigger \"roll\"; what it can is fire\n");
-    EXPECT_EQ(map("--set 4=fire").complaint, "qzgc: 1 / 57 cannot trigger \"fire\"; it can trigger no action\n");
+    EXPECT_EQ(map("--set 4=fire").complaint, "qzgc: Hat cannot trigger \"fire\"; it can trigger no action\n");
+    for (const char* const hat : {"hat=fire", "'1 / 57=fire'"}) {
+        EXPECT_EQ(map(std::string("--set ") + hat).complaint, map("--set 4=fire").complaint);
+    }
     EXPECT_EQ(map("--set x").complaint, "qzgc: --set x: give a control and an action, as in --set X=roll\n");
+    EXPECT_EQ(map("--set Button 2=fire").complaint,
+              "qzgc: --set Button: give a control and an action, as in --set X=roll; a name with blanks wants quotes: "
+              "--set 'Button 2=fire'\n");
+    EXPECT_EQ(map("stick --set Button 2=fire").complaint,
+              "qzgc: The following argument was not expected: 2=fire; a name with blanks wants quotes, as in 'Button "
+              "3=fire'; see 'qzgc map --help'\n");
+    write("none.json", "{}");
+    EXPECT_EQ(run("map --from stick.hid --actions none.json --set x=roll").complaint,
+              "qzgc: no action is called \"roll\"; the application has no actions: name a file that has some with "
+              "--actions FILE\n");
     EXPECT_EQ(map("--clear y").complaint, "qzgc: no control is called \"y\"; 'qzgc elements' lists them\n");
     EXPECT_EQ(map("--reverse slider").complaint,
               "qzgc: no direction is kept for Slider; what can be reversed is X, Button 1, Button 2\n");

@@ -5,6 +5,7 @@
 #include "tools/qzgc/plot/ValueTap.h"
 #include "tools/qzgc/session/ChosenController.h"
 #include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/terminal/KeyHelp.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
 #include <iomanip>
@@ -68,6 +69,9 @@ void printTable(const std::vector<CalibrationRow>& rows) {
             std::cout << range << rangeText(each.after) << remark << '\n';
         }
     }
+    if (const std::string advice = adviceOn(rows); !advice.empty()) {
+        std::cout << advice << '\n';
+    }
 }
 
 void appendRange(JSONText& json, std::string_view key, const CalibratedRange& range) {
@@ -92,6 +96,8 @@ void printJSON(const std::vector<CalibrationRow>& rows, const ControllerIdentity
             .member("springsBack", each.springsBack)
             .member("moved", each.isMoved)
             .member("movedLittle", each.isMovedLittle)
+            .member("movedPartly", isMovedPartly(each))
+            .member("restFarOff", restsFarOff(each))
             .member("changed", each.isChanged());
         appendRange(json, "before", each.before);
         appendRange(json, "after", each.after);
@@ -106,6 +112,12 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
         const auto now = [] {
             return std::chrono::duration_cast<CalibrationGuide::Time>(Clock::now().time_since_epoch());
         };
+        KeyHelp help({{"Enter", "go on; in step 3 save, as y does"},
+                      {"m", "in step 3: move more"},
+                      {"n, q, Esc", "cancel; n in step 3 only"},
+                      {"Up, Down", "scroll"},
+                      {"Page Up, Page Down", "scroll by ten"},
+                      {"Ctrl-C", "cancel"}});
         TerminalLoop* running = nullptr;
         TerminalLoop loop(
             session.source(), "use --seconds and --yes",
@@ -114,10 +126,16 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
                 if (guide.step() == CalibrationGuide::Step::LettingGo) {
                     running->wake(); // stillness is told by time alone
                 }
-                drawCalibration(canvas, guide, listener.chosen().name);
+                if (help.isShown()) {
+                    help.draw(canvas);
+                } else {
+                    drawCalibration(canvas, guide, listener.chosen().name);
+                }
             },
             [&](int key) {
-                guide.press(key, now());
+                if (!help.take(key)) {
+                    guide.press(key, now());
+                }
                 if (guide.hasEnded()) {
                     running->stop();
                 }

@@ -108,8 +108,8 @@ void drawTable(Canvas& canvas, const MapEditor& editor, const Controls& all) {
 std::string keysText(const MapEditor& editor, bool isNarrow) {
     switch (editor.mode()) {
     case Mode::Choosing:
-        return isNarrow ? "Enter bind  c clear  r rev  s save  q"
-                        : "Enter bind  n next free  c clear  r reverse  R reset  s save  q quit";
+        return isNarrow ? "Enter bind  c clear  r rev  s save  q  ?"
+                        : "Enter bind  n next free  c clear  r reverse  R reset  s save  q quit  ? keys";
     case Mode::Listening:
         return "Esc cancel";
     case Mode::Conflict:
@@ -157,7 +157,7 @@ void drawFoot(Canvas& canvas, MapEditor& editor, const Controls& all, MapEditor:
     if (row <= top + messageLines) {
         drawLeader(canvas, row, editor, now);
     }
-    const std::string keys = keysText(editor, canvas.columns() < 68);
+    const std::string keys = keysText(editor, canvas.columns() < 76);
     canvas.put(canvas.rows() - 1, 0, keys, faint);
 }
 

@@ -21,12 +21,11 @@ ControlKind shownKindOf(const QZHIDElement& element) {
     }
 }
 
-MonitoredControl controlOf(QZGCConfigurationManager& configuration, const QZHIDElement& element) {
+MonitoredControl controlOf(QZGCConfigurationManager& configuration, const QZHIDElement& element, std::string name) {
     MonitoredControl control;
     control.kind = shownKindOf(element);
     control.cookie = element.cookie();
-    // The library has no name for hats.
-    control.name = control.kind == ControlKind::Hat ? "Hat" : element.name();
+    control.name = std::move(name);
     control.action = withoutControlCharacters(std::string(configuration.actionString(element).value_or("")));
     control.reversed = configuration.mustReverseDirection(element);
     control.logicalMin = element.theoreticalMin();
@@ -40,7 +39,9 @@ MonitoredControl controlOf(QZGCConfigurationManager& configuration, const QZHIDE
 } // namespace
 
 MonitorListener::MonitorListener(std::string device, Time time, Changed changed)
-    : device_(std::move(device)), time_(std::move(time)), changed_(std::move(changed)) {}
+    : device_(std::move(device)), time_(std::move(time)), changed_(std::move(changed)) {
+    model_.wanted = withoutControlCharacters(device_);
+}
 
 void MonitorListener::follow(QZGCHIDManager& manager) {
     manager.setReportRawValues(true);
@@ -62,8 +63,10 @@ void MonitorListener::hidManagerDeviceConnected(QZGCHIDManager& manager, const s
     connected.controller = std::make_shared<MonitoredController>();
     connected.controller->identity = identityOf(*device);
     connected.controller->number = ++connectedSoFar_;
+    auto names = controlNames(*device);
     for (const auto& element : connected.elements) {
-        connected.controller->controls.push_back(controlOf(*manager.configManager(), *element));
+        std::string& name = names.at(element->cookie());
+        connected.controller->controls.push_back(controlOf(*manager.configManager(), *element, std::move(name)));
     }
     model_.add(connected.controller);
     Connected& kept = connected_[device->ioHIDDeviceRef()] = std::move(connected);

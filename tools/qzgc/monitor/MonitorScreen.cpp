@@ -3,6 +3,7 @@
 
 #include "tools/qzgc/monitor/MonitorListener.h"
 #include "tools/qzgc/monitor/MonitorView.h"
+#include "tools/qzgc/terminal/KeyHelp.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
 #include <algorithm>
@@ -40,13 +41,20 @@ private:
         listener_->refresh();
         MonitorModel& model = listener_->model();
         model.sourceHasEnded = session_.source().hasEnded();
-        window_ = drawMonitor(canvas, model, now());
+        if (help_.isShown()) {
+            help_.draw(canvas);
+        } else {
+            window_ = drawMonitor(canvas, model, now());
+        }
         if (!isFast_ && model.changesByItself(now())) {
             loop_.wakeSlowly();
         }
     }
 
     void take(int key) {
+        if (help_.take(key)) {
+            return;
+        }
         MonitorModel& model = listener_->model();
         switch (key) {
         case 'q':
@@ -84,6 +92,13 @@ private:
     Session session_;
     TerminalLoop loop_;
     std::shared_ptr<MonitorListener> listener_;
+    KeyHelp help_{{{"q, Esc", "end"},
+                   {"Tab, Right", "the next controller"},
+                   {"Shift-Tab, Left", "the one before"},
+                   {"Up, Down, k, j", "scroll"},
+                   {"Page Up, Page Down", "scroll by a page"},
+                   {"Home, End", "scroll to the ends"},
+                   {"Ctrl-Z", "stop, until fg"}}};
     MonitorWindow window_;
 };
 

@@ -89,7 +89,7 @@ private:
 Curve curveOf(const QZHIDElement& element, const SeenValues& seen) {
     const auto [low, high] = axisOf(element, seen);
     Curve curve;
-    curve.control = element.name();
+    curve.control = controlName(element);
     curve.cookie = element.cookie();
     curve.logicalMin = element.theoreticalMin();
     curve.logicalMax = element.theoreticalMax();

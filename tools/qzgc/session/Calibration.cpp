@@ -132,11 +132,54 @@ std::string labelsOf(const std::vector<CalibrationRow>& rows, bool moved) {
     return joined(labels);
 }
 
+namespace {
+
+double shareOfRange(const CalibrationRow& row) {
+    const std::uint64_t declared = lengthOf(row.logicalMinimum, row.logicalMaximum);
+    const auto seen = static_cast<double>(lengthOf(row.seenMinimum, row.seenMaximum));
+    return declared > 0 ? seen / static_cast<double>(declared) : 1.0;
+}
+
+std::string travelRemark(const CalibrationRow& row) {
+    if (row.isMovedLittle) {
+        return "moved little";
+    }
+    return isMovedPartly(row) ? "moved over " + std::to_string(static_cast<int>(shareOfRange(row) * 100)) + " %" : "";
+}
+
+} // namespace
+
+bool isMovedPartly(const CalibrationRow& row) {
+    return row.isMoved && shareOfRange(row) < 0.75;
+}
+
+bool restsFarOff(const CalibrationRow& row) {
+    const std::uint64_t travel = lengthOf(row.after.minimum, row.after.maximum);
+    const std::uint64_t nearer =
+        std::min(lengthOf(row.after.minimum, row.after.rest), lengthOf(row.after.rest, row.after.maximum));
+    return row.isMoved && row.springsBack && nearer < travel / 4;
+}
+
 std::string remarkOn(const CalibrationRow& row) {
     if (!row.isMoved) {
         return "not moved";
     }
-    return row.isMovedLittle ? "moved little" : row.isChanged() ? "" : "unchanged";
+    const std::string travel = travelRemark(row);
+    const std::string rest = restsFarOff(row) ? "rest far off" : "";
+    const std::string remark = travel + (travel.empty() || rest.empty() ? "" : ", ") + rest;
+    return !remark.empty() || row.isChanged() ? remark : "unchanged";
+}
+
+std::string adviceOn(const std::vector<CalibrationRow>& rows) {
+    std::string labels;
+    for (const CalibrationRow& each : rows) {
+        if (restsFarOff(each)) {
+            labels += (labels.empty() ? "" : ", ") + each.label;
+        }
+    }
+    return labels.empty() ? ""
+                          : "At rest far from the middle of its travel: " + labels +
+                                ". A lever that stays where it is left must be left in its middle, or not be saved.";
 }
 
 } // namespace qz::tools

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <filesystem>
 #include <iostream>
 #include <map>
 
@@ -153,6 +154,27 @@ ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text
                               : "no controller is called \"" + std::string(text) + "\"; there is " + listText(all));
 }
 
+bool isFile(std::string_view text) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(text, error);
+    return !text.empty() && (std::filesystem::is_regular_file(status) || std::filesystem::is_fifo(status));
+}
+
+void expectNoFile(const FoundControllers& found, std::string_view text) {
+    const auto isIt = [&](const ControllerIdentity& each) { return isMeant(text, each); };
+    if (isFile(text) && std::ranges::none_of(found.usable, isIt) &&
+        std::ranges::none_of(found.unusable, isIt, &FoundControllers::Unusable::identity)) {
+        throw WrongUse("no controller is called \"" + std::string(text) +
+                       "\", but a file is: to take the devices of a recording, use --from " + std::string(text));
+    }
+}
+
+void expectNoFile(const SessionOptions& options, std::string_view text) {
+    if (options.from.empty() && isFile(text)) {
+        expectNoFile(findControllers(options), text);
+    }
+}
+
 FoundControllers findControllers(SessionOptions options) {
     const bool isRecorded = !options.from.empty();
     options.fast = options.fast || isRecorded;
@@ -169,7 +191,11 @@ FoundControllers findControllers(SessionOptions options) {
 }
 
 ControllerIdentity chooseController(const SessionOptions& options, std::string_view text) {
-    return chosenOf(findControllers(options), text,
+    const FoundControllers found = findControllers(options);
+    if (options.from.empty()) {
+        expectNoFile(found, text);
+    }
+    return chosenOf(found, text,
                     options.from.empty()
                         ? "no controller is there; attach one, or name a recording with --from"
                         : "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has");
@@ -202,10 +228,13 @@ std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device)
 }
 
 std::map<std::int64_t, std::string> labelsOf(const std::vector<std::shared_ptr<QZHIDElement>>& controls) {
+    const auto device = controls.empty() ? nullptr : controls.front()->device();
+    const auto names = device ? controlNames(*device) : std::map<std::int64_t, std::string>();
     std::map<std::int64_t, std::string> labels;
     std::map<std::string, int> bearers;
     for (const auto& each : controls) {
-        ++bearers[labels.emplace(each->cookie(), each->name()).first->second];
+        const auto name = names.find(each->cookie());
+        ++bearers[labels.emplace(each->cookie(), name != names.end() ? name->second : each->name()).first->second];
     }
     for (auto& [cookie, label] : labels) {
         if (bearers[label] > 1) {
@@ -232,6 +261,22 @@ ControlKind kindOf(const QZHIDElement& element) {
     return element.usagePage() == 0x01 && element.usage() == 0x39 ? ControlKind::Hat : ControlKind::Other;
 }
 
+std::map<std::int64_t, std::string> controlNames(const QZHIDDevice& device) {
+    std::map<std::int64_t, std::string> names;
+    int hats = 0;
+    for (const auto& each : controlsOf(device)) {
+        const std::string hat =
+            kindOf(*each) == ControlKind::Hat ? ++hats == 1 ? "Hat" : "Hat " + std::to_string(hats) : "";
+        names.emplace(each->cookie(), hat.empty() ? each->name() : hat);
+    }
+    return names;
+}
+
+std::string controlName(const QZHIDElement& element) {
+    const auto device = element.device();
+    return device && kindOf(element) == ControlKind::Hat ? controlNames(*device).at(element.cookie()) : element.name();
+}
+
 HatDirection directionOf(std::int64_t minimum, std::int64_t maximum, std::int64_t raw) {
     if (raw < minimum || raw > maximum) {
         return HatDirection::Centre;
@@ -251,11 +296,13 @@ std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHI
 std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string_view text) {
     std::vector<std::shared_ptr<QZHIDElement>> found;
     const std::string wanted = lowerCase(text);
+    const auto names = controlNames(device);
     for (const std::shared_ptr<QZHIDElement>& each : controlsOf(device)) {
         if (std::to_string(each->cookie()) == text) {
             return each;
         }
-        if (lowerCase(each->name()) == wanted || lowerCase(each->nameKey()) == wanted) {
+        if (lowerCase(names.at(each->cookie())) == wanted || lowerCase(each->name()) == wanted ||
+            lowerCase(each->nameKey()) == wanted) {
             found.push_back(each);
         }
     }

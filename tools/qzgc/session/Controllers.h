@@ -58,6 +58,15 @@ ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text
 /// The controllers that are attached, or all that a recording ever has.
 FoundControllers findControllers(SessionOptions options);
 
+/// Whether there is a file of this name that could be a recording; a directory, or a device node, may well have a
+/// controller's name.
+bool isFile(std::string_view text);
+
+/// Throws WrongUse where DEVICE names a file and none of these controllers: somebody wants its recording.
+void expectNoFile(const FoundControllers& found, std::string_view text);
+/// The same for those that are attached. It looks for them only where there is a file of that name.
+void expectNoFile(const SessionOptions& options, std::string_view text);
+
 /// The one controller among them that DEVICE on the command line means. Throws Failure when there is none, WrongUse
 /// when there are several; both list what there is.
 ControllerIdentity chooseController(const SessionOptions& options, std::string_view text);
@@ -82,7 +91,7 @@ std::vector<std::shared_ptr<QZHIDElement>> elementsOf(const QZHIDDevice& device)
 /// Those of them that a user can move or press: inputs, without collections, outputs and features.
 std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device);
 
-/// Their names by their cookies, with the cookie behind the name where several have it.
+/// The names of some controls of a device, by their cookies, with the cookie behind the name where several have it.
 std::map<std::int64_t, std::string> labelsOf(const std::vector<std::shared_ptr<QZHIDElement>>& controls);
 
 /// What a control is; no element is two of them.
@@ -95,6 +104,12 @@ enum class ControlKind : std::uint8_t {
     Other,
 };
 ControlKind kindOf(const QZHIDElement& element);
+
+/// What people call the controls of a device, by cookie: as the library does, but for hats, for which it has only
+/// numbers. The first of `controlsOf` is "Hat", the second "Hat 2", and so on.
+std::map<std::int64_t, std::string> controlNames(const QZHIDDevice& device);
+/// What people call this one.
+std::string controlName(const QZHIDElement& element);
 
 /// The eight directions of a hat, clockwise from up; the centre where it is let go.
 enum class HatDirection : std::uint8_t { Up, UpRight, Right, DownRight, Down, DownLeft, Left, UpLeft, Centre };

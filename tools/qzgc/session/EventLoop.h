@@ -51,7 +51,12 @@ public:
     /// Without this, `run` ends when the source has.
     void staysAfterSource() noexcept { staysAfterSource_ = true; }
 
-    /// Handles what happens until something ends it; may be called again. What handlers throw passes through.
+    /// Waits until the descriptor can be written to, for handlers that write. False when something has come meanwhile,
+    /// or before, that ends `run`.
+    bool waitUntilWritable(int fileDescriptor);
+
+    /// Handles what happens until something ends it, or has done so already; may be called again. What handlers throw
+    /// passes through.
     End run();
 
     /// Ends `run` after the handler in progress.

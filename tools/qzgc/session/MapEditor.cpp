@@ -228,7 +228,9 @@ void MapEditor::cancel() {
 }
 
 std::string MapEditor::message(Time now) {
-    std::string text = isThere_ ? "" : "The controller is unplugged; plug it in again. Nothing is lost. ";
+    std::string text = isThere_ ? ""
+                                : "The controller is unplugged; plug it in again. Nothing is lost. 'qzgc list' "
+                                  "tells why one that is there is refused. ";
     switch (mode()) {
     case Mode::Choosing:
         return text + said_;

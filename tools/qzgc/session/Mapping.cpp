@@ -125,7 +125,10 @@ bool Mapping::isYAction(std::string_view action) const {
 void Mapping::set(const QZHIDElement& element, const std::string& action) {
     const std::vector<std::string> known = actions();
     if (std::ranges::find(known, action) == known.end()) {
-        throw WrongUse(withoutControlCharacters("no action is called \"" + action + "\"; there is " + listOf(known)));
+        throw WrongUse(withoutControlCharacters(
+            "no action is called \"" + action + "\"; " +
+            (known.empty() ? "the application has no actions: name a file that has some with --actions FILE"
+                           : "there is " + listOf(known))));
     }
     if (!fits(element, action)) {
         const std::vector<std::string> fitting = fittingActions(element);
