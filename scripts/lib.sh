@@ -144,6 +144,17 @@ build() {
     cmake --build --preset "$1"
 }
 
+# The same without a word about what goes well: all of it is in a log, and shown when the build fails.
+build_quietly() {
+    local preset=$1 log="build/$1.log"
+    mkdir -p build
+    say "Building (preset $preset): the first time takes some minutes, and $log tells what is done"
+    if ! (configure "$@" && cmake --build --preset "$preset") >"$log" 2>&1; then
+        cat -- "$log" >&2
+        die "the build failed; what it said is in $log too"
+    fi
+}
+
 # run_tests PRESET [ARGUMENT...]: runs the tests of a preset, with these arguments for ctest. Without arguments what is
 # printed is short: on a terminal it is one line that changes, elsewhere the tests that passed are left out. At the end
 # it says why tests were skipped, which ctest keeps to itself.

@@ -29,16 +29,31 @@ busy_stick() {
     done
 }
 
-# moved_stick BEGIN END: at rest; from BEGIN on X goes to both ends, and the slider jitters; then X comes to rest beside the
-# middle. At END, in milliseconds as well, the stick is unplugged.
-moved_stick() {
-    local at
+# late_stick MILLISECONDS: the stick is plugged in then, after another one has gone.
+late_stick() {
+    printf 'D: 0\n'
+    stick_device | sed 's/^U: A1$/U: B2/'
+    printf 'D: 1\n'
     stick_device
+    printf 'D: 0\n'
     report 0 80 10 08
+    printf '# qzgc: unplugged 000000.000001\nD: 1\n# qzgc: plugged in %06d.%03d000\n' $(($1 / 1000)) $(($1 % 1000))
+}
+
+# moves BEGIN END [REST]: at rest from REST on; from BEGIN on X goes to both ends, and the slider jitters; then X comes to rest beside the
+# middle. At END, in milliseconds as well, the stick is unplugged.
+moves() {
+    local at
+    report "${3:-0}" 80 10 08
     for ((at = $1; at < $1 + 400; at += 100)); do
         report $at 0a 10 08
         report $((at + 50)) f0 11 08
     done
     report $(($1 + 400)) 7a 10 08
     printf '# qzgc: unplugged %06d.%03d000\n' $(($2 / 1000)) $(($2 % 1000))
+}
+
+moved_stick() {
+    stick_device
+    moves "$@"
 }

@@ -117,8 +117,8 @@ void CommandLine::addElements() {
         });
 }
 
-void CommandLine::addSeconds(CLI::App& command) {
-    command.add_option("--seconds", session_.seconds, "End after this time; with --fast, of the recording")
+void CommandLine::addSeconds(CLI::App& command, const std::string& description) {
+    command.add_option("--seconds", session_.seconds, description + "; with --fast, of the recording")
         ->type_name("NUMBER")
         ->check(CLI::Range(0.001, 1e9));
 }
@@ -141,7 +141,7 @@ void CommandLine::addMonitor() {
             command.add_option("DEVICE", device_,
                                "Only controllers with this instance ID, this type ID or this text in their name");
             addEventOptions(command);
-            addSeconds(command);
+            addSeconds(command, "End after this time");
             addSessionOptions(command);
             addFast(command);
         });
@@ -156,7 +156,7 @@ void CommandLine::addRecord() {
             command.add_option("DEVICE", device_,
                                "Only controllers with this instance ID, this type ID or this text in their name");
             command.add_flag("--force", force_, "Overwrite a file that is there already");
-            addSeconds(command);
+            addSeconds(command, "End after this time");
             addFrom(command);
             addFast(command);
         });
@@ -171,7 +171,7 @@ void CommandLine::addReplay() {
             command.add_option("DEVICE", device_,
                                "Only controllers with this instance ID, this type ID or this text in their name");
             addEventOptions(command);
-            addSeconds(command);
+            addSeconds(command, "End after this time");
             addPreferencesOptions(command);
             addFast(command);
         });
@@ -209,7 +209,7 @@ void CommandLine::addPlot() {
                 .add_option(
                     "--output", plot_.output,
                     "Write the picture to this file, whose old content stays until the new is complete; without it, to "
-                    "the standard output")
+                    "the standard output, unless that is a terminal")
                 ->type_name("FILE.svg")
                 ->check(faultOfEmpty);
             addPreferencesOptions(command);
@@ -264,15 +264,12 @@ void CommandLine::addCalibrate() {
         "calibrate", "Learns how far the axes of a controller go, and where they rest.",
         [this] {
             session_.mayStore = true;
-            return calibrateController(
-                {.session = session_, .device = device_, .yes = yes_, .seconds = seconds_, .json = json_});
+            return calibrateController({.session = session_, .device = device_, .yes = yes_, .json = json_});
         },
         [this](CLI::App& command) {
             addDevice(command);
             command.add_flag("--yes", yes_, "Save without asking; without a terminal, nothing is saved without it");
-            command.add_option("--seconds", seconds_, "Without a terminal: watch the controls for so long")
-                ->type_name("N")
-                ->check(CLI::Range(1, 86'400));
+            addSeconds(command, "Watch the controls for this time, and do not ask");
             addSessionOptions(command);
             addFast(command);
             addJSON(command);

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 
 namespace qz::tools {
 
@@ -30,7 +31,7 @@ private:
     void addSessionOptions(CLI::App& command);
     void addFrom(CLI::App& command);
     void addFast(CLI::App& command);
-    void addSeconds(CLI::App& command);
+    void addSeconds(CLI::App& command, const std::string& description);
     void addEventOptions(CLI::App& command);
     void addDevice(CLI::App& command);
     void addJSON(CLI::App& command);
@@ -64,7 +65,6 @@ private:
     std::vector<MapEdit> edits_;
     bool show_ = false;
     bool yes_ = false;
-    std::optional<unsigned> seconds_;
 };
 
 } // namespace qz::tools

@@ -4,19 +4,16 @@
 #include "tools/qzgc/ScenarioReader.h"
 #include "tools/qzgc/ScenarioRunner.h"
 #include "tools/qzgc/TextFile.h"
+#include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/session/Session.h"
 
+#include <cerrno>
 #include <iostream>
+#include <optional>
 
 namespace qz::tools {
 
-namespace {
-
-/// Each line leaves the process before the next step: a fatal error in the library would drop what is still buffered.
-void printLine(const std::string& line) {
-    std::cout << line << std::endl;
-}
-
-} // namespace
+namespace {} // namespace
 
 ExitStatus simulate(const std::string& file) {
     Scenario scenario;
@@ -25,14 +22,17 @@ ExitStatus simulate(const std::string& file) {
     } catch (const ScenarioError& error) {
         std::cerr << error.what() << '\n';
         return exitRefused;
-    } catch (const FileError& error) {
-        std::cerr << error.what() << '\n';
-        return exitRefused;
     }
-    runScenario(scenario, printLine);
-    if (!std::cout) {
-        std::cerr << "qzgc: cannot write to standard output\n";
-        return exitFailure;
+    std::optional<int> fault;
+    runScenario(scenario, [&](const std::string& line) {
+        // It leaves the process before the next step: a fatal error in the library would drop what is still buffered.
+        errno = 0;
+        if (!fault && !(std::cout << line << std::endl)) {
+            fault = errno;
+        }
+    });
+    if (fault) {
+        throw Failure(cannotWrite("standard output", *fault));
     }
     return exitSuccess;
 }

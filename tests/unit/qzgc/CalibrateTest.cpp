@@ -40,6 +40,12 @@ protected:
     Outcome calibrate(const std::string& arguments) const {
         return run("calibrate --from stick.hid --fast " + arguments);
     }
+    /// A recording in which the stick is plugged in at this time, after another one has gone; then it moves.
+    void recordLate(const std::string& time) const {
+        write("late.hid", "D: 0\n" + std::string(device) + "N: Other\nU: B2\nI: 3 1 2\nD: 1\n" + device +
+                              "N: Stick\nU: A1\nI: 3 1234 5678\nD: 0\n" + report(0, 0, 0) +
+                              "# qzgc: unplugged 000000.000100\nD: 1\n# qzgc: plugged in " + time + '\n' + moved_);
+    }
     std::string preferences() const { return contents("config/qzgamecontroller/qzgc.json"); }
 
     const std::string moved_ =
@@ -64,14 +70,16 @@ TEST_F(Calibrate, SavesWhatTheLibraryMakesOfIt) {
 
 TEST_F(Calibrate, PrintsJSON) {
     record(moved_);
-    EXPECT_EQ(calibrate("stick --yes --json").output,
-              R"({"name":"Stick","kind":"Joystick","type":"4660-22136","instance":"4660-22136.A1","bus":"USB",)"
-              R"("saved":true,"controls":[{"cookie":2,"name":"X","nameKey":"QZHID_X","springsBack":true,)"
-              R"("moved":true,"movedLittle":false,"changed":true,"before":{"minimum":0,"maximum":255,"rest":127},)"
-              R"("after":{"minimum":10,"maximum":250,"rest":120}},{"cookie":3,"name":"Slider",)"
-              R"("nameKey":"QZHID_Slider","springsBack":false,"moved":false,"movedLittle":false,"changed":false,)"
-              R"("before":{"minimum":0,"maximum":255,"rest":127},"after":{"minimum":0,"maximum":255,"rest":127}}]})"
-              "\n");
+    EXPECT_EQ(
+        calibrate("stick --yes --json").output,
+        R"({"name":"Stick","kind":"Joystick","type":"4660-22136","instance":"4660-22136.A1","bus":"USB",)"
+        R"("saved":true,"controls":[{"cookie":2,"name":"X","nameKey":"QZHID_X","springsBack":true,)"
+        R"("moved":true,"movedLittle":false,"movedPartly":false,"restFarOff":false,"changed":true,"before":{"minimum":0,"maximum":255,"rest":127},)"
+        R"("after":{"minimum":10,"maximum":250,"rest":120}},{"cookie":3,"name":"Slider",)"
+        R"("nameKey":"QZHID_Slider","springsBack":false,"moved":false,"movedLittle":false,"movedPartly":false,)"
+        R"("restFarOff":false,"changed":false,)"
+        R"("before":{"minimum":0,"maximum":255,"rest":127},"after":{"minimum":0,"maximum":255,"rest":127}}]})"
+        "\n");
 }
 
 TEST_F(Calibrate, ShowsButSavesNothingWithoutBeingTold) {
@@ -90,7 +98,7 @@ TEST_F(Calibrate, KeepsTheRestOfAControlThatDoesNotSpringBack) {
     EXPECT_EQ(calibrate("--yes").output, "Stick\n"
                                          "control  before             after\n"
                                          "X        0..255, rest 127   0..255, rest 127   not moved\n"
-                                         "Slider   0..255, rest 127   50..200, rest 127\n");
+                                         "Slider   0..255, rest 127   50..200, rest 127  moved over 58 %\n");
 }
 
 TEST_F(Calibrate, TakesARestOfZeroForTheMiddle) {
@@ -108,12 +116,38 @@ TEST_F(Calibrate, DoesNotTakeJitterForTravel) {
 
 TEST_F(Calibrate, SaysWhatWasMovedLittle) {
     record(moved_ + report(5, 120, 8) + report(6, 120, 7) + report(7, 120, 39));
-    EXPECT_THAT(calibrate("--json").output, HasSubstr(R"("moved":true,"movedLittle":true,"changed":true)"));
+    EXPECT_THAT(calibrate("--json").output,
+                HasSubstr(R"("moved":true,"movedLittle":true,"movedPartly":true,"restFarOff":false,)"
+                          R"("changed":true)"));
     EXPECT_THAT(calibrate("--yes").output, HasSubstr("Slider   0..255, rest 127   7..39, rest 127    moved little\n"));
     record(moved_ + report(5, 120, 7) + report(6, 120, 134));
     EXPECT_THAT(calibrate("").output, HasSubstr("7..134, rest 127   moved little\n"));
     record(moved_ + report(5, 120, 7) + report(6, 120, 135));
-    EXPECT_THAT(calibrate("").output, HasSubstr("7..135, rest 127\n"));
+    EXPECT_THAT(calibrate("").output, HasSubstr("7..135, rest 127   moved over 50 %\n"));
+    EXPECT_THAT(calibrate("--json").output, HasSubstr(R"("movedLittle":false,"movedPartly":true)"));
+    record(moved_ + report(5, 120, 7) + report(6, 120, 199));
+    EXPECT_THAT(calibrate("").output, HasSubstr("7..199, rest 127\n"));
+}
+
+TEST_F(Calibrate, WarnsOfWhatRestsFarFromTheMiddle) {
+    const std::string advice = "At rest far from the middle of its travel: X. A lever that stays where it is left must "
+                               "be left in its middle, or not be saved.\n";
+    const std::string toBothEnds = report(0, 128, 7) + report(1, 250, 7) + report(2, 10, 7) + report(3, 250, 7);
+    record(toBothEnds + report(4, 69, 7));
+    EXPECT_THAT(calibrate("").output, HasSubstr("10..250, rest 69  rest far off\n"));
+    EXPECT_THAT(calibrate("").output, EndsWith(advice));
+    EXPECT_THAT(calibrate("--json").output, HasSubstr(R"("restFarOff":true)"));
+    EXPECT_THAT(calibrate("--yes").output, EndsWith(advice));
+    record(toBothEnds + report(4, 191, 7));
+    EXPECT_THAT(calibrate("").output, HasSubstr("10..250, rest 191  rest far off\n"));
+    for (const int rest : {70, 190}) {
+        record(toBothEnds + report(4, rest, 7));
+        EXPECT_THAT(calibrate("").output, HasSubstr("rest " + std::to_string(rest) + "\n")) << rest;
+        EXPECT_THAT(calibrate("").output, testing::Not(HasSubstr("At rest"))) << rest;
+    }
+    // A rest of 0 becomes the middle, and what does not spring back keeps its rest.
+    record(report(0, 128, 9) + report(1, 250, 0) + report(2, 0, 255) + report(3, 250, 0) + report(4, 0, 0));
+    EXPECT_THAT(calibrate("").output, testing::Not(HasSubstr("far")));
 }
 
 TEST_F(Calibrate, MeasuresTravelByTheRangeSoFar) {
@@ -168,6 +202,32 @@ TEST_F(Calibrate, AdmitsTheChosenControllerAlone) {
     EXPECT_THAT(preferences(), testing::Not(HasSubstr("Calibrations-1-2")));
     EXPECT_EQ(calibrate("B2 --yes").status, 1) << "no such name or ID";
     EXPECT_THAT(calibrate("1-2").output, HasSubstr("X        0..255, rest 127  0..255, rest 99\n"));
+}
+
+TEST_F(Calibrate, WaitsForAControllerThatIsPluggedInLater) {
+    recordLate("009000.000000");
+    const Outcome fast = run("calibrate stick --from late.hid --fast --yes");
+    EXPECT_EQ(fast.status, 0) << fast.complaint;
+    EXPECT_THAT(fast.output, HasSubstr("X        0..255, rest 127   10..250, rest 120\n"));
+    EXPECT_THAT(fast.complaint, IsEmpty());
+    EXPECT_EQ(run("calibrate --from late.hid --fast").status, 2) << "which?";
+
+    recordLate("000000.010000");
+    const Outcome inTime = run("calibrate stick --from late.hid --yes");
+    EXPECT_EQ(inTime.status, 0) << inTime.complaint;
+    EXPECT_THAT(inTime.output, HasSubstr("10..250, rest 120  10..250, rest 120  unchanged\n"))
+        << "with all that it sends at once";
+    EXPECT_EQ(inTime.complaint, "qzgc: waiting for \"Stick\" (4660-22136.A1), which the recording plugs in later\n");
+}
+
+TEST_F(Calibrate, SavesNothingWhenItIsInterruptedBeforeTheControllerComes) {
+    recordLate("009000.000000");
+    const Outcome outcome = run("calibrate stick --from late.hid --yes & sleeper=$!; "
+                                "until grep -q 'SigCgt:.*[4-7c-f]...$' /proc/$sleeper/status; do :; done; "
+                                "kill -TERM $sleeper; wait $sleeper");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.complaint, EndsWith("qzgc: ended before the controller was plugged in; nothing was changed\n"));
+    EXPECT_THAT(preferences(), IsEmpty());
 }
 
 TEST_F(Calibrate, RefusesAControllerThatHasNothingToCalibrate) {
@@ -233,9 +293,24 @@ TEST_F(Calibrate, TakesBackWhatCouldNotBeStored) {
 
 TEST_F(Calibrate, WatchesForAsLongAsItIsTold) {
     record(moved_ + "E: 009999.000000 3 00 00 00\n");
-    const Outcome outcome = run("calibrate --from stick.hid --seconds 1 --yes");
+    const Outcome outcome = run("calibrate --from stick.hid --seconds 0.05 --yes");
     EXPECT_EQ(outcome.status, 0) << outcome.complaint;
     EXPECT_THAT(outcome.output, HasSubstr("10..250, rest 120\n"));
+    // Without waiting the recording's own time counts.
+    record(moved_ + "E: 000001.500000 3 ff 00 00\nE: 000001.500001 3 00 00 00\n");
+    EXPECT_THAT(calibrate("--seconds 1.5").output, HasSubstr("10..255, rest 255\n"));
+    EXPECT_THAT(calibrate("--seconds 1.499").output, HasSubstr("10..250, rest 120  unchanged\n"));
+}
+
+TEST_F(Calibrate, SavesNothingWhenTheControllerDoesNotComeInTime) {
+    recordLate("009000.000000");
+    for (const char* const pace : {"--fast --seconds 8999.5", "--seconds 0.01"}) {
+        const Outcome outcome = run(std::string("calibrate stick --from late.hid --yes ") + pace);
+        EXPECT_EQ(outcome.status, 1) << pace;
+        EXPECT_THAT(outcome.complaint, EndsWith("qzgc: the recording plugs the controller in after the time that "
+                                                "--seconds gives; give it more\n"));
+    }
+    EXPECT_THAT(preferences(), IsEmpty());
 }
 
 TEST_F(Calibrate, SavesNothingWhenItIsInterrupted) {
@@ -261,8 +336,6 @@ TEST_F(Calibrate, AnswersWrongUse) {
     EXPECT_EQ(run("calibrate --yes").complaint,
               "qzgc: say how long to watch the controls: --seconds N; or name a recording with --from\n");
     EXPECT_EQ(run("calibrate").status, 2);
-    EXPECT_EQ(calibrate("--seconds 3").complaint,
-              "qzgc: --seconds are those of a clock, which --fast does not wait for; leave one of them out\n");
     EXPECT_EQ(run("calibrate --fast --yes").status, 2);
     for (const char* const arguments : {"--seconds 0", "--seconds x", "--seconds", "--seconds -1", "--dance", "a b"}) {
         const Outcome outcome = calibrate(arguments);
@@ -272,7 +345,7 @@ TEST_F(Calibrate, AnswersWrongUse) {
     EXPECT_EQ(run("calibrate --from missing.hid").complaint,
               "missing.hid: cannot be read: No such file or directory\n");
     EXPECT_EQ(run("calibrate nobody --from stick.hid").status, 1);
-    EXPECT_THAT(calibrate("--help").output, HasSubstr("--seconds N"));
+    EXPECT_THAT(calibrate("--help").output, HasSubstr("--seconds NUMBER"));
     EXPECT_EQ(calibrate("--yes >/dev/full").status, 1);
 }
 

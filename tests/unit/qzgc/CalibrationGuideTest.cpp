@@ -37,6 +37,7 @@ protected:
         x.after.rest = 510;
         x.value = 510;
     }
+    void restAt(std::int64_t raw) { rows_.front().after.rest = rows_.front().value.emplace(raw); }
     void pass(int milliseconds) {
         now_ += std::chrono::milliseconds(milliseconds);
         guide_.tick(now_);
@@ -210,7 +211,7 @@ TEST_F(CalibrationGuideTest, DrawsTheTravelAsItGrows) {
     pass(0);
     EXPECT_THAT(page(60, 12, false), HasSubstr("\nX        ############|############.       20     980     510\n"));
     EXPECT_THAT(page(40, 12), HasSubstr("\nX        ██████│██████·       20     980\n"));
-    EXPECT_THAT(page(40, 12), HasSubstr("\nEnter done  Esc cancel\n"));
+    EXPECT_THAT(page(40, 12), HasSubstr("\nEnter done  Esc cancel  ? keys\n"));
     rows_.back().value = std::nullopt;
     pass(0);
     EXPECT_THAT(page(60, 12, false), HasSubstr("\nSlider   ..........................        -       -       -\n"));
@@ -223,7 +224,7 @@ TEST_F(CalibrationGuideTest, DrawsBeforeAndAfter) {
                             "control  before             after\n"
                             "X        0..1000, rest 500  20..980, rest 510\n"
                             "Slider   0..1000, rest 500  0..1000, rest 500  not moved\n\n\n"
-                            "y or Enter save  m move more  n or Esc cancel\n");
+                            "y or Enter save  m move more  n or Esc cancel  ? keys\n");
     EXPECT_EQ(page(40, 12), "qzgc calibrate  Stick        step 3 of 3\n"
                             "This is to be saved. Not moved, and so\n"
                             "as before: Slider.\n\n"
@@ -232,7 +233,7 @@ TEST_F(CalibrationGuideTest, DrawsBeforeAndAfter) {
                             "  after  20..980, rest 510\n"
                             "Slider: not moved\n"
                             "  before 0..1000, rest 500\n\n\n"
-                            "y save  m move more  n cancel\n");
+                            "y save  m move more  n cancel  ? keys\n");
     EXPECT_THAT(page(200, 60), HasSubstr("\nSlider   0..1000, rest 500  0..1000, rest 500  not moved\n"));
     rows_.front().isMovedLittle = true;
     pass(0);
@@ -261,6 +262,26 @@ TEST_F(CalibrationGuideTest, ScrollsWhereThereIsNoRoom) {
     press(keyPageUp);
     EXPECT_THAT(page(40, 12), HasSubstr("\nX  "));
     EXPECT_EQ(page(0, 0), "");
+}
+
+TEST_F(CalibrationGuideTest, WarnsOfARestFarFromTheMiddle) {
+    moveX();
+    restAt(970);
+    pass(0);
+    press(keyEnter);
+    pass(0);
+    pass(1000);
+    ASSERT_EQ(guide_.step(), Step::Confirming);
+    EXPECT_THAT(
+        guide_.instruction(),
+        StartsWith("This is to be saved. At rest far from the middle of its travel: X. A lever that stays where "
+                   "it is left must be left in its middle, or not be saved. Not moved"));
+    EXPECT_THAT(page(80, 24), HasSubstr("20..980, rest 970  rest far off\n"));
+    restAt(500);
+    pass(0);
+    EXPECT_EQ(guide_.step(), Step::LettingGo) << "it was brought to its middle";
+    pass(1000);
+    EXPECT_THAT(guide_.instruction(), StartsWith("This is to be saved. Not moved"));
 }
 
 } // namespace

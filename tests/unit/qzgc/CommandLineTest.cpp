@@ -69,7 +69,8 @@ TEST_F(CommandLine, FailsWhenTheOutputCannotBeWritten) {
     write("small.json", smallScenario);
     const Outcome outcome = run("simulate small.json >/dev/full");
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.complaint, "qzgc: cannot write to standard output\n");
+    EXPECT_EQ(outcome.complaint,
+              "qzgc: cannot write to standard output: No space left on device; make room, or write to another place\n");
 }
 
 TEST_F(CommandLine, AnswersWrongUseWithOneLineThatSaysWhereToReadOn) {
@@ -79,7 +80,10 @@ TEST_F(CommandLine, AnswersWrongUseWithOneLineThatSaysWhereToReadOn) {
         EXPECT_THAT(outcome.output, IsEmpty()) << arguments;
         EXPECT_THAT(outcome.complaint, MatchesRegex("qzgc: [^\n]+; see 'qzgc[a-z ]* --help'\n")) << arguments;
     }
-    EXPECT_THAT(run("dance").complaint, HasSubstr("dance"));
+    EXPECT_EQ(run("moniter --lines").complaint,
+              "qzgc: no command is called \"moniter\"; the nearest is monitor; see 'qzgc --help'\n");
+    EXPECT_EQ(run("dance").complaint, "qzgc: no command is called \"dance\"; there is list, elements, monitor, record, "
+                                      "replay, plot, map, calibrate, simulate; see 'qzgc --help'\n");
     EXPECT_THAT(run("simulate").complaint, HasSubstr("'qzgc simulate --help'"));
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/qzgc/session/EventLoop.h"
 
+#include "tools/qzgc/session/Session.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -31,6 +33,11 @@ public:
     }
 
     int reading() const { return ends_[0]; }
+    int writing() const { return ends_[1]; }
+    void fill() const {
+        while (::write(ends_[1], "x", 1) == 1) {
+        }
+    }
     void write() const { EXPECT_EQ(::write(ends_[1], "x", 1), 1); }
     /// What there was to read; 0 at the end.
     ssize_t read() const {
@@ -67,9 +74,10 @@ public:
         return 1;
     }
     bool hasEnded() const override { return turnsLeft_ == 0; }
-    std::chrono::microseconds time() const override { return {}; }
+    std::chrono::microseconds time() const override { return past; }
 
     int turns = 0;
+    std::chrono::microseconds past{0};
 
 private:
     int turnsLeft_;
@@ -138,6 +146,28 @@ TEST_F(EventLoopTest, GoesOnAfterItsSourceWhenItIsTold) {
     EXPECT_EQ(source.turns, 1);
 }
 
+TEST_F(EventLoopTest, TellsOfEachTurnOfItsSource) {
+    FakeSource source(3);
+    EventLoop loop(source);
+    std::vector<int> turns;
+    loop.onTurn([&] {
+        turns.push_back(source.turns);
+        if (source.turns == 2) {
+            loop.stop();
+        }
+    });
+    EXPECT_EQ(loop.run(), EventLoop::End::Stopped);
+    EXPECT_THAT(turns, ElementsAre(1, 2));
+}
+
+TEST_F(EventLoopTest, CountsItsLimitFromTheBeginningOfTheSource) {
+    FakeSource source = silent();
+    source.past = std::chrono::hours(1);
+    EventLoop loop(source);
+    loop.endAfter({.seconds = 3600.0});
+    EXPECT_EQ(loop.run(), EventLoop::End::Stopped);
+}
+
 TEST_F(EventLoopTest, EndsBySignals) {
     FakeSource source = silent();
     EventLoop loop(source);
@@ -155,6 +185,27 @@ TEST_F(EventLoopTest, EndsByASignalThatComesInAHandler) {
     EventLoop loop(source);
     loop.after(milliseconds(0), [] { std::raise(SIGTERM); });
     EXPECT_EQ(loop.run(), EventLoop::End::Interrupted);
+}
+
+TEST_F(EventLoopTest, WaitsUntilADescriptorCanBeWrittenToAndNoLongerThanItRuns) {
+    FakeSource source = silent();
+    EventLoop loop(source);
+    int resizes = 0;
+    loop.onResize([&] { ++resizes; });
+    const Pipe pipe;
+    EXPECT_TRUE(loop.waitUntilWritable(pipe.writing()));
+    pipe.fill();
+    std::raise(SIGWINCH);
+    std::raise(SIGTERM);
+    EXPECT_FALSE(loop.waitUntilWritable(pipe.writing()));
+    EXPECT_EQ(resizes, 1);
+    EXPECT_FALSE(loop.waitUntilWritable(pipe.writing())) << "without another signal";
+    while (pipe.read() > 0) {
+    }
+    EXPECT_TRUE(loop.waitUntilWritable(pipe.writing())) << "what there is room for can be written still";
+    EXPECT_EQ(loop.run(), EventLoop::End::Interrupted);
+    loop.after(milliseconds(0), [&] { loop.stop(); });
+    EXPECT_EQ(loop.run(), EventLoop::End::Stopped) << "the signal ends it once";
 }
 
 TEST_F(EventLoopTest, TellsOfResizes) {

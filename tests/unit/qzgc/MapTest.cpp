@@ -127,8 +127,21 @@ TEST_F(Map, SaysWhatIsRefusedAndWhatThereIsInPlaceOfIt) {
     EXPECT_EQ(map("--set x=").complaint, "qzgc: no action is called \"\"; there is roll, yaw, pitch, fire\n");
     EXPECT_EQ(map("--set x=fire").complaint, "qzgc: X cannot trigger \"fire\"; what it can is roll, yaw, pitch\n");
     EXPECT_EQ(map("--set 'button 2=roll'").complaint, "qzgc: Button 2 cannot trigger \"roll\"; what it can is fire\n");
-    EXPECT_EQ(map("--set 4=fire").complaint, "qzgc: 1 / 57 cannot trigger \"fire\"; it can trigger no action\n");
+    EXPECT_EQ(map("--set 4=fire").complaint, "qzgc: Hat cannot trigger \"fire\"; it can trigger no action\n");
+    for (const char* const hat : {"hat=fire", "'1 / 57=fire'"}) {
+        EXPECT_EQ(map(std::string("--set ") + hat).complaint, map("--set 4=fire").complaint);
+    }
     EXPECT_EQ(map("--set x").complaint, "qzgc: --set x: give a control and an action, as in --set X=roll\n");
+    EXPECT_EQ(map("--set Button 2=fire").complaint,
+              "qzgc: --set Button: give a control and an action, as in --set X=roll; a name with blanks wants quotes: "
+              "--set 'Button 2=fire'\n");
+    EXPECT_EQ(map("stick --set Button 2=fire").complaint,
+              "qzgc: The following argument was not expected: 2=fire; a name with blanks wants quotes, as in 'Button "
+              "3=fire'; see 'qzgc map --help'\n");
+    write("none.json", "{}");
+    EXPECT_EQ(run("map --from stick.hid --actions none.json --set x=roll").complaint,
+              "qzgc: no action is called \"roll\"; the application has no actions: name a file that has some with "
+              "--actions FILE\n");
     EXPECT_EQ(map("--clear y").complaint, "qzgc: no control is called \"y\"; 'qzgc elements' lists them\n");
     EXPECT_EQ(map("--reverse slider").complaint,
               "qzgc: no direction is kept for Slider; what can be reversed is X, Button 1, Button 2\n");
@@ -170,6 +183,21 @@ TEST_F(Map, AsksForACookieWhereSeveralControlsHaveOneName) {
     write("stick.hid", "R: 22 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 02 09 30 09 30 81 02 c0\nN: Twins\nI: 3 1 2\n");
     EXPECT_EQ(map("--set x=yaw").complaint, "qzgc: several controls are called \"x\"; name one by its cookie: 2, 3\n");
     EXPECT_EQ(map("--set 3=roll").output, "X (3): roll\n\"roll\" is on several controls: X (2), X (3)\n");
+}
+
+TEST_F(Map, FindsAControllerThatIsPluggedInLater) {
+    write("late.hid", std::string("D: 0\n") + stick + otherStick +
+                          "D: 0\nE: 000000.000000 3 80 00 08\n# qzgc: unplugged 000000.000001\n"
+                          "D: 1\n# qzgc: plugged in 009000.000000\n");
+    for (const char* const pace : {"", "--fast "}) {
+        const Outcome set = run(std::string("map other --from late.hid --set x=yaw ") + pace);
+        EXPECT_EQ(set.status, 0) << set.complaint;
+        EXPECT_EQ(set.output, "X: yaw\n");
+        EXPECT_THAT(run(std::string("map other --from late.hid --show ") + pace).output,
+                    HasSubstr("X                    yaw\n"));
+        EXPECT_THAT(run(std::string("map other --from late.hid --json ") + pace).output, HasSubstr("4660-22136.B2"));
+    }
+    EXPECT_EQ(run("map --from late.hid").status, 2) << "which?";
 }
 
 TEST_F(Map, AsksForAControllerWhereThereAreSeveralAndSharesNothing) {

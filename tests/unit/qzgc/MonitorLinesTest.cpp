@@ -18,9 +18,18 @@ namespace {
 
 using tests::Outcome;
 using MonitorLines = tests::ToolTest;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
+
+std::string repeated(const std::string& text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i) {
+        all += text;
+    }
+    return all;
+}
 
 /// One axis of eight bits and one button each; the second one comes, goes and comes again.
 constexpr const char* sticks =
@@ -86,6 +95,15 @@ TEST_F(MonitorLines, AreObjectsForScripts) {
         "\n");
 }
 
+TEST_F(MonitorLines, CallHatsWhatPeopleDoAndProgramsWhatTheLibraryDoes) {
+    write("hats.hid", "R: 21 05 01 09 04 a1 01 15 00 25 07 75 04 95 02 09 39 09 39 81 42 c0\nN: Hats\nI: 3 1 2\n"
+                      "E: 0.000000 1 12\n");
+    EXPECT_THAT(run("replay hats.hid --fast --raw").output,
+                testing::AllOf(HasSubstr("raw           Hat (2): 2\n"), HasSubstr("raw           Hat 2 (3): 1\n")));
+    EXPECT_THAT(run("replay hats.hid --fast --raw --json").output,
+                HasSubstr(R"("control":"1 / 57","cookie":3,"raw":1})"));
+}
+
 TEST_F(MonitorLines, AreTheSameAtEveryRunForRealDevices) {
     const std::string command = "replay " QZGC_TEST_DATA "/devices/logitech-extreme-3d-pro.hid --fast --raw --json";
     const std::string first = run(command).output;
@@ -122,7 +140,8 @@ TEST_F(MonitorLines, FailWhenTheDiskIsFull) {
     write("sticks.hid", sticks);
     const Outcome outcome = run("replay sticks.hid --fast >/dev/full");
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.complaint, "qzgc: cannot write to standard output: No space left on device\n");
+    EXPECT_EQ(outcome.complaint,
+              "qzgc: cannot write to standard output: No space left on device; make room, or write to another place\n");
 }
 
 TEST_F(MonitorLines, EndInGoodOrderWhenAskedTo) {
@@ -134,6 +153,29 @@ TEST_F(MonitorLines, EndInGoodOrderWhenAskedTo) {
     for (const std::string signal : {"INT", "TERM", "HUP"}) {
         const Outcome outcome = run("--version; sh ./interrupt " + signal);
         EXPECT_THAT(contents("status"), StartsWith("0 0.000000  #1  connected")) << signal << outcome.complaint;
+    }
+}
+
+TEST_F(MonitorLines, EndWhenAskedToWhileTheirReaderDoesNotRead) {
+    // One report brings many times what a pipe holds, so the loop does not come by while it is told.
+    write("many.hid", "R: 25 05 01 09 04 a1 01 15 00 25 01 75 01 96 80 3e 05 09 19 01 2a 80 3e 81 02 c0\nN: Buttons\n"
+                      "I: 3 1234 5678\nE: 0.000000 2000" +
+                          repeated(" ff", 2000) + "\n");
+    const std::string all = run("replay many.hid --fast --raw").output;
+    write("interrupt", "mkfifo pipe-$1\n"
+                       "env --default-signal '" QZGC_TOOL "' replay many.hid --fast --raw >pipe-$1 &\n"
+                       "{ read -r line; read -r raw; kill -$1 $!\n"
+                       "timeout 20 sh -c 'while grep -qs \"^State:.[^Z]\" /proc/$0/status; do sleep 0.02; done' $! ||\n"
+                       "    kill -KILL $!\n"
+                       "wait $!; echo $? >status; cat >rest; } <pipe-$1\n");
+    for (const std::string signal : {"INT", "TERM", "HUP"}) {
+        run("--version; sh ./interrupt " + signal);
+        EXPECT_EQ(contents("status"), "0\n") << signal;
+        const std::string rest = contents("rest");
+        const std::size_t begin = all.find('\n', all.find('\n') + 1) + 1;
+        EXPECT_GT(rest.size(), 30'000U) << signal;
+        EXPECT_THAT(rest, EndsWith("\n")) << signal;
+        EXPECT_TRUE(all.compare(begin, rest.size(), rest) == 0 && begin + rest.size() < all.size()) << signal;
     }
 }
 

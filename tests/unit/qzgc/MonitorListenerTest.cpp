@@ -63,13 +63,13 @@ TEST_F(MonitorListenerTest, KnowsKindsActionsAndValues) {
     EXPECT_EQ(listener_->model().controllers[0]->identity.name, "Stick");
     EXPECT_EQ(listener_->model().controllers[0]->number, 1U);
     ASSERT_EQ(listener_->model().controllers[0]->controls.size(), 4U);
-    EXPECT_EQ(control(0).kind, MonitoredControl::Kind::Moving);
+    EXPECT_EQ(control(0).kind, ControlKind::Moving);
     EXPECT_EQ(control(0).action, "roll");
-    EXPECT_EQ(control(1).kind, MonitoredControl::Kind::Hat);
+    EXPECT_EQ(control(1).kind, ControlKind::Hat);
     EXPECT_EQ(control(1).name, "Hat");
-    EXPECT_EQ(control(2).kind, MonitoredControl::Kind::Button);
+    EXPECT_EQ(control(2).kind, ControlKind::Button);
     EXPECT_EQ(control(2).action, "fire");
-    EXPECT_EQ(control(3).kind, MonitoredControl::Kind::Other);
+    EXPECT_EQ(control(3).kind, ControlKind::Other);
     EXPECT_EQ(control(0).raw, std::nullopt);
     EXPECT_FALSE(control(2).isHeld());
 

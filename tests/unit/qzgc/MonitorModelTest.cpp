@@ -71,7 +71,7 @@ TEST(SpreadMeter, StandsTheExtremesOfValues) {
 
 MonitoredControl axis(std::int64_t min, std::int64_t max) {
     MonitoredControl control;
-    control.kind = MonitoredControl::Kind::Moving;
+    control.kind = ControlKind::Moving;
     control.logicalMin = control.calibratedMin = min;
     control.logicalMax = control.calibratedMax = max;
     return control;

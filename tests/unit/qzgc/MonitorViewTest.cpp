@@ -12,7 +12,7 @@ namespace {
 using std::chrono::milliseconds;
 using testing::HasSubstr;
 
-using Kind = MonitoredControl::Kind;
+using Kind = ControlKind;
 
 ControllerIdentity identity(const std::string& name) {
     return {.name = name, .kind = "Joystick", .typeID = "1-2", .instanceID = "1-2.A", .bus = "USB"};
@@ -83,7 +83,7 @@ others    65280 / 32=17
 
 
 
- q quit
+ q quit  ? keys
 )");
 }
 
@@ -97,7 +97,7 @@ Hat           ↗ up right         1 0.143
  13  14
  65280 / 32=17
 
- q quit
+ q quit  ? keys
 )");
 }
 
@@ -121,7 +121,7 @@ others    65280 / 32=17
 
 
 
- q quit
+ q quit  ? keys
 )");
 }
 
@@ -142,7 +142,7 @@ others    65280 / 32=17
 
 
 
- q quit
+ q quit  ? keys
 )");
 }
 
@@ -197,7 +197,11 @@ TEST(MonitorView, ListsSeveralControllersAndThoseThatCannotBeUsed) {
     model.controllers.clear();
     model.selected = 0;
     EXPECT_THAT(drawn(model, 12, 80), HasSubstr("! Locked: no permission to read it\n"));
-    EXPECT_THAT(drawn(model, 12, 80), HasSubstr("Waiting for a controller."));
+    EXPECT_THAT(drawn(model, 12, 80), HasSubstr("Waiting for a controller.\n"));
+    EXPECT_THAT(drawn(model, 12, 80), HasSubstr("'qzgc list' tells why one is refused.\n"));
+    model.wanted = "wheel";
+    EXPECT_THAT(drawn(model, 12, 80), HasSubstr("Waiting for a controller called \"wheel\".\n"));
+    model.wanted.clear();
     for (int i = 0; i < 9; ++i) {
         model.unusable.push_back(model.unusable.front());
     }

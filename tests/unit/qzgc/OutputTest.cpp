@@ -78,6 +78,21 @@ TEST_F(OutputTest, SaysThatNobodyReads) {
     EXPECT_TRUE(output.write("")) << "nothing is always written";
 }
 
+TEST_F(OutputTest, WritesNothingAfterWhatIsNotWantedAnyMore) {
+    std::string waits;
+    Output output(pipe_[1], "a pipe", [&](int fileDescriptor) {
+        EXPECT_EQ(fileDescriptor, pipe_[1]);
+        waits += 'x';
+        return waits.size() != 2;
+    });
+    EXPECT_TRUE(output.write("one\n"));
+    EXPECT_FALSE(output.write("two\n"));
+    EXPECT_FALSE(output.write("three\n"));
+    EXPECT_EQ(waits, "xx");
+    closeEnd(1);
+    EXPECT_EQ(readAll(), "one\n");
+}
+
 TEST_F(OutputTest, FailsWithTheNameAndTheReason) {
     const int full = ::open("/dev/full", O_WRONLY);
     Output output(full, "the disk");
@@ -86,7 +101,8 @@ TEST_F(OutputTest, FailsWithTheNameAndTheReason) {
         output.write("more than fits");
         ADD_FAILURE() << "it was written";
     } catch (const Failure& failure) {
-        EXPECT_STREQ(failure.what(), "cannot write to the disk: No space left on device");
+        EXPECT_STREQ(failure.what(),
+                     "cannot write to the disk: No space left on device; make room, or write to another place");
     }
     ::close(full);
 }

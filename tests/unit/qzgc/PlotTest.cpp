@@ -72,6 +72,9 @@ TEST_F(Plot, DrawsHatsWithMoreThanEightPlaces) {
     write("degrees.hid", "R: 20 05 01 09 04 a1 01 15 00 26 67 01 75 10 95 01 09 39 81 42 c0\nN: Stick\nI: 3 1 2\n"
                          "E: 000001.000000 2 ff ff\nE: 000001.500000 2 5a 00\nE: 000002.000000 2 ff ff\n");
     EXPECT_EQ(count(picture("degrees.hid"), "class=\"lane\""), 1U);
+    EXPECT_THAT(picture("degrees.hid"), HasSubstr(">Hat</text>"));
+    EXPECT_THAT(picture("degrees.hid --control hat"), HasSubstr("Hat"));
+    EXPECT_EQ(picture("degrees.hid --control '1 / 57'"), picture("degrees.hid --control Hat"));
 }
 
 TEST_F(Plot, LeavesOutControlsThatStayedAsTheyWere) {

@@ -101,6 +101,9 @@ TEST_F(Record, EndsWhenTheTimeIsUp) {
     write("two.hid", twoSticks());
     const Outcome outcome = run("record - --from two.hid --fast --seconds 1");
     EXPECT_EQ(outcome.complaint, "qzgc: recorded 2 devices and 2 reports in standard output\n");
+    EXPECT_EQ(run("record - --from two.hid --fast --seconds 0.25").complaint,
+              "qzgc: recorded 1 device and 1 report in standard output\n")
+        << "the other one comes later";
     EXPECT_EQ(run("record - --from two.hid --seconds 0.01").complaint,
               "qzgc: recorded 1 device and 1 report in standard output\n");
 }
@@ -119,6 +122,36 @@ TEST_F(Record, EndsInGoodOrderWhenInterrupted) {
         EXPECT_EQ(contents("status"), "0\n") << signal;
         EXPECT_EQ(contents("said"), "qzgc: recorded 1 device and 1 report in standard output\n") << signal;
         EXPECT_EQ(read(contents("out")).events.size(), 1U) << signal;
+    }
+}
+
+TEST_F(Record, EndsWhenInterruptedWhileItsReaderDoesNotRead) {
+    // The descriptions of the devices alone are many times what a pipe holds.
+    std::string many;
+    for (int i = 0; i < 20; ++i) {
+        std::string descriptor;
+        for (int j = 0; j < 2000; ++j) {
+            descriptor += " 05 01";
+        }
+        many += "D: " + std::to_string(i) + "\nR: 4015" + descriptor +
+                " 09 04 a1 01 25 01 75 08 95 01 09 30 81 02 c0\nN: Stick\nU: " + std::to_string(i) +
+                "\nI: 3 1234 5678\n";
+    }
+    write("many.hid", many);
+    const std::string all = run("record - --from many.hid --fast").output;
+    write("interrupt", "mkfifo pipe-$1\n"
+                       "env --default-signal '" QZGC_TOOL "' record - --from many.hid >pipe-$1 2>said &\n"
+                       "{ read -r line; kill -$1 $!\n"
+                       "timeout 20 sh -c 'while grep -qs \"^State:.[^Z]\" /proc/$0/status; do sleep 0.02; done' $! ||\n"
+                       "    kill -KILL $!\n"
+                       "wait $!; echo $? >status; cat >rest; } <pipe-$1\n");
+    for (const std::string signal : {"INT", "TERM", "HUP"}) {
+        run("--version; sh ./interrupt " + signal);
+        EXPECT_EQ(contents("status"), "0\n") << signal;
+        const std::string rest = contents("rest");
+        const std::size_t begin = all.find('\n') + 1;
+        EXPECT_GT(rest.size(), 30'000U) << signal;
+        EXPECT_TRUE(all.compare(begin, rest.size(), rest) == 0 && begin + rest.size() < all.size()) << signal;
     }
 }
 
@@ -143,7 +176,7 @@ TEST_F(Record, SaysWhatCouldNotBeWritten) {
                                                                                   ">/dev/full"}) {
         const Outcome outcome = run(arguments);
         EXPECT_EQ(outcome.status, 1) << arguments;
-        EXPECT_THAT(outcome.complaint, HasSubstr("No space left on device\n")) << arguments;
+        EXPECT_THAT(outcome.complaint, HasSubstr("No space left on device; make room, ")) << arguments;
         EXPECT_THAT(outcome.complaint, HasSubstr("recorded 1 device and 0 reports")) << arguments;
     }
     const Outcome nowhere = run("record none/x.hid --from two.hid --fast");

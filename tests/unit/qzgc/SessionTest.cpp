@@ -136,6 +136,19 @@ TEST_F(Commands, PrintTheElementsOfTheControllerThatIsMeant) {
     EXPECT_EQ(left[0]["elements"][0]["members"][0]["maximum"], 255);
 }
 
+TEST_F(Commands, SayHowARecordingIsNamed) {
+    for (const char* const command : {"elements", "monitor", "record out.hid", "calibrate --yes --seconds 1", "map"}) {
+        expectRefused(
+            std::string(command) + " sticks.hid", 2,
+            "qzgc: no controller is called \"sticks.hid\", but a file is: to take the devices of a recording, "
+            "use --from sticks.hid\n");
+    }
+    EXPECT_FALSE(std::filesystem::exists(path("out.hid")));
+    EXPECT_THAT(run("list sticks.hid").complaint,
+                HasSubstr("; to take the devices of a recording, use --from sticks.hid;"));
+    EXPECT_THAT(run("elements --from sticks.hid sticks.hid").complaint, HasSubstr("; there is \"Left"));
+}
+
 TEST_F(Commands, SayWhichControllersThereAreWhenNotOneIsMeant) {
     const std::string all = "\"Left Stick\" (4660-22136.L1), \"Right   Stick\" (4660-1.R1)\n";
     expectRefused("elements --from sticks.hid", 2,
@@ -169,10 +182,8 @@ TEST_F(Commands, FindControllersThatAreRecordedLater) {
     EXPECT_THAT(run("elements --from late.hid").output, StartsWith("Late\ncookie"));
     const Outcome listed = run("list --from late.hid");
     EXPECT_THAT(listed.output, StartsWith("no controllers when the recording begins; plugged in later: \"Late\" ("));
-    const Outcome calibrated = run("calibrate --from late.hid --fast");
-    EXPECT_EQ(calibrated.status, 1);
-    EXPECT_THAT(calibrated.complaint,
-                StartsWith("qzgc: no controller is there when the recording begins; plugged in later: \"Late\" ("));
+    EXPECT_THAT(run("map --from late.hid").output, StartsWith("Late: nothing is stored"));
+    EXPECT_THAT(run("calibrate --from late.hid --fast").output, StartsWith("Late\ncontrol"));
 }
 
 TEST_F(Commands, PrintIDsThatSteerNoTerminal) {
@@ -210,8 +221,22 @@ TEST_F(Commands, FailWhenTheOutputCannotBeWritten) {
     for (const char* const arguments : {"list", "list --json", "elements left", "elements left --json"}) {
         const Outcome outcome = run(std::string(arguments) + " --from sticks.hid >/dev/full");
         EXPECT_EQ(outcome.status, 1) << arguments;
-        EXPECT_EQ(outcome.complaint, "qzgc: cannot write to standard output\n") << arguments;
+        EXPECT_EQ(
+            outcome.complaint,
+            "qzgc: cannot write to standard output: No space left on device; make room, or write to another place\n")
+            << arguments;
     }
+}
+
+TEST_F(Commands, SayWhyTheOutputCannotBeWritten) {
+    EXPECT_EQ(
+        run("list --from sticks.hid >&-").complaint,
+        "qzgc: cannot write to standard output: Bad file descriptor; it is closed or cannot be written to: begin the "
+        "command with one that can\n");
+    write("many.hid", "R: 25 05 01 09 04 a1 01 15 00 25 01 75 01 96 80 3e 05 09 19 01 2a 80 3e 81 02 c0\nN: Buttons\n"
+                      "I: 3 1234 5678\n");
+    EXPECT_THAT(run("elements --from many.hid >/dev/full").complaint, HasSubstr(": No space left on device; "))
+        << "that was long before the end";
 }
 
 TEST_F(Commands, RefuseWrongOptions) {

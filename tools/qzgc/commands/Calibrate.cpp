@@ -3,8 +3,9 @@
 
 #include "tools/qzgc/commands/CalibrateView.h"
 #include "tools/qzgc/plot/ValueTap.h"
-#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/ChosenController.h"
 #include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/terminal/KeyHelp.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
 #include <iomanip>
@@ -68,6 +69,9 @@ void printTable(const std::vector<CalibrationRow>& rows) {
             std::cout << range << rangeText(each.after) << remark << '\n';
         }
     }
+    if (const std::string advice = adviceOn(rows); !advice.empty()) {
+        std::cout << advice << '\n';
+    }
 }
 
 void appendRange(JSONText& json, std::string_view key, const CalibratedRange& range) {
@@ -92,6 +96,8 @@ void printJSON(const std::vector<CalibrationRow>& rows, const ControllerIdentity
             .member("springsBack", each.springsBack)
             .member("moved", each.isMoved)
             .member("movedLittle", each.isMovedLittle)
+            .member("movedPartly", isMovedPartly(each))
+            .member("restFarOff", restsFarOff(each))
             .member("changed", each.isChanged());
         appendRange(json, "before", each.before);
         appendRange(json, "after", each.after);
@@ -106,17 +112,30 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
         const auto now = [] {
             return std::chrono::duration_cast<CalibrationGuide::Time>(Clock::now().time_since_epoch());
         };
+        KeyHelp help({{"Enter", "go on; in step 3 save, as y does"},
+                      {"m", "in step 3: move more"},
+                      {"n, q, Esc", "cancel; n in step 3 only"},
+                      {"Up, Down", "scroll"},
+                      {"Page Up, Page Down", "scroll by ten"},
+                      {"Ctrl-C", "cancel"}});
         TerminalLoop* running = nullptr;
         TerminalLoop loop(
             session.source(), "use --seconds and --yes",
             [&](Canvas& canvas) {
                 guide.tick(now());
-                running->stayAwake(guide.step() ==
-                                   CalibrationGuide::Step::LettingGo); // stillness is told by time alone
-                drawCalibration(canvas, guide, listener.chosen().name);
+                if (guide.step() == CalibrationGuide::Step::LettingGo) {
+                    running->wake(); // stillness is told by time alone
+                }
+                if (help.isShown()) {
+                    help.draw(canvas);
+                } else {
+                    drawCalibration(canvas, guide, listener.chosen().name);
+                }
             },
             [&](int key) {
-                guide.press(key, now());
+                if (!help.take(key)) {
+                    guide.press(key, now());
+                }
                 if (guide.hasEnded()) {
                     running->stop();
                 }
@@ -140,9 +159,7 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
 ExitStatus calibrateUnattended(Session& session, CalibrationListener& listener, Calibration& calibration,
                                const CalibrateOptions& options) {
     EventLoop loop(session.source());
-    if (options.seconds) {
-        loop.after(std::chrono::seconds(*options.seconds), [&] { loop.stop(); });
-    }
+    loop.endAfter(options.session);
     listener.onGone = [&] { loop.stop(); };
     const EventLoop::End end = loop.run();
     listener.onGone = nullptr;
@@ -170,23 +187,14 @@ ExitStatus calibrateUnattended(Session& session, CalibrationListener& listener, 
 
 ExitStatus calibrateController(const CalibrateOptions& options) {
     const bool isUnattended =
-        options.yes || options.json || options.seconds || !inputIsTerminal() || !outputIsTerminal();
+        options.yes || options.json || options.session.seconds || !inputIsTerminal() || !outputIsTerminal();
     const bool isRecorded = !options.session.from.empty();
-    if (options.session.fast && options.seconds) {
-        throw WrongUse("--seconds are those of a clock, which --fast does not wait for; leave one of them out");
-    }
-    if (isUnattended && !isRecorded && !options.seconds) {
+    if (isUnattended && !isRecorded && !options.session.seconds) {
         throw WrongUse("say how long to watch the controls: --seconds N; or name a recording with --from");
     }
     const auto listener = std::make_shared<CalibrationListener>(chooseController(options.session, options.device));
     Session session(options.session);
-    session.start(listener);
-    session.settle();
-    const auto devices = session.manager().devices();
-    if (devices.empty()) {
-        throw Failure("the controller has gone; attach it again");
-    }
-    Calibration calibration(session, devices.front());
+    Calibration calibration(session, awaitChosen(session, options.session, listener));
     return isUnattended ? calibrateUnattended(session, *listener, calibration, options)
                         : calibrateOnTerminal(session, *listener, calibration);
 }

@@ -4,16 +4,14 @@
 #include "tools/qzgc/ExitStatus.h"
 #include "tools/qzgc/session/Session.h"
 
-#include <optional>
 #include <string>
 
 namespace qz::tools {
 
 struct CalibrateOptions {
-    SessionOptions session;
-    std::string device;              ///< as for chooseController
-    bool yes = false;                ///< whether to save without asking
-    std::optional<unsigned> seconds; ///< how long controls are watched without a terminal
+    SessionOptions session; ///< with the time that controls are watched without a terminal
+    std::string device;     ///< as for chooseController
+    bool yes = false;       ///< whether to save without asking
     bool json = false;
 };
 

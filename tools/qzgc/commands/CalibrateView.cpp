@@ -44,18 +44,14 @@ void drawBar(Canvas& canvas, int line, const CalibrationRow& row, const Columns&
     if (length <= 0) {
         return;
     }
-    const int from = row.isSeen ? cellOf(row, row.seenMinimum, length) : length;
-    const int to = row.isSeen ? cellOf(row, row.seenMaximum, length) : -1;
-    const int at = row.value ? cellOf(row, *row.value, length) : -1;
-    for (int i = 0; i < length; ++i) {
-        const bool isSeen = i >= from && i <= to;
-        const char* mark = canvas.unicode() ? isSeen ? "█" : "·" : isSeen ? "#" : ".";
-        Style style{.colour = isSeen && row.isMoved ? Colour::Green : Colour::Default, .dim = !isSeen};
-        if (i == at) {
-            mark = canvas.unicode() ? "│" : "|";
-            style = {.bold = true, .reverse = isSeen};
-        }
-        canvas.put(line, columns.bar + i, mark, style);
+    const int from = row.isSeen ? cellOf(row, row.seenMinimum, length) : 0;
+    const int to = row.isSeen ? cellOf(row, row.seenMaximum, length) + 1 : 0;
+    canvas.dots(line, columns.bar, columns.barEnd, faint);
+    canvas.blocks(line, columns.bar + from, columns.bar + to,
+                  {.colour = row.isMoved ? Colour::Green : Colour::Default});
+    if (row.value) {
+        const int at = cellOf(row, *row.value, length);
+        canvas.mark(line, columns.bar + at, {.bold = true, .reverse = at >= from && at < to});
     }
 }
 
@@ -93,11 +89,12 @@ struct Line {
 std::vector<Line> comparisonOf(const Canvas& canvas, const std::vector<CalibrationRow>& rows) {
     int labels = 7;
     int ranges = 6;
+    int remarks = 12;
     for (const CalibrationRow& each : rows) {
         labels = std::max(labels, widthOf(each.label));
         ranges = std::max({ranges, widthOf(rangeText(each.before)), widthOf(rangeText(each.after))});
+        remarks = std::max(remarks, widthOf(remarkOn(each)));
     }
-    constexpr int remarks = 12;
     const auto padded = [](std::string text, int width) {
         text.append(static_cast<std::size_t>(std::max(width - widthOf(text), 0)), ' ');
         return text + "  ";
@@ -136,11 +133,14 @@ void drawComparison(Canvas& canvas, CalibrationGuide& guide, int room) {
 std::string keysText(Step step, bool isNarrow) {
     switch (step) {
     case Step::Moving:
-        return isNarrow ? "Enter done  Esc cancel" : "Enter when all have been moved  Esc cancel  Up Down scroll";
+        return isNarrow ? "Enter done  Esc cancel  ? keys"
+                        : "Enter when all have been moved  Esc cancel  Up Down scroll  ? keys";
     case Step::LettingGo:
-        return isNarrow ? "Enter do not wait  Esc cancel" : "Enter do not wait  Esc cancel  Up Down scroll";
+        return isNarrow ? "Enter do not wait  Esc cancel  ? keys"
+                        : "Enter do not wait  Esc cancel  Up Down scroll  ? keys";
     case Step::Confirming:
-        return isNarrow ? "y save  m move more  n cancel" : "y or Enter save  m move more  n or Esc cancel";
+        return isNarrow ? "y save  m move more  n cancel  ? keys"
+                        : "y or Enter save  m move more  n or Esc cancel  ? keys";
     }
     return "";
 }
@@ -162,7 +162,7 @@ void drawCalibration(Canvas& canvas, CalibrationGuide& guide, const std::string&
         drawBars(canvas, guide, room);
     }
     const int last = canvas.rows() - 1;
-    canvas.put(last, 0, keysText(guide.step(), canvas.columns() < 60), faint);
+    canvas.put(last, 0, keysText(guide.step(), canvas.columns() < 68), faint);
     guide.noteShown();
 }
 

@@ -7,7 +7,7 @@
 #include "platform/virtual/VirtualPlatform.h"
 #include "tools/qzgc/Hexadecimal.h"
 #include "tools/qzgc/TextFile.h"
-#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/ChosenController.h"
 #include "tools/qzgc/session/Output.h"
 
 #include <algorithm>
@@ -109,7 +109,7 @@ std::string typeText(QZHIDElementType type) {
 void printElement(const QZHIDElement& element, std::size_t depth) {
     std::string range;
     if (!element.isCollection()) {
-        range = std::to_string(element.theoreticalMin()) + ".." + std::to_string(element.theoreticalMax());
+        range = rangeText(element.theoreticalMin(), element.theoreticalMax());
     }
     const std::string usage = hexadecimal(static_cast<std::uint64_t>(element.usagePage()), 2) + ":" +
                               hexadecimal(static_cast<std::uint64_t>(element.usage()), 2);
@@ -229,31 +229,19 @@ ExitStatus printElementsOfDescriptor(const std::string& source, bool json) {
 }
 
 ExitStatus printElementsOfController(const SessionOptions& options, const std::string& device, bool json) {
-    // What a controller is does not depend on when it comes.
-    const bool isRecorded = !options.from.empty();
-    const auto listener = std::make_shared<ChosenControllerListener>(
-        isRecorded ? chooseRecordedController(options, device) : chooseController(options, device));
-    SessionOptions fast = options;
-    fast.fast = isRecorded;
+    const auto listener = std::make_shared<ChosenControllerListener>(chooseController(options, device));
+    const SessionOptions fast = withoutWaiting(options);
     Session session(fast);
-    session.start(listener);
-    session.settle();
-    while (session.manager().devices().empty() && isRecorded && !session.source().hasEnded()) {
-        session.source().turn();
-    }
-    const auto devices = session.manager().devices();
-    if (devices.empty()) {
-        throw Failure("the controller has gone; attach it again");
-    }
+    const auto chosen = awaitChosen(session, fast, listener);
     if (json) {
         JSONText text;
         text.beginArray().beginObject();
         appendMembers(text, listener->chosen());
-        appendElements(text, *devices.front());
+        appendElements(text, *chosen);
         std::cout << text.endObject().endArray().text() << '\n';
     } else {
         std::cout << listener->chosen().name << '\n';
-        printElements(*devices.front());
+        printElements(*chosen);
     }
     return finishOutput();
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <map>
 
 namespace qz::tools {
 
@@ -31,48 +32,28 @@ private:
     std::vector<Unusable> unusable_;
 };
 
-/// How many controls of each kind a device has; one that is part of a direction pad is no button.
-struct ControlCounts {
-    std::size_t buttons = 0;
-    std::size_t movingControls = 0;
-    std::size_t hats = 0;
-    std::size_t directionPadButtons = 0;
-    std::size_t others = 0;
-};
+using ControlCounts = std::map<ControlKind, std::size_t>;
 
 ControlCounts countControls(const QZHIDDevice& device) {
     ControlCounts counts;
     for (const auto& each : controlsOf(device)) {
-        if (each->isPartOfDirectionPad()) {
-            ++counts.directionPadButtons;
-        } else if (each->isPushButton()) {
-            ++counts.buttons;
-        } else if (each->isMovingControl()) {
-            ++counts.movingControls;
-        } else if (isHat(*each)) {
-            ++counts.hats;
-        } else {
-            ++counts.others;
-        }
+        const ControlKind kind = kindOf(*each);
+        ++counts[kind == ControlKind::Consumer ? ControlKind::Other : kind];
     }
     return counts;
 }
 
-std::string countText(std::size_t count, std::string_view one, std::string_view many) {
-    return std::to_string(count) + ' ' + std::string(count == 1 ? one : many);
-}
-
-std::string countsText(const ControlCounts& counts) {
-    std::string text = countText(counts.buttons, "button", "buttons") + ", " +
-                       countText(counts.movingControls, "moving control", "moving controls");
-    if (counts.hats > 0) {
-        text += ", " + countText(counts.hats, "hat", "hats");
+std::string countsText(ControlCounts counts) {
+    std::string text = countText(counts[ControlKind::Button], "button") + ", " +
+                       countText(counts[ControlKind::Moving], "moving control");
+    if (counts[ControlKind::Hat] > 0) {
+        text += ", " + countText(counts[ControlKind::Hat], "hat");
     }
-    if (counts.directionPadButtons > 0) {
-        text += ", " + countText(counts.directionPadButtons, "direction pad button", "direction pad buttons");
+    if (counts[ControlKind::DirectionPadButton] > 0) {
+        text += ", " + countText(counts[ControlKind::DirectionPadButton], "direction pad button");
     }
-    if (counts.others > 0) {
-        text += ", " + countText(counts.others, "other control", "other controls");
+    if (counts[ControlKind::Other] > 0) {
+        text += ", " + countText(counts[ControlKind::Other], "other control");
     }
     return text;
 }
@@ -106,23 +87,22 @@ void printUnusable(const Unusable& unusable) {
 }
 
 void printNothing(const SessionOptions& options) {
-    const auto later =
-        options.from.empty() ? std::vector<ControllerIdentity>{} : findRecordedControllers(options).usable;
+    const auto later = options.from.empty() ? std::vector<ControllerIdentity>{} : findControllers(options).usable;
     std::cout << (later.empty()
                       ? "no controllers\n"
                       : "no controllers when the recording begins; plugged in later: " + listText(later) + '\n');
 }
 
 void appendDevice(JSONText& text, Session& session, const QZHIDDevice& device) {
-    const ControlCounts counts = countControls(device);
+    ControlCounts counts = countControls(device);
     text.beginObject();
     appendMembers(text, identityOf(device));
     text.member("usable", true).key("controls").beginObject();
-    text.member("buttons", counts.buttons)
-        .member("movingControls", counts.movingControls)
-        .member("hats", counts.hats)
-        .member("directionPadButtons", counts.directionPadButtons)
-        .member("others", counts.others)
+    text.member("buttons", counts[ControlKind::Button])
+        .member("movingControls", counts[ControlKind::Moving])
+        .member("hats", counts[ControlKind::Hat])
+        .member("directionPadButtons", counts[ControlKind::DirectionPadButton])
+        .member("others", counts[ControlKind::Other])
         .endObject();
     text.member("calibrated", isCalibrated(session, device))
         .member("configured", isConfigured(session, device))

@@ -2,7 +2,7 @@
 #include "tools/qzgc/commands/Map.h"
 
 #include "tools/qzgc/commands/MapTerminal.h"
-#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/ChosenController.h"
 #include "tools/qzgc/session/Mapping.h"
 #include "tools/qzgc/session/Output.h"
 #include "tools/qzgc/session/Storing.h"
@@ -22,9 +22,6 @@ std::string apply(const MapEdit& edit, Mapping& mapping) {
         return "reset to the default mapping";
     }
     const std::size_t sign = edit.kind == MapEdit::Kind::Set ? edit.text.find('=') : std::string::npos;
-    if (edit.kind == MapEdit::Kind::Set && sign == std::string::npos) {
-        throw WrongUse("--set " + edit.text + ": give a control and an action, as in --set X=roll");
-    }
     const auto control = findControl(mapping.device(), edit.text.substr(0, sign));
     const std::string& label = mapping.label(*control);
     switch (edit.kind) {
@@ -70,6 +67,18 @@ void printMappingAsJSON(const Mapping& mapping, const ControllerIdentity& identi
     std::cout << json.endObject().text() << '\n';
 }
 
+/// What a shell has cut at a blank would be taken for DEVICE, and a controller looked for that nobody means.
+void expectWholeEdits(const MapOptions& options) {
+    const bool isRest = options.device.find('=') != std::string::npos;
+    for (const MapEdit& each : options.edits) {
+        if (each.kind == MapEdit::Kind::Set && each.text.find('=') == std::string::npos) {
+            throw WrongUse(
+                "--set " + each.text + ": give a control and an action, as in --set X=roll" +
+                (isRest ? "; a name with blanks wants quotes: --set '" + each.text + ' ' + options.device + '\'' : ""));
+        }
+    }
+}
+
 /// Whatever is edited, the default mapping goes into the preferences too, with the actions that are known.
 void expectKnownActions(const SessionOptions& options) {
     if (!options.application.empty() && options.actions.empty()) {
@@ -86,20 +95,17 @@ ExitStatus mapControls(const MapOptions& options) {
     if (isOnTerminal || !options.edits.empty()) {
         expectKnownActions(options.session);
     }
+    expectWholeEdits(options);
     if (isOnTerminal) {
         return mapOnTerminal(options.session, options.device);
     }
     const auto listener = std::make_shared<ChosenControllerListener>(chooseController(options.session, options.device));
-    Session session(options.session);
-    session.start(listener);
-    session.settle();
-    const auto devices = session.manager().devices();
-    if (devices.empty()) {
-        throw Failure("the controller has gone; attach it again");
-    }
+    const SessionOptions fast = withoutWaiting(options.session);
+    Session session(fast);
+    const auto device = awaitChosen(session, fast, listener);
     const auto& configuration = session.configuration();
-    const bool wasStored = configuration->existingConfiguration(*devices.front()) != nullptr;
-    Mapping mapping(configuration, devices.front());
+    const bool wasStored = configuration->existingConfiguration(*device) != nullptr;
+    Mapping mapping(configuration, device);
     std::string done;
     for (const MapEdit& each : options.edits) {
         done += withoutControlCharacters(apply(each, mapping)) + '\n';

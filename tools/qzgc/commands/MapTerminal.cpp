@@ -2,8 +2,9 @@
 #include "tools/qzgc/commands/MapTerminal.h"
 
 #include "tools/qzgc/commands/MapView.h"
-#include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/ChosenController.h"
 #include "tools/qzgc/session/Storing.h"
+#include "tools/qzgc/terminal/KeyHelp.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
 #include <iostream>
@@ -72,24 +73,36 @@ ExitStatus mapOnTerminal(const SessionOptions& options, const std::string& devic
     Session session(options);
     session.manager().setReportRawValues(true);
     session.manager().setReportMappedValues(false);
-    session.start(listener);
-    session.settle();
-    const auto devices = session.manager().devices();
-    if (devices.empty()) {
-        throw Failure("the controller has gone; attach it again");
-    }
-    Mapping mapping(session.configuration(), devices.front());
+    Mapping mapping(session.configuration(), awaitChosen(session, options, listener));
     MapEditor editor(mapping, [&] { return save(session); });
+    KeyHelp help({{"Up, Down", "choose an action; also by Page, Home, End"},
+                  {"n", "the next without a control"},
+                  {"Enter", "bind it"},
+                  {"c", "take it off its controls"},
+                  {"r", "turn its controls round"},
+                  {"R", "the default mapping, after a question"},
+                  {"s", "save"},
+                  {"q, Esc", "end; binding: leave all as it was"},
+                  {"r, k", "in a conflict: replace, keep both"},
+                  {"Ctrl-C", "end at once, without saving"}});
     TerminalLoop* running = nullptr;
     TerminalLoop loop(
         session.source(), "use options such as --show and --set",
         [&](Canvas& canvas) {
             editor.tick(MapListener::now());
-            running->stayAwake(editor.mode() == MapEditor::Mode::Listening);
-            drawMap(canvas, editor, listener->chosen().name, MapListener::now());
+            if (editor.mode() == MapEditor::Mode::Listening) {
+                running->wake();
+            }
+            if (help.isShown()) {
+                help.draw(canvas);
+            } else {
+                drawMap(canvas, editor, listener->chosen().name, MapListener::now());
+            }
         },
         [&](int key) {
-            editor.press(key, MapListener::now());
+            if (!help.take(key)) {
+                editor.press(key, MapListener::now());
+            }
             if (editor.hasEnded()) {
                 running->stop();
             }

@@ -108,8 +108,8 @@ void drawTable(Canvas& canvas, const MapEditor& editor, const Controls& all) {
 std::string keysText(const MapEditor& editor, bool isNarrow) {
     switch (editor.mode()) {
     case Mode::Choosing:
-        return isNarrow ? "Enter bind  c clear  r rev  s save  q"
-                        : "Enter bind  n next free  c clear  r reverse  R reset  s save  q quit";
+        return isNarrow ? "Enter bind  c clear  r rev  s save  q  ?"
+                        : "Enter bind  n next free  c clear  r reverse  R reset  s save  q quit  ? keys";
     case Mode::Listening:
         return "Esc cancel";
     case Mode::Conflict:
@@ -133,11 +133,8 @@ void drawLeader(Canvas& canvas, int row, MapEditor& editor, MapEditor::Time now)
     constexpr int length = 20;
     const int filled = static_cast<int>(std::lround(leader->excursion * length));
     const int column = canvas.put(row, 0, editor.mapping().label(*element) + "  ", emphasis);
-    for (int i = 0; i < length; ++i) {
-        const bool isFilled = i < filled;
-        const char* const mark = canvas.unicode() ? isFilled ? "█" : "·" : isFilled ? "#" : ".";
-        canvas.put(row, column + i, mark);
-    }
+    canvas.dots(row, column, column + length);
+    canvas.blocks(row, column, column + std::min(filled, length));
     canvas.put(row, column + length + 1, std::to_string(std::lround(leader->excursion * 100)) + " %");
 }
 
@@ -160,7 +157,7 @@ void drawFoot(Canvas& canvas, MapEditor& editor, const Controls& all, MapEditor:
     if (row <= top + messageLines) {
         drawLeader(canvas, row, editor, now);
     }
-    const std::string keys = keysText(editor, canvas.columns() < 68);
+    const std::string keys = keysText(editor, canvas.columns() < 76);
     canvas.put(canvas.rows() - 1, 0, keys, faint);
 }
 

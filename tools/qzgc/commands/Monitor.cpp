@@ -18,7 +18,8 @@ namespace {
 ExitStatus printEvents(const MonitorOptions& options) {
     Session session(options.session);
     EventLoop loop(session.source());
-    Output output(STDOUT_FILENO, "standard output");
+    Output output(STDOUT_FILENO, "standard output",
+                  [&](int fileDescriptor) { return loop.waitUntilWritable(fileDescriptor); });
     const auto listener = std::make_shared<EventLines>(
         EventLines::Options{.device = options.device, .json = options.json, .raw = options.raw},
         [&] { return session.source().time(); },
@@ -45,9 +46,10 @@ ExitStatus printEvents(const MonitorOptions& options) {
 /// Whatever the pace and the limit are, a name that no controller of the recording has is told at the beginning.
 void expectMeant(const MonitorOptions& options) {
     if (options.session.from.empty() || options.device.empty()) {
+        expectNoFile(options.session, options.device);
         return;
     }
-    const FoundControllers found = findRecordedControllers(options.session);
+    const FoundControllers found = findControllers(options.session);
     const bool isAnyMeant = std::ranges::any_of(
         found.usable, [&](const ControllerIdentity& each) { return isMeant(options.device, each); });
     if (!isAnyMeant) {

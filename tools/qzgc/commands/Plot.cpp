@@ -4,6 +4,7 @@
 #include "tools/qzgc/plot/Pictures.h"
 #include "tools/qzgc/session/Output.h"
 #include "tools/qzgc/session/OutputFile.h"
+#include "tools/qzgc/terminal/Screen.h"
 
 #include <iostream>
 
@@ -22,6 +23,9 @@ std::string draw(const PlotOptions& options) {
 } // namespace
 
 ExitStatus plot(const PlotOptions& options) {
+    if (!options.output && outputIsTerminal()) {
+        throw WrongUse("the standard output is a terminal, which shows no picture; name a file with --output FILE.svg");
+    }
     const std::string picture = draw(options);
     if (options.output && *options.output != "-") {
         replaceFile(*options.output, picture);

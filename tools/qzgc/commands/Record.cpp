@@ -54,7 +54,7 @@ public:
     /// What was in the file goes when there is something to take its place, and not before. Throws Failure.
     void begin() {
         if (std::exchange(holdsOld_, false) && ::ftruncate(fileDescriptor_, 0) != 0) {
-            throw Failure("cannot write to " + name_ + ": " + std::generic_category().message(errno));
+            throw Failure(cannotWrite(name_, errno));
         }
     }
     const std::string& name() const noexcept { return name_; }
@@ -62,7 +62,7 @@ public:
     /// Some file systems tell only at the end what they could not write. Throws Failure.
     void close() {
         if (isOpen() && ::close(std::exchange(fileDescriptor_, -1)) != 0) {
-            throw Failure("cannot write to " + name_ + ": " + std::generic_category().message(errno));
+            throw Failure(cannotWrite(name_, errno));
         }
     }
 
@@ -100,10 +100,6 @@ std::string whyNothing(const RecordOptions& options, const RecordingListener& li
     return (options.device.empty() ? "no controller came" : called + ", and none came") + "; attach one";
 }
 
-std::string countText(std::size_t count, const std::string& noun) {
-    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
-}
-
 void tellWhatWasRecorded(const RecordingListener& listener, const std::string& name) {
     std::cerr << "qzgc: recorded " << countText(listener.devices(), "device") << " and "
               << countText(listener.reports(), "report") << " in " << name << '\n';
@@ -120,17 +116,21 @@ void run(Session& session, EventLoop& loop, const std::shared_ptr<RecordingListe
 } // namespace
 
 ExitStatus record(const RecordOptions& options) {
+    expectNoFile(options.session, options.device);
     Session session(options.session);
     EventLoop loop(session.source());
     RecordingFile file(options.file, options.force);
-    Output output(file.fileDescriptor(), file.name());
+    Output output(file.fileDescriptor(), file.name(),
+                  [&](int fileDescriptor) { return loop.waitUntilWritable(fileDescriptor); });
     const auto listener = std::make_shared<RecordingListener>(
         options.device, [&] { return session.source().time(); },
         [&](const std::string& text) {
             file.begin();
-            if (!output.write(text)) {
+            const bool isWritten = output.write(text);
+            if (!isWritten) {
                 loop.stop();
             }
+            return isWritten;
         });
     if (options.session.from.empty()) {
         listener->announceControllers();

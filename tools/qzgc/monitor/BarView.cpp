@@ -30,7 +30,7 @@ public:
             drawValue(position(*control_.raw));
         }
         if (control_.hasRest()) {
-            canvas_.put(row_, begin_ + cellOf(position(control_.rest)), canvas_.unicode() ? "│" : "|", markStyle);
+            canvas_.mark(row_, begin_ + cellOf(position(control_.rest)), markStyle);
         }
     }
 
@@ -45,9 +45,7 @@ private:
     void drawRange() const {
         const int from = static_cast<int>(position(control_.calibratedMin));
         const int to = static_cast<int>(std::ceil(position(control_.calibratedMax)));
-        for (int cell = from; cell < to; ++cell) {
-            canvas_.put(row_, begin_ + cell, canvas_.unicode() ? "·" : ".", trackStyle);
-        }
+        canvas_.dots(row_, begin_ + from, begin_ + to, trackStyle);
         canvas_.put(row_, begin_ + from - 1, "[");
         canvas_.put(row_, begin_ + to, "]");
     }
@@ -65,11 +63,7 @@ private:
         }
     }
 
-    void fill(int from, int to) const {
-        for (int cell = from; cell < to; ++cell) {
-            drawPart(cell, 8, false);
-        }
-    }
+    void fill(int from, int to) const { canvas_.blocks(row_, begin_ + from, begin_ + to, barStyle); }
 
     /// Fills a part of a cell, from its left or its right end.
     void drawPart(int cell, int eighths, bool fromRight) const {

@@ -36,7 +36,10 @@ bool EventLines::hidManagerShouldConnectDevice(QZGCHIDManager& manager, platform
 }
 
 void EventLines::hidManagerDeviceConnected(QZGCHIDManager& /*manager*/, const std::shared_ptr<QZHIDDevice>& device) {
-    const Controller controller{++connectedSoFar_, identityOf(*device)};
+    Controller controller{++connectedSoFar_, identityOf(*device)};
+    if (!options_.json) {
+        controller.names = controlNames(*device);
+    }
     controllers_.insert_or_assign(device.get(), controller);
     tellController("connected", controller);
 }
@@ -53,6 +56,9 @@ void EventLines::hidManagerElementNewRawValue(QZGCHIDManager& /*manager*/, const
                                               std::int64_t newRawValue) {
     const auto found = controllers_.find(element->device().get());
     moved_ = {found != controllers_.end() ? found->second.number : 0, element->cookie(), element->name()};
+    if (found != controllers_.end() && !options_.json) {
+        moved_.name = found->second.names.at(moved_.cookie);
+    }
     if (!options_.raw) {
         return;
     }

@@ -42,6 +42,7 @@ private:
     struct Controller {
         std::size_t number; ///< in the order in which controllers are connected, from 1
         ControllerIdentity identity;
+        std::map<std::int64_t, std::string> names = {}; ///< of its controls, where lines are for people
     };
     struct Control {
         std::size_t controller = 0;

@@ -9,23 +9,23 @@ namespace qz::tools {
 
 namespace {
 
-MonitoredControl::Kind kindOf(const QZHIDElement& element) {
-    if (element.isMovingControl()) {
-        return MonitoredControl::Kind::Moving;
+/// The view has a place for every button.
+ControlKind shownKindOf(const QZHIDElement& element) {
+    switch (const ControlKind kind = kindOf(element); kind) {
+    case ControlKind::DirectionPadButton:
+        return ControlKind::Button;
+    case ControlKind::Consumer:
+        return ControlKind::Other;
+    default:
+        return kind;
     }
-    if (isHat(element)) {
-        return MonitoredControl::Kind::Hat;
-    }
-    return element.isPushButton() || element.isPartOfDirectionPad() ? MonitoredControl::Kind::Button
-                                                                    : MonitoredControl::Kind::Other;
 }
 
-MonitoredControl controlOf(QZGCConfigurationManager& configuration, const QZHIDElement& element) {
+MonitoredControl controlOf(QZGCConfigurationManager& configuration, const QZHIDElement& element, std::string name) {
     MonitoredControl control;
-    control.kind = kindOf(element);
+    control.kind = shownKindOf(element);
     control.cookie = element.cookie();
-    // The library has no name for hats.
-    control.name = control.kind == MonitoredControl::Kind::Hat ? "Hat" : element.name();
+    control.name = std::move(name);
     control.action = withoutControlCharacters(std::string(configuration.actionString(element).value_or("")));
     control.reversed = configuration.mustReverseDirection(element);
     control.logicalMin = element.theoreticalMin();
@@ -39,7 +39,9 @@ MonitoredControl controlOf(QZGCConfigurationManager& configuration, const QZHIDE
 } // namespace
 
 MonitorListener::MonitorListener(std::string device, Time time, Changed changed)
-    : device_(std::move(device)), time_(std::move(time)), changed_(std::move(changed)) {}
+    : device_(std::move(device)), time_(std::move(time)), changed_(std::move(changed)) {
+    model_.wanted = withoutControlCharacters(device_);
+}
 
 void MonitorListener::follow(QZGCHIDManager& manager) {
     manager.setReportRawValues(true);
@@ -61,8 +63,10 @@ void MonitorListener::hidManagerDeviceConnected(QZGCHIDManager& manager, const s
     connected.controller = std::make_shared<MonitoredController>();
     connected.controller->identity = identityOf(*device);
     connected.controller->number = ++connectedSoFar_;
+    auto names = controlNames(*device);
     for (const auto& element : connected.elements) {
-        connected.controller->controls.push_back(controlOf(*manager.configManager(), *element));
+        std::string& name = names.at(element->cookie());
+        connected.controller->controls.push_back(controlOf(*manager.configManager(), *element, std::move(name)));
     }
     model_.add(connected.controller);
     Connected& kept = connected_[device->ioHIDDeviceRef()] = std::move(connected);
@@ -141,16 +145,12 @@ void MonitorListener::refresh(Connected& connected) {
     for (std::size_t i = 0; i < connected.elements.size(); ++i) {
         const QZHIDElement& element = *connected.elements[i];
         MonitoredControl& control = connected.controller->controls[i];
-        platform::HIDValue value;
-        if (IOHIDDeviceGetValueWithOptions(connected.device->ioHIDDeviceRef(), element.ioHIDElementRef(), value,
-                                           platform::kIOHIDDeviceGetValueWithoutUpdateOption) !=
-                platform::kIOReturnSuccess ||
-            control.raw == value.integerValue) {
-            continue;
+        const auto value = lastKnownValue(*connected.device, element);
+        if (value && control.raw != value) {
+            control.raw = value;
+            control.normalized = element.normalizedValue(*value);
+            control.spread.add(*value, now);
         }
-        control.raw = value.integerValue;
-        control.normalized = element.normalizedValue(value.integerValue);
-        control.spread.add(value.integerValue, now);
     }
 }
 

@@ -66,7 +66,7 @@ bool MonitorModel::changesByItself(Moment now) const {
     return std::ranges::any_of(controllers, [&](const auto& each) {
         return each->reports.changesByItself(now) ||
                std::ranges::any_of(each->controls, [&](const MonitoredControl& control) {
-                   return control.kind == MonitoredControl::Kind::Moving && control.spread.changesByItself(now);
+                   return control.kind == ControlKind::Moving && control.spread.changesByItself(now);
                });
     });
 }

@@ -12,9 +12,7 @@ namespace qz::tools {
 
 /// One control as the monitor shows it.
 struct MonitoredControl {
-    enum class Kind : std::uint8_t { Moving, Hat, Button, Other };
-
-    Kind kind = Kind::Other;
+    ControlKind kind = ControlKind::Other; ///< Moving, Hat, Button or Other
     std::int64_t cookie = 0;
     std::string name = {};
     std::string action = {}; ///< empty: none
@@ -64,6 +62,7 @@ struct MonitorModel {
     std::vector<std::shared_ptr<MonitoredController>> controllers = {};
     std::vector<UnusableController> unusable = {};
     std::string latestError = {};
+    std::string wanted = {}; ///< DEVICE; empty: any
     bool sourceHasEnded = false;
     std::size_t selected = 0; ///< among the controllers
     int scrolled = 0;         ///< rows of the selected controller that are above the window

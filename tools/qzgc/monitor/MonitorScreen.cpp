@@ -3,42 +3,31 @@
 
 #include "tools/qzgc/monitor/MonitorListener.h"
 #include "tools/qzgc/monitor/MonitorView.h"
-#include "tools/qzgc/session/EventLoop.h"
-#include "tools/qzgc/terminal/Screen.h"
+#include "tools/qzgc/terminal/KeyHelp.h"
+#include "tools/qzgc/terminal/TerminalLoop.h"
 
 #include <algorithm>
-#include <unistd.h>
-
-using std::chrono::milliseconds;
 
 namespace qz::tools {
 
 namespace {
 
-/// Thirty pictures a second at the most.
-constexpr milliseconds betweenPictures(33);
-/// How soon a change of rates alone is shown, and what becomes of meters when nothing happens any more.
-constexpr milliseconds betweenRates(250);
-
 class MonitorScreen {
 public:
     explicit MonitorScreen(const MonitorOptions& options)
-        : isFast_(options.session.fast), session_(options.session), loop_(session_.source()),
+        : isFast_(options.session.fast), session_(options.session),
+          loop_(
+              session_.source(), "use --lines", [this](Canvas& canvas) { draw(canvas); },
+              [this](int key) { take(key); }),
           listener_(std::make_shared<MonitorListener>(
-              options.device, [this] { return now(); }, [this](bool soon) { changed(soon); })) {
-        loop_.staysAfterSource();
+              options.device, [this] { return now(); },
+              [this](bool soon) { soon ? loop_.wake() : loop_.wakeSlowly(); })) {
         loop_.endAfter(options.session);
-        loop_.onReadable(STDIN_FILENO, [this] { takeKeys(); });
-        loop_.onResize([this] {
-            screen_.resize();
-            changed(true);
-        });
     }
 
     void run() {
         listener_->follow(session_.manager());
         session_.start(listener_);
-        changed(true);
         loop_.run();
     }
 
@@ -48,48 +37,24 @@ private:
         return isFast_ ? session_.source().time() : std::chrono::duration_cast<Moment>(Clock::now() - begin_);
     }
 
-    void changed(bool soon) {
-        const auto at = std::max(latestPicture_ + (soon ? betweenPictures : betweenRates), Clock::time_point{});
-        if (nextPicture_ && *nextPicture_ <= at) {
-            return;
-        }
-        nextPicture_ = at;
-        const auto delay = std::chrono::ceil<milliseconds>(at - Clock::now());
-        loop_.after(std::max(delay, milliseconds(0)), [this] {
-            if (nextPicture_ && *nextPicture_ <= Clock::now()) {
-                draw();
-            }
-        });
-    }
-
-    void draw() {
-        nextPicture_.reset();
-        latestPicture_ = Clock::now();
+    void draw(Canvas& canvas) {
         listener_->refresh();
         MonitorModel& model = listener_->model();
         model.sourceHasEnded = session_.source().hasEnded();
-        Canvas canvas = screen_.canvas();
-        window_ = drawMonitor(canvas, model, now());
-        screen_.show(canvas);
+        if (help_.isShown()) {
+            help_.draw(canvas);
+        } else {
+            window_ = drawMonitor(canvas, model, now());
+        }
         if (!isFast_ && model.changesByItself(now())) {
-            changed(false);
-        }
-    }
-
-    void takeKeys() {
-        bool any = false;
-        while (const auto key = screen_.takeKey()) {
-            take(*key);
-            any = true;
-        }
-        if (any) {
-            changed(true);
-        } else if (screen_.isGone()) {
-            loop_.hangUp();
+            loop_.wakeSlowly();
         }
     }
 
     void take(int key) {
+        if (help_.take(key)) {
+            return;
+        }
         MonitorModel& model = listener_->model();
         switch (key) {
         case 'q':
@@ -125,12 +90,16 @@ private:
     bool isFast_;
     Clock::time_point begin_ = Clock::now();
     Session session_;
-    EventLoop loop_; // before the screen, which leaves the signals alone that are taken already
-    Screen screen_{"use --lines"};
+    TerminalLoop loop_;
     std::shared_ptr<MonitorListener> listener_;
+    KeyHelp help_{{{"q, Esc", "end"},
+                   {"Tab, Right", "the next controller"},
+                   {"Shift-Tab, Left", "the one before"},
+                   {"Up, Down, k, j", "scroll"},
+                   {"Page Up, Page Down", "scroll by a page"},
+                   {"Home, End", "scroll to the ends"},
+                   {"Ctrl-Z", "stop, until fg"}}};
     MonitorWindow window_;
-    Clock::time_point latestPicture_;
-    std::optional<Clock::time_point> nextPicture_;
 };
 
 } // namespace

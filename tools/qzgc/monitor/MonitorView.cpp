@@ -9,7 +9,7 @@ namespace qz::tools {
 
 namespace {
 
-using Kind = MonitoredControl::Kind;
+using Kind = ControlKind;
 
 constexpr Style titleStyle{.bold = true, .reverse = true};
 constexpr Style dimStyle{.dim = true};
@@ -222,15 +222,28 @@ public:
         if (const MonitoredController* const controller = model_.selectedController()) {
             window = drawControls(*controller);
         } else {
-            const std::string_view text =
-                model_.sourceHasEnded ? "No controller is left in the recording." : "Waiting for a controller.";
-            canvas_.put(row_ + (end_ - row_) / 2, (canvas_.columns() - widthOf(text)) / 2, text, {.bold = true});
+            drawWaiting();
         }
         drawFooter(window);
         return window;
     }
 
 private:
+    void drawWaiting() {
+        const int row = row_ + (end_ - row_) / 2;
+        const auto centred = [&](int line, std::string_view text, Style style) {
+            canvas_.put(line, std::max((canvas_.columns() - widthOf(text)) / 2, 0), text, style);
+        };
+        if (model_.sourceHasEnded) {
+            centred(row, "No controller is left in the recording.", {.bold = true});
+            return;
+        }
+        const std::string called = model_.wanted.empty() ? "" : " called \"" + model_.wanted + '"';
+        centred(row, "Waiting for a controller" + called + '.', {.bold = true});
+        if (row + 1 < end_) {
+            centred(row + 1, "'qzgc list' tells why one is refused.", dimStyle);
+        }
+    }
     std::string rateText(const MonitoredController& controller) const {
         return std::to_string(controller.reports.perSecond(now_)) + (isWide() ? " reports/s" : "/s");
     }
@@ -297,7 +310,7 @@ private:
 
     void drawFooter(const MonitorWindow& window) {
         const int row = canvas_.rows() - 1;
-        std::string keys = " q quit";
+        std::string keys = " q quit  ? keys";
         keys += model_.controllers.size() > 1 ? "  Tab next" : "";
         keys += window.mostScrolled() > 0 ? (canvas_.unicode() ? "  ↑↓ scroll" : "  arrows scroll") : "";
         int column = canvas_.put(row, 0, keys, dimStyle);

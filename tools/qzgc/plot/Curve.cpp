@@ -89,7 +89,7 @@ private:
 Curve curveOf(const QZHIDElement& element, const SeenValues& seen) {
     const auto [low, high] = axisOf(element, seen);
     Curve curve;
-    curve.control = element.name();
+    curve.control = controlName(element);
     curve.cookie = element.cookie();
     curve.logicalMin = element.theoreticalMin();
     curve.logicalMax = element.theoreticalMax();
@@ -115,8 +115,7 @@ Curve curveOf(const QZHIDElement& element, const SeenValues& seen) {
 
 Curve gatherCurve(const SessionOptions& options, std::string_view device, std::string_view control,
                   std::optional<double> hysteresis) {
-    const auto listener =
-        std::make_shared<CurveListener>(chooseRecordedController(options, device), control, hysteresis);
+    const auto listener = std::make_shared<CurveListener>(chooseController(options, device), control, hysteresis);
     Session session(options);
     session.start(listener);
     const ValueTap tap(session,

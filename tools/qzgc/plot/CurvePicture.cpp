@@ -39,10 +39,6 @@ constexpr double bottom = 404; // of the curve
 constexpr double countTop = 414;
 constexpr double countBottom = 462; // of the histogram, with the raw axis below it
 
-std::string rangeText(std::int64_t low, std::int64_t high) {
-    return std::to_string(low) + ".." + std::to_string(high);
-}
-
 /// Values on the picture's axes.
 class Field {
 public:

@@ -11,12 +11,13 @@ namespace qz::tools {
 
 namespace {
 
-LaneKind kindOf(const QZHIDElement& element) {
-    if (isHat(element)) {
+LaneKind laneKindOf(const QZHIDElement& element) {
+    const ControlKind kind = kindOf(element);
+    if (kind == ControlKind::Hat) {
         return LaneKind::Hat;
     }
     const bool isSwitch = element.theoreticalMin() == 0 && element.theoreticalMax() == 1;
-    return isSwitch || element.isPushButton() ? LaneKind::Switch : LaneKind::Moving;
+    return isSwitch || kind == ControlKind::Button ? LaneKind::Switch : LaneKind::Moving;
 }
 
 double valueOf(const QZHIDElement& element, LaneKind kind, std::int64_t raw) {
@@ -55,11 +56,12 @@ private:
     struct Known {
         const QZHIDDevice* connected;
         DeviceLanes lanes;
+        std::map<std::int64_t, std::string> names = {}; ///< of the controls, by cookie
     };
 
     microseconds now() { return session_.source().time(); }
     Known* find(const QZHIDDevice* device);
-    ControlLane& laneOf(DeviceLanes& lanes, const QZHIDElement& element) const;
+    ControlLane& laneOf(Known& known, const QZHIDElement& element) const;
     ActionLane& laneOf(const std::string& action, LaneKind kind);
 
     Session& session_;
@@ -86,6 +88,7 @@ void TimeLineListener::hidManagerDeviceConnected(QZGCHIDManager& /*manager*/,
         known = devices_.end() - 1;
     }
     known->connected = device.get();
+    known->names = controlNames(*device);
     known->lanes.presence.add(now(), 1);
 }
 
@@ -102,17 +105,19 @@ void TimeLineListener::hidManagerDeviceDisconnected(QZGCHIDManager& /*manager*/,
     }
 }
 
-ControlLane& TimeLineListener::laneOf(DeviceLanes& lanes, const QZHIDElement& element) const {
+ControlLane& TimeLineListener::laneOf(Known& known, const QZHIDElement& element) const {
+    DeviceLanes& lanes = known.lanes;
     const auto place = std::ranges::lower_bound(lanes.controls, element.cookie(), {}, &ControlLane::cookie);
     if (place != lanes.controls.end() && place->cookie == element.cookie()) {
         return *place;
     }
-    return *lanes.controls.insert(place, {element.cookie(), element.name(), kindOf(element), Trace(line_.scale)});
+    return *lanes.controls.insert(
+        place, {element.cookie(), known.names.at(element.cookie()), laneKindOf(element), Trace(line_.scale)});
 }
 
 void TimeLineListener::elementValue(const QZHIDElement& element, std::int64_t raw) {
     if (Known* const known = find(element.device().get()); known != nullptr) {
-        ControlLane& lane = laneOf(known->lanes, element);
+        ControlLane& lane = laneOf(*known, element);
         lane.trace.add(now(), valueOf(element, lane.kind, raw));
     }
 }
@@ -127,7 +132,7 @@ ActionLane& TimeLineListener::laneOf(const std::string& action, LaneKind kind) {
 
 void TimeLineListener::hidManagerActionNewValue(QZGCHIDManager& /*manager*/, const std::string& action,
                                                 double newValue) {
-    const bool isSwitch = trigger_ && kindOf(*trigger_) == LaneKind::Switch;
+    const bool isSwitch = trigger_ && laneKindOf(*trigger_) == LaneKind::Switch;
     ActionLane& lane = laneOf(action, isSwitch ? LaneKind::Switch : LaneKind::Moving);
     lane.trace.add(now(), newValue);
     if (!isSwitch) {
@@ -136,7 +141,8 @@ void TimeLineListener::hidManagerActionNewValue(QZGCHIDManager& /*manager*/, con
     if (!trigger_) {
         return;
     }
-    if (const std::string name = trigger_->name(); std::ranges::find(lane.controls, name) == lane.controls.end()) {
+    if (const std::string name = controlName(*trigger_);
+        std::ranges::find(lane.controls, name) == lane.controls.end()) {
         lane.controls.push_back(name);
     }
     lane.isReversed = lane.isReversed || session_.configuration()->mustReverseDirection(*trigger_);
@@ -173,7 +179,7 @@ TimeLine gatherTimeLine(const SessionOptions& options, std::string_view device, 
     }
     TimeLine line = listener->take();
     if (line.devices.empty()) {
-        static_cast<void>(chooseRecordedController(options, device)); // says why there is none
+        static_cast<void>(chooseController(options, device)); // says why there is none
     }
     return line;
 }

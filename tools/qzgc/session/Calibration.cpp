@@ -57,8 +57,7 @@ CalibratedRange preview(QZHIDElement& element) {
 } // namespace
 
 std::string rangeText(const CalibratedRange& range) {
-    return std::to_string(range.minimum) + ".." + std::to_string(range.maximum) + ", rest " +
-           std::to_string(range.rest);
+    return rangeText(range.minimum, range.maximum) + ", rest " + std::to_string(range.rest);
 }
 
 Calibration::Calibration(Session& session, std::shared_ptr<QZHIDDevice> device)
@@ -68,12 +67,9 @@ Calibration::Calibration(Session& session, std::shared_ptr<QZHIDDevice> device)
     if (elements.empty()) {
         throw Failure("the controller has no axis, slider, dial or wheel: there is nothing to calibrate");
     }
+    const auto labels = labelsOf(elements);
     for (const auto& each : elements) {
-        const std::string name = each->name();
-        const auto count = std::ranges::count_if(elements, [&](const auto& other) { return other->name() == name; });
-        controls_.push_back({.element = each,
-                             .label = count == 1 ? name : name + " (" + std::to_string(each->cookie()) + ')',
-                             .before = rangeOf(*each)});
+        controls_.push_back({.element = each, .label = labels.at(each->cookie()), .before = rangeOf(*each)});
     }
     session_.manager().startCalibration();
 }
@@ -127,20 +123,63 @@ bool isAnyMoved(const std::vector<CalibrationRow>& rows) {
 }
 
 std::string labelsOf(const std::vector<CalibrationRow>& rows, bool moved) {
-    std::string text;
+    std::vector<std::string> labels;
     for (const CalibrationRow& each : rows) {
         if (each.isMoved == moved) {
-            text += (text.empty() ? "" : ", ") + each.label;
+            labels.push_back(each.label);
         }
     }
-    return text;
+    return joined(labels);
+}
+
+namespace {
+
+double shareOfRange(const CalibrationRow& row) {
+    const std::uint64_t declared = lengthOf(row.logicalMinimum, row.logicalMaximum);
+    const auto seen = static_cast<double>(lengthOf(row.seenMinimum, row.seenMaximum));
+    return declared > 0 ? seen / static_cast<double>(declared) : 1.0;
+}
+
+std::string travelRemark(const CalibrationRow& row) {
+    if (row.isMovedLittle) {
+        return "moved little";
+    }
+    return isMovedPartly(row) ? "moved over " + std::to_string(static_cast<int>(shareOfRange(row) * 100)) + " %" : "";
+}
+
+} // namespace
+
+bool isMovedPartly(const CalibrationRow& row) {
+    return row.isMoved && shareOfRange(row) < 0.75;
+}
+
+bool restsFarOff(const CalibrationRow& row) {
+    const std::uint64_t travel = lengthOf(row.after.minimum, row.after.maximum);
+    const std::uint64_t nearer =
+        std::min(lengthOf(row.after.minimum, row.after.rest), lengthOf(row.after.rest, row.after.maximum));
+    return row.isMoved && row.springsBack && nearer < travel / 4;
 }
 
 std::string remarkOn(const CalibrationRow& row) {
     if (!row.isMoved) {
         return "not moved";
     }
-    return row.isMovedLittle ? "moved little" : row.isChanged() ? "" : "unchanged";
+    const std::string travel = travelRemark(row);
+    const std::string rest = restsFarOff(row) ? "rest far off" : "";
+    const std::string remark = travel + (travel.empty() || rest.empty() ? "" : ", ") + rest;
+    return !remark.empty() || row.isChanged() ? remark : "unchanged";
+}
+
+std::string adviceOn(const std::vector<CalibrationRow>& rows) {
+    std::string labels;
+    for (const CalibrationRow& each : rows) {
+        if (restsFarOff(each)) {
+            labels += (labels.empty() ? "" : ", ") + each.label;
+        }
+    }
+    return labels.empty() ? ""
+                          : "At rest far from the middle of its travel: " + labels +
+                                ". A lever that stays where it is left must be left in its middle, or not be saved.";
 }
 
 } // namespace qz::tools

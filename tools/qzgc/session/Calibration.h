@@ -73,7 +73,15 @@ bool isAnyMoved(const std::vector<CalibrationRow>& rows);
 /// "X, Slider": the labels of those that were moved, or of those that were not; empty when there are none.
 std::string labelsOf(const std::vector<CalibrationRow>& rows, bool moved);
 
+/// Whether it counts as moved, but over less than three quarters of what the controller declares.
+bool isMovedPartly(const CalibrationRow& row);
+/// Whether it would be stored with a rest in the outer quarters of its travel: where it was let go of becomes the
+/// middle of its values, which is wrong for a lever that stays where it is put.
+bool restsFarOff(const CalibrationRow& row);
+
 /// What becomes of a control, in words; empty where the ranges say it all.
 std::string remarkOn(const CalibrationRow& row);
+/// What to do about those that rest far off; empty where none does.
+std::string adviceOn(const std::vector<CalibrationRow>& rows);
 
 } // namespace qz::tools

@@ -124,7 +124,9 @@ std::string CalibrationGuide::instruction() const {
         break;
     }
     const std::string kept = labelsOf(rows_, false);
-    return "This is to be saved." + (kept.empty() ? "" : " Not moved, and so as before: " + kept + '.');
+    const std::string advice = adviceOn(rows_);
+    return "This is to be saved." + (advice.empty() ? "" : ' ' + advice) +
+           (kept.empty() ? "" : " Not moved, and so as before: " + kept + '.');
 }
 
 } // namespace qz::tools

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <filesystem>
 #include <iostream>
 #include <map>
 
@@ -89,31 +90,19 @@ ControllerIdentity firstUnlessNameable(const std::vector<ControllerIdentity>& me
     return meant.front();
 }
 
-std::string nothingThere(const SessionOptions& options) {
-    if (options.from.empty()) {
-        return "no controller is there; attach one, or name a recording with --from";
-    }
-    const FoundControllers later = findRecordedControllers(options);
-    return later.usable.empty()
-               ? "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has"
-               : "no controller is there when the recording begins; plugged in later: " + listText(later.usable);
-}
-
 } // namespace
 
 std::string listText(const std::vector<ControllerIdentity>& identities) {
-    std::string text;
+    std::vector<std::string> texts;
+    texts.reserve(identities.size());
     for (const ControllerIdentity& each : identities) {
-        text += text.empty() ? "" : ", ";
-        text += '"' + each.name + "\" (" + withoutControlCharacters(each.instanceID) + ')';
+        texts.push_back('"' + each.name + "\" (" + withoutControlCharacters(each.instanceID) + ')');
     }
-    return text;
+    return joined(texts);
 }
 
-std::string withoutControlCharacters(std::string text) {
-    std::ranges::replace_if(
-        text, [](unsigned char each) { return each < ' ' || each == 0x7f; }, ' ');
-    return text;
+std::string unusableText(const ControllerIdentity& identity, std::string_view why) {
+    return ('"' + identity.name + "\" cannot be used: ").append(why);
 }
 
 ControllerIdentity identityOf(const QZHIDDevice& device) {
@@ -159,40 +148,57 @@ ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text
         found.unusable, [&](const FoundControllers::Unusable& each) { return isMeant(text, each.identity); });
     if (unusable != found.unusable.end() || (all.empty() && !found.unusable.empty())) {
         const auto& told = unusable != found.unusable.end() ? *unusable : found.unusable.front();
-        throw Failure('"' + told.identity.name + "\" cannot be used: " + told.why);
+        throw Failure(unusableText(told.identity, told.why));
     }
     throw Failure(all.empty() ? ifNothing
                               : "no controller is called \"" + std::string(text) + "\"; there is " + listText(all));
 }
 
-ControllerIdentity chooseController(const SessionOptions& options, std::string_view text) {
-    SessionOptions looking = options;
-    looking.mayStore = false;
-    const auto listener = std::make_shared<IdentityListener>();
-    Session session(looking);
-    session.start(listener);
-    session.settle();
-    const FoundControllers& found = listener->found();
-    return chosenOf(found, text, found.usable.empty() ? nothingThere(options) : "");
+bool isFile(std::string_view text) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(text, error);
+    return !text.empty() && (std::filesystem::is_regular_file(status) || std::filesystem::is_fifo(status));
 }
 
-FoundControllers findRecordedControllers(const SessionOptions& options) {
-    SessionOptions fast = options;
-    fast.fast = true;
-    fast.mayStore = false;
+void expectNoFile(const FoundControllers& found, std::string_view text) {
+    const auto isIt = [&](const ControllerIdentity& each) { return isMeant(text, each); };
+    if (isFile(text) && std::ranges::none_of(found.usable, isIt) &&
+        std::ranges::none_of(found.unusable, isIt, &FoundControllers::Unusable::identity)) {
+        throw WrongUse("no controller is called \"" + std::string(text) +
+                       "\", but a file is: to take the devices of a recording, use --from " + std::string(text));
+    }
+}
+
+void expectNoFile(const SessionOptions& options, std::string_view text) {
+    if (options.from.empty() && isFile(text)) {
+        expectNoFile(findControllers(options), text);
+    }
+}
+
+FoundControllers findControllers(SessionOptions options) {
+    const bool isRecorded = !options.from.empty();
+    options.fast = options.fast || isRecorded;
+    options.seconds.reset();
+    options.mayStore = false;
     const auto listener = std::make_shared<IdentityListener>();
-    Session session(fast);
+    Session session(options);
     session.start(listener);
     session.settle();
-    while (!session.source().hasEnded()) {
+    while (isRecorded && !session.source().hasEnded()) {
         session.source().turn();
     }
     return listener->found();
 }
 
-ControllerIdentity chooseRecordedController(const SessionOptions& options, std::string_view text) {
-    const FoundControllers found = findRecordedControllers(options);
-    return chosenOf(found, text, found.usable.empty() ? nothingThere(options) : "");
+ControllerIdentity chooseController(const SessionOptions& options, std::string_view text) {
+    const FoundControllers found = findControllers(options);
+    if (options.from.empty()) {
+        expectNoFile(found, text);
+    }
+    return chosenOf(found, text,
+                    options.from.empty()
+                        ? "no controller is there; attach one, or name a recording with --from"
+                        : "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has");
 }
 
 bool ChosenControllerListener::hidManagerShouldConnectDevice(QZGCHIDManager& manager, platform::IOHIDDeviceRef device) {
@@ -221,8 +227,54 @@ std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device)
     return controls;
 }
 
-bool isHat(const QZHIDElement& element) {
-    return element.usagePage() == 0x01 && element.usage() == 0x39; // HID Usage Tables 1.5, section 4: Hat Switch
+std::map<std::int64_t, std::string> labelsOf(const std::vector<std::shared_ptr<QZHIDElement>>& controls) {
+    const auto device = controls.empty() ? nullptr : controls.front()->device();
+    const auto names = device ? controlNames(*device) : std::map<std::int64_t, std::string>();
+    std::map<std::int64_t, std::string> labels;
+    std::map<std::string, int> bearers;
+    for (const auto& each : controls) {
+        const auto name = names.find(each->cookie());
+        ++bearers[labels.emplace(each->cookie(), name != names.end() ? name->second : each->name()).first->second];
+    }
+    for (auto& [cookie, label] : labels) {
+        if (bearers[label] > 1) {
+            label += " (" + std::to_string(cookie) + ')';
+        }
+    }
+    return labels;
+}
+
+ControlKind kindOf(const QZHIDElement& element) {
+    if (element.isMovingControl()) {
+        return ControlKind::Moving;
+    }
+    if (element.isPushButton()) {
+        return ControlKind::Button;
+    }
+    if (element.isPartOfDirectionPad()) {
+        return ControlKind::DirectionPadButton;
+    }
+    if (element.isConsumerElement()) {
+        return ControlKind::Consumer;
+    }
+    // HID Usage Tables 1.5, section 4: Hat Switch
+    return element.usagePage() == 0x01 && element.usage() == 0x39 ? ControlKind::Hat : ControlKind::Other;
+}
+
+std::map<std::int64_t, std::string> controlNames(const QZHIDDevice& device) {
+    std::map<std::int64_t, std::string> names;
+    int hats = 0;
+    for (const auto& each : controlsOf(device)) {
+        const std::string hat =
+            kindOf(*each) == ControlKind::Hat ? ++hats == 1 ? "Hat" : "Hat " + std::to_string(hats) : "";
+        names.emplace(each->cookie(), hat.empty() ? each->name() : hat);
+    }
+    return names;
+}
+
+std::string controlName(const QZHIDElement& element) {
+    const auto device = element.device();
+    return device && kindOf(element) == ControlKind::Hat ? controlNames(*device).at(element.cookie()) : element.name();
 }
 
 HatDirection directionOf(std::int64_t minimum, std::int64_t maximum, std::int64_t raw) {
@@ -244,11 +296,13 @@ std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHI
 std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string_view text) {
     std::vector<std::shared_ptr<QZHIDElement>> found;
     const std::string wanted = lowerCase(text);
+    const auto names = controlNames(device);
     for (const std::shared_ptr<QZHIDElement>& each : controlsOf(device)) {
         if (std::to_string(each->cookie()) == text) {
             return each;
         }
-        if (lowerCase(each->name()) == wanted || lowerCase(each->nameKey()) == wanted) {
+        if (lowerCase(names.at(each->cookie())) == wanted || lowerCase(each->name()) == wanted ||
+            lowerCase(each->nameKey()) == wanted) {
             found.push_back(each);
         }
     }
@@ -256,11 +310,13 @@ std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string
         throw WrongUse("no control is called \"" + std::string(text) + "\"; 'qzgc elements' lists them");
     }
     if (found.size() > 1) {
-        std::string cookies;
+        std::vector<std::string> cookies;
+        cookies.reserve(found.size());
         for (const auto& each : found) {
-            cookies += (cookies.empty() ? "" : ", ") + std::to_string(each->cookie());
+            cookies.push_back(std::to_string(each->cookie()));
         }
-        throw WrongUse("several controls are called \"" + std::string(text) + "\"; name one by its cookie: " + cookies);
+        throw WrongUse("several controls are called \"" + std::string(text) +
+                       "\"; name one by its cookie: " + joined(cookies));
     }
     return found.front();
 }

@@ -3,7 +3,9 @@
 
 #include "tools/qzgc/JSONText.h"
 #include "tools/qzgc/session/Session.h"
+#include "tools/qzgc/session/Text.h"
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,8 +32,8 @@ ControllerIdentity identityOf(QZGCHIDManager& manager, platform::IOHIDDeviceRef 
 /// For messages: "Stick" (4660-22136.A1), and so on.
 std::string listText(const std::vector<ControllerIdentity>& identities);
 
-/// `text` on one line: with blanks in place of control characters.
-std::string withoutControlCharacters(std::string text);
+/// `"Stick" cannot be used: no permission to read it`, and so on.
+std::string unusableText(const ControllerIdentity& identity, std::string_view why);
 
 /// Whether DEVICE on the command line means this controller: its instance ID or its type ID, or a part of its name in
 /// any case. An empty text means any.
@@ -53,15 +55,21 @@ struct FoundControllers {
 /// several that nothing tells apart.
 ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text, const std::string& ifNothing);
 
-/// All controllers that a recording ever has.
-FoundControllers findRecordedControllers(const SessionOptions& options);
+/// The controllers that are attached, or all that a recording ever has.
+FoundControllers findControllers(SessionOptions options);
 
-/// The one controller among those at the beginning of the source that DEVICE on the command line means. Throws Failure
-/// when there is none, WrongUse when there are several; both list what there is.
+/// Whether there is a file of this name that could be a recording; a directory, or a device node, may well have a
+/// controller's name.
+bool isFile(std::string_view text);
+
+/// Throws WrongUse where DEVICE names a file and none of these controllers: somebody wants its recording.
+void expectNoFile(const FoundControllers& found, std::string_view text);
+/// The same for those that are attached. It looks for them only where there is a file of that name.
+void expectNoFile(const SessionOptions& options, std::string_view text);
+
+/// The one controller among them that DEVICE on the command line means. Throws Failure when there is none, WrongUse
+/// when there are several; both list what there is.
 ControllerIdentity chooseController(const SessionOptions& options, std::string_view text);
-
-/// The same among all controllers that a recording ever has; the options must name one, to be played fast.
-ControllerIdentity chooseRecordedController(const SessionOptions& options, std::string_view text);
 
 /// A listener that admits the chosen controller alone: the first with this identity, and no second one beside it.
 class ChosenControllerListener : public Listener {
@@ -83,7 +91,25 @@ std::vector<std::shared_ptr<QZHIDElement>> elementsOf(const QZHIDDevice& device)
 /// Those of them that a user can move or press: inputs, without collections, outputs and features.
 std::vector<std::shared_ptr<QZHIDElement>> controlsOf(const QZHIDDevice& device);
 
-bool isHat(const QZHIDElement& element);
+/// The names of some controls of a device, by their cookies, with the cookie behind the name where several have it.
+std::map<std::int64_t, std::string> labelsOf(const std::vector<std::shared_ptr<QZHIDElement>>& controls);
+
+/// What a control is; no element is two of them.
+enum class ControlKind : std::uint8_t {
+    Moving, ///< an axis, slider, dial or wheel
+    Hat,
+    Button,
+    DirectionPadButton,
+    Consumer, ///< a button of a remote control, such as Home
+    Other,
+};
+ControlKind kindOf(const QZHIDElement& element);
+
+/// What people call the controls of a device, by cookie: as the library does, but for hats, for which it has only
+/// numbers. The first of `controlsOf` is "Hat", the second "Hat 2", and so on.
+std::map<std::int64_t, std::string> controlNames(const QZHIDDevice& device);
+/// What people call this one.
+std::string controlName(const QZHIDElement& element);
 
 /// The eight directions of a hat, clockwise from up; the centre where it is let go.
 enum class HatDirection : std::uint8_t { Up, UpRight, Right, DownRight, Down, DownLeft, Left, UpLeft, Centre };

@@ -11,6 +11,7 @@
 #include <poll.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace qz::tools {
 
@@ -96,13 +97,28 @@ void EventLoop::after(std::chrono::milliseconds delay, Handler handler) {
 
 void EventLoop::endAfter(const SessionOptions& options) {
     if (options.seconds && !options.fast) {
-        const std::chrono::duration<double> delay(*options.seconds);
-        after(std::chrono::ceil<std::chrono::milliseconds>(delay), [this] { stop(); });
+        const std::chrono::duration<double> limit(*options.seconds);
+        after(std::chrono::ceil<std::chrono::milliseconds>(limit - source_.time()), [this] { stop(); });
+    }
+}
+
+bool EventLoop::waitUntilWritable(int fileDescriptor) {
+    std::array<pollfd, 2> polled = {{{fileDescriptor, POLLOUT, 0}, {signalPipe[0], POLLIN, 0}}};
+    while (true) {
+        if (::poll(polled.data(), polled.size(), end_ ? 0 : -1) < 0 && errno != EINTR) {
+            throw Failure("cannot wait for events: " + std::generic_category().message(errno));
+        }
+        if (polled[0].revents != 0) {
+            return true; // signals that have come too wait for `run`
+        }
+        if (end_) {
+            return false;
+        }
+        takeSignals();
     }
 }
 
 EventLoop::End EventLoop::run() {
-    end_.reset();
     while (!end_) {
         if (!staysAfterSource_ && source_.hasEnded()) {
             return End::SourceEnded; // before waiting: turns taken elsewhere may have ended it already
@@ -110,7 +126,7 @@ EventLoop::End EventLoop::run() {
         wait();
         runTimers();
     }
-    return *end_;
+    return *std::exchange(end_, std::nullopt);
 }
 
 int EventLoop::timeout() const {
@@ -170,6 +186,9 @@ void EventLoop::serveSource(bool isReadable) {
     const auto due = source_.due();
     if (!end_ && (isReadable || (due && *due <= Clock::now()))) {
         source_.turn();
+        if (turned_) {
+            turned_();
+        }
     }
 }
 

@@ -33,6 +33,9 @@ public:
     void onReadable(int fileDescriptor, Handler handler);
     void ignore(int fileDescriptor);
 
+    /// Calls `handler` whenever the source has had a turn.
+    void onTurn(Handler handler) { turned_ = std::move(handler); }
+
     /// Calls `handler` when the terminal has got another size.
     void onResize(Handler handler) { resized_ = std::move(handler); }
 
@@ -41,13 +44,19 @@ public:
     /// Calls it once.
     void after(std::chrono::milliseconds delay, Handler handler);
 
-    /// Ends `run` when the time is up that the options give. A recording that is played without waiting ends by itself.
+    /// Ends `run` when the time is up that the options give, counted from the beginning of the source. A recording that
+    /// is played without waiting ends by itself.
     void endAfter(const SessionOptions& options);
 
     /// Without this, `run` ends when the source has.
     void staysAfterSource() noexcept { staysAfterSource_ = true; }
 
-    /// Handles what happens until something ends it; may be called again. What handlers throw passes through.
+    /// Waits until the descriptor can be written to, for handlers that write. False when something has come meanwhile,
+    /// or before, that ends `run`.
+    bool waitUntilWritable(int fileDescriptor);
+
+    /// Handles what happens until something ends it, or has done so already; may be called again. What handlers throw
+    /// passes through.
     End run();
 
     /// Ends `run` after the handler in progress.
@@ -78,6 +87,7 @@ private:
     Source& source_;
     std::vector<Watch> watches_;
     std::vector<Timer> timers_;
+    Handler turned_;
     Handler resized_;
     std::optional<End> end_;
     bool staysAfterSource_ = false;

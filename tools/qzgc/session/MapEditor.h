@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "tools/qzgc/session/BindingDetector.h"
-#include "tools/qzgc/session/Mapping.h"
+#include "tools/qzgc/session/Binding.h"
 
 #include <functional>
 
 namespace qz::tools {
 
-/// A user who binds actions by pressing: what is chosen, what is asked, what the keys and the controls do. It draws
+/// A user who edits a mapping: what is chosen, what is asked, what the keys do; actions are bound by pressing. It draws
 /// nothing and waits for nothing. Times are the caller's, and never fall.
 class MapEditor {
 public:
-    using Time = BindingDetector::Time;
+    using Time = Binding::Time;
     /// Stores the mapping, and answers why it could not; empty when it could.
     using Save = std::function<std::string()>;
 
@@ -37,7 +36,7 @@ public:
     void pluggedIn(std::shared_ptr<QZHIDDevice> device, Time now);
 
     const Mapping& mapping() const noexcept { return mapping_; }
-    Mode mode() const noexcept { return mode_; }
+    Mode mode() const noexcept;
     /// The application's actions, and after them others that the controller has.
     const std::vector<std::string>& actions() const noexcept { return actions_; }
     std::size_t selected() const noexcept { return selected_; }
@@ -45,7 +44,7 @@ public:
     bool hasEnded() const noexcept { return hasEnded_; }
 
     /// In a conflict: whether the action can be on both controls.
-    bool canKeepBoth() const { return !otherControls().empty(); }
+    bool canKeepBoth() const { return binding_ && binding_->canKeepBoth(); }
 
     /// What is to be said or asked now.
     std::string message(Time now);
@@ -53,21 +52,7 @@ public:
     std::optional<BindingDetector::Found> leader(Time now);
 
 private:
-    struct Pending {
-        std::int64_t cookie;
-        BindingDetector::Direction direction;
-        std::int64_t from;
-        std::int64_t to;
-        bool replaces = false;
-    };
-
     const std::string& action() const { return actions_[selected_]; }
-    std::shared_ptr<QZHIDElement> pendingElement() const {
-        return mapping_.device().elementWithCookie(pending_.cookie);
-    }
-    std::vector<MappedControl> otherControls() const;
-    std::optional<std::string> otherAction() const;
-    bool wantsReversal() const { return pending_.direction == BindingDetector::Direction::ToMinimum; }
 
     void choose(int key, Time now);
     void move(std::ptrdiff_t by);
@@ -78,26 +63,17 @@ private:
     void quit();
 
     void listen(Time now);
-    void take(const BindingDetector::Found& found);
-    void answerConflict(int key);
-    void considerDirection();
-    void bind(bool turnsRound);
+    /// A binding that has ended is over.
+    void noteOutcome();
     void cancel();
     void refreshActions();
-
-    std::string listeningText(Time now);
-    std::string conflictQuestion() const;
-    std::string directionQuestion() const;
-    /// Which way the control went that is being bound; empty for what has no direction.
-    std::string wayText() const;
 
     Mapping& mapping_;
     Save save_;
     Mode mode_ = Mode::Choosing;
     std::vector<std::string> actions_;
     std::size_t selected_ = 0;
-    std::optional<BindingDetector> detector_; ///< while it listens
-    Pending pending_{};
+    std::optional<Binding> binding_; ///< its mode goes before `mode_`
     std::string said_;
     bool isThere_ = true;
     bool isChanged_ = false;

@@ -31,16 +31,7 @@ Mapping::Mapping(std::shared_ptr<QZGCConfigurationManager> configuration, std::s
 void Mapping::setDevice(std::shared_ptr<QZHIDDevice> device) {
     device_ = std::move(device);
     configuration_->existingOrDefaultConfiguration(*device_);
-    labels_.clear();
-    std::map<std::string, int> bearers;
-    for (const auto& each : controlsOf(*device_)) {
-        ++bearers[labels_.emplace(each->cookie(), each->name()).first->second];
-    }
-    for (auto& [cookie, label] : labels_) {
-        if (bearers[label] > 1) {
-            label += " (" + std::to_string(cookie) + ')';
-        }
-    }
+    labels_ = labelsOf(controlsOf(*device_));
 }
 
 const std::string& Mapping::label(const QZHIDElement& element) const {
@@ -134,7 +125,10 @@ bool Mapping::isYAction(std::string_view action) const {
 void Mapping::set(const QZHIDElement& element, const std::string& action) {
     const std::vector<std::string> known = actions();
     if (std::ranges::find(known, action) == known.end()) {
-        throw WrongUse(withoutControlCharacters("no action is called \"" + action + "\"; there is " + listOf(known)));
+        throw WrongUse(withoutControlCharacters(
+            "no action is called \"" + action + "\"; " +
+            (known.empty() ? "the application has no actions: name a file that has some with --actions FILE"
+                           : "there is " + listOf(known))));
     }
     if (!fits(element, action)) {
         const std::vector<std::string> fitting = fittingActions(element);
@@ -160,12 +154,12 @@ void Mapping::setReversed(const QZHIDElement& element, bool reversed) {
     configuration_->setReverseDirection(reversed, element);
 }
 
+std::string quoted(const std::string& action) {
+    return '"' + action + '"';
+}
+
 std::string listOf(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& each : names) {
-        text += (text.empty() ? "" : ", ") + each;
-    }
-    return text.empty() ? "none" : text;
+    return names.empty() ? "none" : joined(names);
 }
 
 std::string labelsOf(const std::vector<MappedControl>& controls) {
@@ -178,8 +172,8 @@ std::string labelsOf(const std::vector<MappedControl>& controls) {
 }
 
 std::string conflictText(const ActionConflict& conflict) {
-    return withoutControlCharacters('"' + conflict.action + "\" is on several controls: ") +
-           labelsOf(conflict.controls);
+    return withoutControlCharacters(quoted(conflict.action)) +
+           " is on several controls: " + labelsOf(conflict.controls);
 }
 
 void appendMembers(JSONText& json, const Mapping& mapping) {

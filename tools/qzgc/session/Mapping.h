@@ -73,6 +73,8 @@ private:
     std::map<std::int64_t, std::string> labels_; ///< by cookie
 };
 
+/// The name of an action as messages have it.
+std::string quoted(const std::string& action);
 /// "roll, pitch, fire"
 std::string listOf(const std::vector<std::string>& names);
 std::string labelsOf(const std::vector<MappedControl>& controls);

@@ -3,7 +3,9 @@
 
 #include "tools/qzgc/session/Session.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <iostream>
 #include <poll.h>
 #include <sys/stat.h>
@@ -12,28 +14,56 @@
 
 namespace qz::tools {
 
+namespace {
+
+std::string remedyOf(int error) {
+    switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+        return "; make room, or write to another place";
+    case EBADF:
+        return "; it is closed or cannot be written to: begin the command with one that can";
+    case EPIPE:
+        return "; what reads it has ended";
+    default:
+        return "";
+    }
+}
+
+} // namespace
+
+std::string cannotWrite(const std::string& name, int error) {
+    const std::string reason = error == 0 ? "" : ": " + std::generic_category().message(error) + remedyOf(error);
+    return "cannot write to " + name + reason;
+}
+
 ExitStatus finishOutput() {
+    // A stream that failed earlier does nothing any more, and commands ask the system for nothing while they print.
+    errno = std::cout.good() ? 0 : errno;
     if (!std::cout.flush()) {
-        std::cerr << "qzgc: cannot write to standard output\n";
+        std::cerr << "qzgc: " << cannotWrite("standard output", errno) << '\n';
         return exitFailure;
     }
     return exitSuccess;
 }
 
 bool Output::write(std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = ::write(fileDescriptor_, text.data(), text.size());
+    while (!text.empty() && !isOver_) {
+        // A pipe that can be written to has room for so much; the call to write more would wait, deaf to signals.
+        const std::size_t size = std::min<std::size_t>(text.size(), PIPE_BUF);
+        const bool isWanted = wait_(fileDescriptor_);
+        const ssize_t count = isWanted ? ::write(fileDescriptor_, text.data(), size) : 0;
         if (count >= 0) {
             text.remove_prefix(static_cast<std::size_t>(count));
+            isOver_ = !isWanted;
         } else if (errno == EPIPE) {
-            return false;
-        } else if (errno == EAGAIN) {
-            waitUntilWritable();
-        } else if (errno != EINTR) {
-            throw Failure("cannot write to " + name_ + ": " + std::generic_category().message(errno));
+            isOver_ = true;
+        } else if (errno != EAGAIN && errno != EINTR) {
+            throw Failure(cannotWrite(name_, errno));
         }
     }
-    return true;
+    return text.empty();
 }
 
 bool Output::isPipe() const {
@@ -41,9 +71,10 @@ bool Output::isPipe() const {
     return ::fstat(fileDescriptor_, &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
-void Output::waitUntilWritable() const {
-    pollfd output{fileDescriptor_, POLLOUT, 0};
-    static_cast<void>(::poll(&output, 1, -1)); // whatever ends it, the next attempt to write tells
+bool Output::waitUntilWritable(int fileDescriptor) {
+    pollfd output{fileDescriptor, POLLOUT, 0};
+    static_cast<void>(::poll(&output, 1, -1)); // whatever ends it, the attempt to write tells
+    return true;
 }
 
 } // namespace qz::tools

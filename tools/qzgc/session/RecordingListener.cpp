@@ -79,7 +79,7 @@ void RecordingListener::controllerUnusable(QZGCHIDManager& manager, platform::IO
                                            platform::IOReturn why) {
     const ControllerIdentity identity = identityOf(manager, device);
     if (isMeant(device_, identity)) {
-        std::cerr << "qzgc: \"" << identity.name << "\" cannot be used: " << statusText(why) << remedyText(why) << '\n';
+        std::cerr << "qzgc: " << unusableText(identity, statusText(why) + remedyText(why)) << '\n';
     }
 }
 
@@ -89,26 +89,25 @@ void RecordingListener::reportArrived(void* context, platform::IOReturn result, 
     // Controllers that are not meant report too.
     const auto found = std::ranges::find(listener.recorded_, device, &Recorded::handle);
     if (result == platform::kIOReturnSuccess && found != listener.recorded_.end()) {
-        ++listener.reports_;
-        listener.write(static_cast<std::size_t>(found - listener.recorded_.begin()), RecordedEvent::Kind::Report,
-                       report);
+        const auto index = static_cast<std::size_t>(found - listener.recorded_.begin());
+        listener.reports_ += listener.write(index, RecordedEvent::Kind::Report, report) ? 1U : 0U;
     }
 }
 
-void RecordingListener::write(std::size_t index, RecordedEvent::Kind kind, std::span<const std::uint8_t> report) {
-    send(writer_.write({.kind = kind,
-                        .device = static_cast<std::uint32_t>(index),
-                        .time = time_(),
-                        .report = {report.begin(), report.end()}}));
+bool RecordingListener::write(std::size_t index, RecordedEvent::Kind kind, std::span<const std::uint8_t> report) {
+    return send(writer_.write({.kind = kind,
+                               .device = static_cast<std::uint32_t>(index),
+                               .time = time_(),
+                               .report = {report.begin(), report.end()}}));
 }
 
-void RecordingListener::send(const std::string& text) {
+bool RecordingListener::send(const std::string& text) {
     bytes_ += text.size();
     if (bytes_ > platform::RecordingLimits::textBytes) {
         throw Failure("the recording is full: it has the " + std::to_string(platform::RecordingLimits::textBytes) +
                       " bytes that can be read again; begin another one");
     }
-    sink_(text);
+    return sink_(text);
 }
 
 } // namespace qz::tools

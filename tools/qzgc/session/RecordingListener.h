@@ -15,7 +15,8 @@ namespace qz::tools {
 class RecordingListener final : public Listener {
 public:
     using Time = std::function<std::chrono::microseconds()>;
-    using Sink = std::function<void(const std::string& text)>;
+    /// Whether the text got where it belongs.
+    using Sink = std::function<bool(const std::string& text)>;
 
     RecordingListener(std::string device, Time time, Sink sink);
 
@@ -50,8 +51,8 @@ private:
                               std::span<const std::uint8_t> report);
 
     void connect(platform::IOHIDDeviceRef handle, platform::RecordedDevice description);
-    void write(std::size_t index, platform::RecordedEvent::Kind kind, std::span<const std::uint8_t> report = {});
-    void send(const std::string& text);
+    bool write(std::size_t index, platform::RecordedEvent::Kind kind, std::span<const std::uint8_t> report = {});
+    bool send(const std::string& text);
 
     std::string device_;
     Time time_;

@@ -31,9 +31,12 @@ private:
 
 class RecordingSource final : public Source {
 public:
-    RecordingSource(platform::Recording recording, Pace pace)
+    RecordingSource(platform::Recording recording, Pace pace, std::optional<std::chrono::duration<double>> limit)
         : recording_(std::move(recording)), pace_(pace), devices_(recording_.devices.size()),
-          times_(eventTimes(recording_)) {
+          times_(eventTimes(recording_)), end_(times_.size()) {
+        if (limit) {
+            end_ = static_cast<std::size_t>(std::ranges::upper_bound(times_, *limit) - times_.begin());
+        }
         parseDescriptors();
         for (std::size_t i = 0; i < devices_.size(); ++i) {
             if (isThereAtTheBeginning(i)) {
@@ -44,7 +47,7 @@ public:
 
     platform::Platform& platform() override { return platform_; }
     int fileDescriptor() override { return -1; }
-    bool hasEnded() const override { return begin_ && next_ == recording_.events.size(); }
+    bool hasEnded() const override { return begin_ && next_ == end_; }
     microseconds time() const override { return time_; }
 
     std::optional<Clock::time_point> due() const override {
@@ -55,7 +58,8 @@ public:
     }
 
     /// The first turn brings the devices that are there at the beginning; a later one what is due by now. Everything is
-    /// delivered before the next thing happens, so the same recording always gives the same.
+    /// delivered before the next thing happens, so the same recording always gives the same. A turn that plugs
+    /// something in ends with that: who waits for it misses nothing that it sends.
     std::size_t turn() override {
         if (!begin_) {
             begin_ = Clock::now();
@@ -68,9 +72,9 @@ public:
                 return handled;
             }
             time_ = times_[next_];
-            take(recording_.events[next_++]);
+            take(recording_.events[next_]);
             handled += 1 + dispatch();
-        } while (pace_ == Pace::RealTime);
+        } while (recording_.events[next_++].kind != RecordedEvent::Kind::PluggedIn && pace_ == Pace::RealTime);
         return handled;
     }
 
@@ -134,6 +138,7 @@ private:
     std::vector<std::shared_ptr<VirtualDevice>> devices_; ///< null while one is not there
     std::vector<microseconds> times_;
     std::size_t next_ = 0; ///< event
+    std::size_t end_;
     std::optional<Clock::time_point> begin_;
     microseconds time_{0};
 };
@@ -156,8 +161,9 @@ microseconds durationOf(const platform::Recording& recording) {
     return times.empty() ? microseconds(0) : times.back();
 }
 
-std::unique_ptr<Source> makeRecordingSource(platform::Recording recording, Pace pace) {
-    return std::make_unique<RecordingSource>(std::move(recording), pace);
+std::unique_ptr<Source> makeRecordingSource(platform::Recording recording, Pace pace,
+                                            std::optional<std::chrono::duration<double>> limit) {
+    return std::make_unique<RecordingSource>(std::move(recording), pace, limit);
 }
 
 platform::Recording readRecordingFile(const std::string& name) {

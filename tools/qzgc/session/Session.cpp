@@ -16,14 +16,6 @@ using namespace platform;
 
 namespace {
 
-/// Without waiting only the recording's own time can tell what a limit leaves out.
-void cutAfter(platform::Recording& recording, std::chrono::duration<double> limit) {
-    const auto tooLate = std::ranges::find_if(recording.events, [&](const platform::RecordedEvent& event) {
-        return event.time - recording.events.front().time > limit;
-    });
-    recording.events.erase(tooLate, recording.events.end());
-}
-
 std::unique_ptr<Source> makeSource(const SessionOptions& options) {
     if (options.from.empty()) {
         if (options.fast) {
@@ -32,10 +24,13 @@ std::unique_ptr<Source> makeSource(const SessionOptions& options) {
         return makeMachineSource();
     }
     platform::Recording recording = readRecordingFile(options.from);
-    if (options.fast && options.seconds) {
-        cutAfter(recording, std::chrono::duration<double>(*options.seconds));
+    if (!options.fast) {
+        return makeRecordingSource(std::move(recording), Pace::RealTime);
     }
-    return makeRecordingSource(std::move(recording), options.fast ? Pace::Fast : Pace::RealTime);
+    // Without waiting only the recording's own time can tell what a limit leaves out.
+    return makeRecordingSource(std::move(recording), Pace::Fast,
+                               options.seconds ? std::optional(std::chrono::duration<double>(*options.seconds))
+                                               : std::nullopt);
 }
 
 /// A session may be one of several in this process: the preferences are those of the first one's application.

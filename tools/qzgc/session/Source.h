@@ -49,7 +49,9 @@ enum class Pace : std::uint8_t {
 };
 
 /// The devices of a recording on the virtual back end. What they are and send goes through the whole library.
-std::unique_ptr<Source> makeRecordingSource(platform::Recording recording, Pace pace);
+/// It ends before what happens later than `limit` after the first event.
+std::unique_ptr<Source> makeRecordingSource(platform::Recording recording, Pace pace,
+                                            std::optional<std::chrono::duration<double>> limit = std::nullopt);
 
 /// When each event of a recording happens, counted from the first. One that lies before its predecessor counts as
 /// simultaneous with it.

@@ -87,9 +87,9 @@ void Canvas::putRight(int row, int column, std::string_view text, Style style) {
     put(row, column - widthOf(text), text, style);
 }
 
-void Canvas::line(int row, int from, int to, Style style) {
+void Canvas::repeat(int row, int from, int to, std::string_view character, Style style) {
     for (int column = from; column < to; ++column) {
-        put(row, column, unicode_ ? "─" : "-", style, 1);
+        put(row, column, character, style);
     }
 }
 

@@ -45,8 +45,11 @@ public:
     /// Writes text that ends before `column`.
     void putRight(int row, int column, std::string_view text, Style style = {});
 
-    /// A horizontal line, from a column to before another.
-    void line(int row, int from, int to, Style style = {});
+    /// A horizontal line, from a column to before another; and what bars are made of: dots, full blocks, marks across.
+    void line(int row, int from, int to, Style style = {}) { repeat(row, from, to, unicode_ ? "─" : "-", style); }
+    void dots(int row, int from, int to, Style style = {}) { repeat(row, from, to, unicode_ ? "·" : ".", style); }
+    void blocks(int row, int from, int to, Style style = {}) { repeat(row, from, to, unicode_ ? "█" : "#", style); }
+    void mark(int row, int column, Style style = {}) { put(row, column, unicode_ ? "│" : "|", style); }
 
     /// Puts a row of another page, which is as wide, in the place of one of this.
     void copyRow(int row, const Canvas& from, int fromRow);
@@ -57,6 +60,7 @@ public:
     std::string text() const;
 
 private:
+    void repeat(int row, int from, int to, std::string_view character, Style style);
     std::size_t index(int row, int column) const {
         return static_cast<std::size_t>(row) * static_cast<std::size_t>(columns_) + static_cast<std::size_t>(column);
     }

@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
+#include <algorithm>
 #include <unistd.h>
+
+using std::chrono::milliseconds;
 
 namespace qz::tools {
 
 namespace {
 
-constexpr std::chrono::milliseconds frame{33};
+/// Thirty frames a second at the most.
+constexpr milliseconds betweenFrames(33);
+constexpr milliseconds betweenSlowFrames(250);
 
 } // namespace
 
@@ -22,24 +27,29 @@ TerminalLoop::TerminalLoop(Source& source, const std::string& remedy, Draw draw,
 }
 
 void TerminalLoop::wake() {
-    if (!isDue_) {
-        isDue_ = true;
-        loop_.after(frame, [this] {
-            isDue_ = false;
-            drawFrame();
-        });
-    }
+    drawAfter(betweenFrames);
 }
 
-void TerminalLoop::stayAwake(bool awake) {
-    staysAwake_ = awake;
-    if (awake) {
-        wake();
+void TerminalLoop::wakeSlowly() {
+    drawAfter(betweenSlowFrames);
+}
+
+void TerminalLoop::drawAfter(milliseconds sinceLatest) {
+    const auto at = latestFrame_ + sinceLatest;
+    if (nextFrame_ && *nextFrame_ <= at) {
+        return;
     }
+    nextFrame_ = at;
+    const auto delay = std::chrono::ceil<milliseconds>(at - Clock::now());
+    loop_.after(std::max(delay, milliseconds(0)), [this] {
+        if (nextFrame_ && *nextFrame_ <= Clock::now()) {
+            drawFrame();
+        }
+    });
 }
 
 EventLoop::End TerminalLoop::run() {
-    drawFrame();
+    wake();
     return loop_.run();
 }
 
@@ -58,19 +68,19 @@ void TerminalLoop::readKeys() {
         isEmpty = false;
         press_(*key);
     }
-    if (isEmpty && screen_.isGone()) {
+    if (!isEmpty) {
+        wake();
+    } else if (screen_.isGone()) {
         loop_.hangUp();
     }
-    wake();
 }
 
 void TerminalLoop::drawFrame() {
+    nextFrame_.reset();
+    latestFrame_ = Clock::now();
     Canvas canvas = screen_.canvas();
     draw_(canvas);
     screen_.show(canvas);
-    if (staysAwake_) {
-        wake();
-    }
 }
 
 } // namespace qz::tools

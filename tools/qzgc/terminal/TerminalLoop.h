@@ -17,10 +17,13 @@ public:
     /// `run`.
     TerminalLoop(Source& source, const std::string& remedy, Draw draw, Press press);
 
-    /// Lets a frame be drawn soon.
+    /// Lets a frame be drawn soon. Called while one is drawn it keeps the view awake.
     void wake();
-    /// The same again and again.
-    void stayAwake(bool awake);
+    /// The same a few times a second, for what need not be seen at once.
+    void wakeSlowly();
+
+    /// As for EventLoop.
+    void endAfter(const SessionOptions& options) { loop_.endAfter(options); }
 
     EventLoop::End run();
     /// Ends `run`; what has been typed after the key that did so is left unread.
@@ -28,15 +31,16 @@ public:
 
 private:
     void readKeys();
+    void drawAfter(std::chrono::milliseconds sinceLatest);
     void drawFrame();
 
     Draw draw_;
     Press press_;
     EventLoop loop_;
     Screen screen_;
-    bool isDue_ = false;
+    Clock::time_point latestFrame_;
+    std::optional<Clock::time_point> nextFrame_; ///< nothing: none is to be drawn
     bool isStopped_ = false;
-    bool staysAwake_ = false;
 };
 
 } // namespace qz::tools

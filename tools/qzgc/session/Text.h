@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qz::tools {
+
+/// "1 hat", "2 hats"; for nouns that do with an s.
+std::string countText(std::size_t count, std::string_view noun);
+
+/// "0..255"
+std::string rangeText(std::int64_t low, std::int64_t high);
+
+/// "roll, pitch, fire"
+std::string joined(const std::vector<std::string>& parts);
+
+/// `text` on one line: with blanks in place of control characters.
+std::string withoutControlCharacters(std::string text);
+
+} // namespace qz::tools
