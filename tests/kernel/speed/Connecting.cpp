@@ -13,14 +13,16 @@ namespace qz::tests {
 namespace {
 
 ConnectingCost costOf(const Work& work) {
-    return {.microseconds = microsecondsOf(work), .systemCalls = systemCallsOf(work)};
+    return {.microseconds = microsecondsOf(work),
+            .microsecondsAgain = microsecondsOf(work, 4),
+            .systemCalls = systemCallsOf(work)};
 }
 
 } // namespace
 
 ConnectingCost connectBare(std::size_t devices) {
     return costOf([devices](const std::function<void()>& mark) {
-        std::vector<int> nodes;
+        std::vector<FileDescriptor> nodes;
         mark();
         DIR* const list = ::opendir("/sys/class/hidraw");
         while (const dirent* const entry = list != nullptr ? ::readdir(list) : nullptr) {
@@ -33,9 +35,9 @@ ConnectingCost connectBare(std::size_t devices) {
             std::array<char, 4096> descriptor{};
             const bool isRead = ::read(file, descriptor.data(), descriptor.size()) > 0;
             ::close(file);
-            const int node = ::open(("/dev/" + name).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-            if (isRead && node >= 0) {
-                nodes.push_back(node);
+            FileDescriptor node("/dev/" + name, O_RDONLY | O_NONBLOCK);
+            if (isRead) {
+                nodes.push_back(std::move(node));
             }
         }
         ::closedir(list);

@@ -10,7 +10,8 @@ namespace qz::tests {
 /// then the measurement throws.
 using Work = std::function<bool(const std::function<void()>& mark)>;
 
-double microsecondsOf(const Work& work);
+/// The time that the last of some repetitions takes.
+double microsecondsOf(const Work& work, int repetitions = 1);
 std::size_t systemCallsOf(const Work& work);
 
 } // namespace qz::tests
