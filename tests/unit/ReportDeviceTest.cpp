@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+
 namespace qz::platform {
 namespace {
 
@@ -110,6 +112,10 @@ TEST(ReportDevice, DropsAReportThatIsEmptyOrHasAnUnknownID) {
     EXPECT_THAT(fed(*two, ""), IsEmpty());
     EXPECT_THAT(fed(*two, "01 05"), IsEmpty());
     EXPECT_THAT(fed(*two, "03 05"), IsEmpty()) << "the ID of an Output";
+    for (std::uint32_t id = 4; id < 256; ++id) {
+        const std::array report{static_cast<std::uint8_t>(id), std::uint8_t{5}};
+        EXPECT_THAT(two->feed(report), IsEmpty()) << id;
+    }
     EXPECT_THAT(fed(*two, "02 05"), ElementsAre("2=5"));
     EXPECT_THAT(fed(*two, "00 06"), ElementsAre("1=6")) << "fields before the first Report ID belong to ID 0";
     EXPECT_FALSE(known(*two, 2)) << "an Output has no value";
