@@ -47,6 +47,7 @@ IOReturn LinuxHIDManager::close(IOOptionBits /*options*/) {
         input_ = {};
     }
     ready_.clear();
+    nextReady_ = toldByKernel_ = 0;
     std::erase_if(notices_, [](const Notice& notice) { return notice.kind == Notice::Kind::Failure; });
     for (auto next = nodes_.begin(); next != nodes_.end();) {
         Node& node = *next++;
@@ -106,6 +107,7 @@ void LinuxHIDManager::discover() {
 }
 
 [[gnu::hot]] void LinuxHIDManager::endTurn() noexcept {
+    leaveToKernel();
     watch_.setAwake(hasWork());
 }
 
@@ -171,7 +173,10 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
 /// Looks what is ready, or reads once, from what has waited longest; false when nothing is left or the turn has had
 /// enough.
 [[gnu::hot]] bool LinuxHIDManager::takeInput() {
-    if (!hasPolled_ && (ready_.empty() || reads_ > 0)) {
+    if (reads_ == readsPerTurn) {
+        return false;
+    }
+    if (isToPoll()) {
         if (hasReported_) {
             return false; // enough for a turn; there is another one to come
         }
@@ -180,11 +185,13 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
             return true;
         }
     }
-    if (ready_.empty() || reads_ == readsPerTurn) {
+    if (ready_.empty()) {
         return false;
     }
     ++reads_;
-    nextReady_ = nextReady_ < ready_.size() ? nextReady_ : 0;
+    if (nextReady_ == ready_.size()) {
+        nextReady_ = toldByKernel_ = 0;
+    }
     const std::uint64_t serial = ready_[nextReady_];
     bool mayHaveMore = false;
     if (serial == HIDRawWatch::changes) {
@@ -194,14 +201,40 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
     }
     if (mayHaveMore) {
         ++nextReady_;
+        toldByKernel_ += isToldByKernel(serial) ? 1 : 0;
     } else {
         ready_.erase(ready_.begin() + static_cast<std::ptrdiff_t>(nextReady_));
     }
     return true;
 }
 
+/// Once in a turn, and then after each round in which several brought something: asking the kernel which of them have
+/// more is one call, and reading from each to find out that it has not is one for each.
+[[gnu::hot]] bool LinuxHIDManager::isToPoll() noexcept {
+    return hasPolled_ ? toldByKernel_ > 1 && nextReady_ == ready_.size() : ready_.empty() || reads_ > 0;
+}
+
+/// Whether the kernel says so when there is something to read.
+[[gnu::hot]] bool LinuxHIDManager::isToldByKernel(std::uint64_t serial) noexcept {
+    if (serial == HIDRawWatch::changes) {
+        return true;
+    }
+    const Node* const node = findNode(serial);
+    return node != nullptr && node->isWatched && !node->hasEnded;
+}
+
+/// Forgets of what has been read in this round that it may have more, as far as the kernel will say so.
+[[gnu::hot]] void LinuxHIDManager::leaveToKernel() noexcept {
+    const auto next = ready_.begin() + static_cast<std::ptrdiff_t>(nextReady_);
+    const auto rest = std::remove_if(ready_.begin(), next, [this](std::uint64_t each) { return isToldByKernel(each); });
+    nextReady_ = static_cast<std::size_t>(rest - ready_.begin());
+    toldByKernel_ = 0;
+    ready_.erase(rest, next);
+}
+
 [[gnu::hot]] void LinuxHIDManager::poll() {
     hasPolled_ = true;
+    leaveToKernel();
     if (hasOpened_) {
         watchOpened();
     }
@@ -233,7 +266,8 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
         lastRead_ = node.serial;
         const std::span<const std::uint8_t> report(buffer_.data(), static_cast<std::size_t>(size));
         const auto indices = node.device->feed(report);
-        if (isReported(node.device.get())) {
+        node.isReported = node.isReported || isReported(node.device.get());
+        if (node.isReported) {
             if (input_.device != node.device) {
                 input_.device = node.device;
             }

@@ -235,6 +235,7 @@ void LinuxHIDManager::end(Node& node) {
             input_ = {}; // it keeps no handle alive
         }
     }
+    places_[static_cast<std::uint32_t>(node.serial)] = nullptr;
     nodes_.remove_if([serial = node.serial](const Node& each) { return each.serial == serial; });
 }
 
@@ -244,14 +245,32 @@ LinuxHIDManager::Node* LinuxHIDManager::findNode(std::string_view name) {
     return found != nodes_.end() ? &*found : nullptr;
 }
 
-[[gnu::hot]] LinuxHIDManager::Node* LinuxHIDManager::findNode(std::uint64_t serial) {
-    const auto found = std::ranges::find(nodes_, serial, &Node::serial);
-    return found != nodes_.end() ? &*found : nullptr;
+[[gnu::hot]] LinuxHIDManager::Node* LinuxHIDManager::findNode(std::uint64_t serial) noexcept {
+    const auto place = static_cast<std::uint32_t>(serial);
+    Node* const node = place < places_.size() ? places_[place] : nullptr;
+    return node != nullptr && node->serial == serial ? node : nullptr;
 }
 
 LinuxHIDManager::Node& LinuxHIDManager::nodeNamed(const std::string& name) {
-    Node* const node = findNode(name);
-    return node != nullptr ? *node : nodes_.emplace_back(Node{.serial = nextSerial_++, .name = name});
+    Node* const known = findNode(name);
+    if (known != nullptr) {
+        return *known;
+    }
+    const std::uint64_t serial = nextSerial();
+    Node& node = nodes_.emplace_back(Node{.serial = serial, .name = name});
+    places_[static_cast<std::uint32_t>(serial)] = &node;
+    return node;
+}
+
+/// The place among `places_` in the lower half, where a node is found without a search, and in the upper one how many
+/// nodes there have been, which tells it from earlier ones in its place and from all that is no node's.
+std::uint64_t LinuxHIDManager::nextSerial() {
+    const auto place = std::ranges::find(places_, nullptr);
+    const auto index = static_cast<std::uint64_t>(place - places_.begin());
+    if (place == places_.end()) {
+        places_.push_back(nullptr);
+    }
+    return ++nodesSoFar_ << 32U | index;
 }
 
 } // namespace qz::platform
