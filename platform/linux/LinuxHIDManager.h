@@ -92,9 +92,11 @@ private:
     void nodeDeleted(Node& node);
     void end(Node& node);
     bool isStale(const Node& node) const;
+    bool isThere(const Node& node) const;
     bool isDraining() const noexcept;
     bool hasWork() const noexcept;
 
+    std::string nodePath(const Node& node) const;
     Node* findNode(std::string_view name);
     Node* findNode(std::uint64_t serial) noexcept;
     Node& nodeNamed(const std::string& name);

@@ -2,6 +2,7 @@
 #include "platform/linux/LinuxHIDManager.h"
 
 #include <algorithm>
+#include <fcntl.h>
 #include <utility>
 
 namespace qz::platform {
@@ -44,6 +45,14 @@ bool LinuxHIDManager::isStale(const Node& node) const {
                : readDevicePath(calls_, paths_.classDirectory, node.name).path != node.device->sysfsPath();
 }
 
+/// Whether there is a node of this name, as far as that has to be asked. The kernel deletes a node before it takes the
+/// device out of sysfs, so a place that has not changed does not say so.
+bool LinuxHIDManager::isThere(const Node& node) const {
+    struct stat status {};
+    return (node.device && node.device->isOpen()) ||
+           calls_.fileStatusAt(AT_FDCWD, nodePath(node).c_str(), &status, 0) == 0;
+}
+
 /// Takes in a part of the changes of nodes; false when there are none. What happened after a deletion waits until the
 /// deleted node is drained, so that its removal is reported before what came in its place.
 bool LinuxHIDManager::applyChanges() {
@@ -76,9 +85,8 @@ void LinuxHIDManager::apply(const NodeChange& change) {
         visit(change.name);
         return;
     case NodeChange::Kind::Deleted:
-        // A list may have been quicker than the news: what is open may be a later node of this name.
-        if (Node* const node = findNode(change.name);
-            node != nullptr && !(node->device && node->device->isOpen() && !node->device->isNodeDeleted())) {
+        // A list may have been quicker than the news: what is known may be a later node of this name.
+        if (Node* const node = findNode(change.name); node != nullptr && (isStale(*node) || !isThere(*node))) {
             nodeDeleted(*node);
         }
         return;
@@ -130,7 +138,7 @@ void LinuxHIDManager::openNode(Node& node) {
         }
         return;
     }
-    const int error = node.device->openNode(paths_.deviceDirectory + "/" + node.name);
+    const int error = node.device->openNode(nodePath(node));
     if (error == ENOENT || error == ENODEV || error == ENXIO) {
         return; // it has gone again, or comes later than what sysfs says of it
     }
@@ -237,6 +245,10 @@ void LinuxHIDManager::end(Node& node) {
     }
     places_[static_cast<std::uint32_t>(node.serial)] = nullptr;
     nodes_.remove_if([serial = node.serial](const Node& each) { return each.serial == serial; });
+}
+
+std::string LinuxHIDManager::nodePath(const Node& node) const {
+    return paths_.deviceDirectory + "/" + node.name;
 }
 
 LinuxHIDManager::Node* LinuxHIDManager::findNode(std::string_view name) {

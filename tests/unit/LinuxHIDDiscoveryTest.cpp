@@ -118,6 +118,49 @@ TEST_F(LinuxHIDDiscovery, KeepsAnOpenNodeWhenTheNewsIsOfAnEarlierOne) {
     EXPECT_EQ(kernel.opened.at("hidraw0"), 1);
 }
 
+TEST_F(LinuxHIDDiscovery, KeepsANodeThatIsNotOpenWhenTheNewsIsOfAnEarlierOne) {
+    client.schedule();
+    const int pad = plugReported(fakePad("pad"));
+    kernel.unplug(pad);
+    ASSERT_EQ(kernel.plug(fakePad("other")), pad);
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad", "matched other"));
+    kernel.unplug(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed other"));
+}
+
+TEST_F(LinuxHIDDiscovery, KeepsANodeWithoutAccessWhenTheNewsIsOfAnEarlierOne) {
+    setUp();
+    const auto plugWithoutAccess = [&](const char* name) {
+        FakeHIDDevice device = fakePad(name);
+        device.hasNode = false;
+        const int number = kernel.plug(device);
+        kernel.setOpenError(number, EACCES);
+        kernel.addNode(number);
+        return number;
+    };
+    const int pad = plugWithoutAccess("pad");
+    const EventLog refused = turnAndTold();
+    ASSERT_EQ(refused.size(), 1U);
+    kernel.unplug(pad);
+    ASSERT_EQ(plugWithoutAccess("other"), pad);
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
+    EXPECT_THAT(turnAndTold(), ::testing::SizeIs(1)) << "told once";
+    kernel.setOpenError(pad, 0);
+    kernel.touchNode(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched other"));
+}
+
+TEST_F(LinuxHIDDiscovery, RemovesADeviceThatIsNotOpenByItsNodeAloneWhenSysfsGoesLater) {
+    client.schedule();
+    const int pad = plugReported(fakePad("pad"));
+    kernel.removeNode(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
+    kernel.removeSysfs(pad);
+    kernel.hangUp(pad);
+    EXPECT_THAT(turnAndTold(), IsEmpty());
+}
+
 TEST_F(LinuxHIDDiscovery, MakesNothingOfADeviceThatCameAndWentBetweenTwoTurns) {
     setUp();
     kernel.unplug(kernel.plug(fakePad("pad")));
