@@ -264,16 +264,10 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
         retryInterrupted([&] { return calls_.read(node.device->descriptor(), buffer_.data(), buffer_.size()); });
     if (size > 0) {
         lastRead_ = node.serial;
-        const std::span<const std::uint8_t> report(buffer_.data(), static_cast<std::size_t>(size));
-        const auto indices = node.device->feed(report);
         node.isReported = node.isReported || isReported(node.device.get());
         if (node.isReported) {
-            if (input_.device != node.device) {
-                input_.device = node.device;
-            }
-            input_.report = wantsInputReports() ? report : std::span<const std::uint8_t>();
-            input_.indices = indices;
-        }
+            takeIn(node, {buffer_.data(), static_cast<std::size_t>(size)});
+        } // else nobody hears of its values, and they must not count as known later
         return true;
     }
     if (size < 0 && errno == EAGAIN && !node.hasEnded) {
@@ -282,6 +276,14 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
     // Unplugged, or an error that will not pass: a descriptor that stays readable and brings nothing must not be kept.
     end(node);
     return false;
+}
+
+[[gnu::hot]] void LinuxHIDManager::takeIn(const Node& node, std::span<const std::uint8_t> report) {
+    if (input_.device != node.device) {
+        input_.device = node.device;
+    }
+    input_.indices = node.device->feed(report);
+    input_.report = wantsInputReports() ? report : std::span<const std::uint8_t>();
 }
 
 /// Reads what nobody has asked for, after the arrivals: reporting them does not wait for it, and it must be known when

@@ -74,6 +74,7 @@ private:
     bool isToldByKernel(std::uint64_t serial) noexcept;
     void makeReady(std::uint64_t serial);
     bool readReport(Node& node);
+    void takeIn(const Node& node, std::span<const std::uint8_t> report);
     void loadProperties();
 
     void list();

@@ -368,6 +368,27 @@ TEST_F(LinuxHIDDiscovery, ReportsAnOpenDeviceThatIsWantedAgainBeforeItWasReporte
     EXPECT_THAT(turnAndTold(), ElementsAre("matched second"));
 }
 
+TEST_F(LinuxHIDDiscovery, DeliversNothingOfADeviceUntilItIsReportedAndAllOfItThen) {
+    setUp();
+    turn();
+    client.listenToReports();
+    client.onMatched = [&](IOHIDDeviceRef) {
+        client.onMatched = nullptr;
+        const std::vector<HIDMatchingDictionary> others{{{"DeviceUsagePage", 12}, {"DeviceUsage", 1}}};
+        IOHIDManagerSetDeviceMatchingMultiple(client.manager(), others);
+    };
+    kernel.plug(fakePad("first"));
+    const int second = kernel.plug(fakePad("second"));
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched first"));
+    ASSERT_EQ(kernel.openNodes(), 2U);
+    kernel.send(second, button(true));
+    EXPECT_THAT(turnAndTold(), IsEmpty());
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched second"));
+    kernel.send(second, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("report second 01 01", "value second 9:1 1"));
+}
+
 TEST_F(LinuxHIDDiscovery, KnowsThePropertiesOfADeviceThatComesAmidInputWithoutEnd) {
     setUp();
     turn();
