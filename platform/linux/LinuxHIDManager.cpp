@@ -193,15 +193,16 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
         nextReady_ = toldByKernel_ = 0;
     }
     const std::uint64_t serial = ready_[nextReady_];
+    Node* const node = findNode(serial);
     bool mayHaveMore = false;
     if (serial == HIDRawWatch::changes) {
         mayHaveMore = applyChanges();
-    } else if (Node* const node = findNode(serial); node != nullptr && node->device->isOpen()) {
-        mayHaveMore = readReport(*node);
+    } else if (node != nullptr && node->device->isOpen()) {
+        mayHaveMore = readReport(*node); // else it may be its end
     }
     if (mayHaveMore) {
         ++nextReady_;
-        toldByKernel_ += isToldByKernel(serial) ? 1 : 0;
+        toldByKernel_ += isToldByKernel(node) ? 1 : 0;
     } else {
         ready_.erase(ready_.begin() + static_cast<std::ptrdiff_t>(nextReady_));
     }
@@ -214,19 +215,16 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
     return hasPolled_ ? toldByKernel_ > 1 && nextReady_ == ready_.size() : ready_.empty() || reads_ > 0;
 }
 
-/// Whether the kernel says so when there is something to read.
-[[gnu::hot]] bool LinuxHIDManager::isToldByKernel(std::uint64_t serial) noexcept {
-    if (serial == HIDRawWatch::changes) {
-        return true;
-    }
-    const Node* const node = findNode(serial);
-    return node != nullptr && node->isWatched && !node->hasEnded;
+/// Whether the kernel says so when there is something to read: always of changes of nodes (null).
+[[gnu::hot]] bool LinuxHIDManager::isToldByKernel(const Node* node) noexcept {
+    return node == nullptr || (node->isWatched && !node->hasEnded);
 }
 
 /// Forgets of what has been read in this round that it may have more, as far as the kernel will say so.
 [[gnu::hot]] void LinuxHIDManager::leaveToKernel() noexcept {
     const auto next = ready_.begin() + static_cast<std::ptrdiff_t>(nextReady_);
-    const auto rest = std::remove_if(ready_.begin(), next, [this](std::uint64_t each) { return isToldByKernel(each); });
+    const auto rest =
+        std::remove_if(ready_.begin(), next, [this](std::uint64_t each) { return isToldByKernel(findNode(each)); });
     nextReady_ = static_cast<std::size_t>(rest - ready_.begin());
     toldByKernel_ = 0;
     ready_.erase(rest, next);
@@ -238,6 +236,7 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
     if (hasOpened_) {
         watchOpened();
     }
+    const std::size_t before = ready_.size(); // the events are all of different nodes
     for (const epoll_event& event : watch_.poll(std::exchange(mayWait_, 0))) {
         if (HIDRawWatch::hasEnded(event)) {
             if (Node* const node = findNode(event.data.u64)) {
@@ -245,16 +244,18 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
             }
         }
         if (event.data.u64 != HIDRawWatch::wakeUp) {
-            makeReady(event.data.u64);
+            makeReady(event.data.u64, before);
         }
     }
     if (nextChange_ < changes_.size()) {
-        makeReady(HIDRawWatch::changes);
+        makeReady(HIDRawWatch::changes, ready_.size());
     }
 }
 
-[[gnu::hot]] void LinuxHIDManager::makeReady(std::uint64_t serial) {
-    if (std::ranges::find(ready_, serial) == ready_.end()) {
+/// Adds what is not among the first so many that are ready.
+[[gnu::hot]] void LinuxHIDManager::makeReady(std::uint64_t serial, std::size_t among) {
+    const auto last = ready_.begin() + static_cast<std::ptrdiff_t>(among);
+    if (std::find(ready_.begin(), last, serial) == last) {
         ready_.push_back(serial);
     }
 }

@@ -71,8 +71,8 @@ private:
     bool isToPoll() noexcept;
     void poll();
     void leaveToKernel() noexcept;
-    bool isToldByKernel(std::uint64_t serial) noexcept;
-    void makeReady(std::uint64_t serial);
+    static bool isToldByKernel(const Node* node) noexcept;
+    void makeReady(std::uint64_t serial, std::size_t among);
     bool readReport(Node& node);
     void takeIn(const Node& node, std::span<const std::uint8_t> report);
     void loadProperties();

@@ -192,7 +192,7 @@ void LinuxHIDManager::watchOpened() {
         node.isWatched = watch_.add(node.device->descriptor(), node.serial);
         if (!node.isWatched) {
             hasOpened_ = cannotWatch_ = true;
-            makeReady(node.serial);
+            makeReady(node.serial, ready_.size());
         }
     }
 }
@@ -229,7 +229,7 @@ void LinuxHIDManager::nodeDeleted(Node& node) {
     }
     node.hasEnded = true;
     node.isDeleted = true;
-    makeReady(node.serial);
+    makeReady(node.serial, ready_.size());
 }
 
 /// The device is gone; `node` too.
