@@ -261,6 +261,11 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
 }
 
 [[gnu::hot]] bool LinuxHIDManager::readReport(Node& node) {
+    // A device that has lost its node but not gone may send without end.
+    if (node.isDeleted && node.readsLeft-- == 0) {
+        end(node);
+        return false;
+    }
     const ssize_t size =
         retryInterrupted([&] { return calls_.read(node.device->descriptor(), buffer_.data(), buffer_.size()); });
     if (size > 0) {

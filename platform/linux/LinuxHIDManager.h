@@ -25,8 +25,11 @@ public:
     IOReturn close(IOOptionBits options) override;
 
 private:
-    /// Reports taken in one turn, from all devices together. A device's own queue in the kernel holds 63.
+    /// Reports taken in one turn, from all devices together.
     static constexpr std::size_t readsPerTurn = 128;
+    /// No less than what the kernel keeps of one device: HIDRAW_BUFFER_SIZE in drivers/hid/hidraw.c, of which one stays
+    /// free.
+    static constexpr std::size_t reportsKept = 64;
 
     struct Node {
         std::uint64_t serial; ///< tells a node from a later one of the same name; see `nextSerial`
@@ -37,6 +40,7 @@ private:
         bool isToBeConfirmed = false;                     ///< open, but perhaps another device's
         bool isWatched = false;                           ///< whether the kernel wakes us for it
         bool isDeleted = false;                           ///< ended, and the name may be another node's by now
+        std::size_t readsLeft = reportsKept;              ///< once it is deleted
         bool isReported = false;                          ///< for certain; it remains so until it has gone
         IOReturn reported = kIOReturnSuccess;             ///< why it cannot be opened, as far as that has been told
     };

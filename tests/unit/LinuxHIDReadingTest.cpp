@@ -290,6 +290,31 @@ TEST_F(LinuxHIDReading, RemovesADeviceWhoseNodeIsDeletedAlsoWhenNothingHangsUp) 
     EXPECT_FALSE(wouldWake());
 }
 
+TEST_F(LinuxHIDReading, RemovesADeviceWhoseNodeIsDeletedAlsoWhenItSendsWithoutEnd) {
+    const int flood = plugReported(fakePad("flood"));
+    bool pressed = false;
+    std::size_t values = 0;
+    for (int i = 0; i < 63; ++i) { // as many as the kernel keeps
+        kernel.send(flood, button(pressed = !pressed));
+    }
+    client.onValue = [&](IOHIDValueRef) {
+        ++values;
+        kernel.send(flood, button(pressed = !pressed));
+    };
+    kernel.removeNode(flood);
+    kernel.plug(fakePad("new"));
+    for (int i = 0; i < 3; ++i) {
+        dispatch();
+    }
+    std::erase(events, "value flood 9:1 0");
+    std::erase(events, "value flood 9:1 1");
+    EXPECT_THAT(told(), ElementsAre("removed flood", "matched new"));
+    EXPECT_GE(values, 63U) << "what it had sent before";
+    EXPECT_LE(values, 66U);
+    EXPECT_EQ(kernel.openNodes(), 1U);
+    EXPECT_FALSE(wouldWake());
+}
+
 TEST_F(LinuxHIDReading, RemovesADeviceOnceForAllThatSaysItIsGone) {
     const int pad = plugReported(fakePad("pad"));
     kernel.setScript([](std::string_view call) { return call == "read" ? EIO : 0; });
