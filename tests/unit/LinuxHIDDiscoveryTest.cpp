@@ -536,6 +536,31 @@ TEST_F(LinuxHIDDiscovery, WorksWithoutAListOfDevices) {
     EXPECT_THAT(turnAndTold(), ElementsAre("matched pad"));
 }
 
+TEST_F(LinuxHIDDiscovery, WakesTheLoopForWhatWiderCriteriaFind) {
+    setUp();
+    const int mouse = kernel.plug(fakePad("mouse", 2));
+    EXPECT_THAT(turnAndTold(), IsEmpty());
+    ASSERT_FALSE(wouldWake());
+    const std::vector<HIDMatchingDictionary> mice{{{"DeviceUsagePage", 1}, {"DeviceUsage", 2}}};
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), mice);
+    EXPECT_TRUE(wouldWake());
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched mouse"));
+    kernel.send(mouse, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value mouse 9:1 1"));
+}
+
+TEST_F(LinuxHIDDiscovery, WakesTheLoopForWhatAClosingLeavesToReport) {
+    setUp();
+    const int pad = kernel.plug(fakePad("pad"));
+    kernel.setOpenError(pad, EACCES);
+    EXPECT_THAT(turnAndTold(), ::testing::SizeIs(1)) << "it cannot be opened";
+    ASSERT_FALSE(wouldWake());
+    client.close();
+    EXPECT_TRUE(wouldWake());
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched pad")) << "for which it need not be open";
+    EXPECT_FALSE(wouldWake());
+}
+
 TEST_F(LinuxHIDDiscovery, OpensLaterWhatComesBeforeItIsScheduled) {
     EXPECT_EQ(client.open(), kIOReturnSuccess);
     kernel.plug(fakePad("pad"));
