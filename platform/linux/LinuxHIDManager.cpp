@@ -254,10 +254,12 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
 
 /// Adds what is not among the first so many that are ready.
 [[gnu::hot]] void LinuxHIDManager::makeReady(std::uint64_t serial, std::size_t among) {
-    const auto last = ready_.begin() + static_cast<std::ptrdiff_t>(among);
-    if (std::find(ready_.begin(), last, serial) == last) {
-        ready_.push_back(serial);
+    for (std::size_t i = 0; i < among; ++i) {
+        if (ready_[i] == serial) {
+            return;
+        }
     }
+    ready_.push_back(serial);
 }
 
 [[gnu::hot]] bool LinuxHIDManager::readReport(Node& node) {
