@@ -121,5 +121,29 @@ TEST_F(LinuxHIDOfManyDevices, DrainsOneThatHasGoneWhileTheOthersGoOn) {
     EXPECT_EQ(std::ranges::count(log, "removed sticks"), 1);
 }
 
+TEST_F(LinuxHIDOfManyDevices, DrainsOneWhoseNodeIsDeletedAlsoWhenNothingHangsUp) {
+    plug(4);
+    for (int i = 0; i < 10; ++i) {
+        sendFromAll();
+    }
+    kernel.removeNode(pads.front());
+    EventLog log = turnAndTold();
+    EXPECT_EQ(log.size(), 41U);
+    EXPECT_EQ(std::ranges::count(log, "removed sticks"), 1);
+}
+
+TEST_F(LinuxHIDOfManyDevices, WakesItselfForOneThatTheKernelDoesNotWatch) {
+    plug(2);
+    kernel.refusesAdditions = true;
+    plug(1);
+    for (int i = 0; i < 200; ++i) {
+        kernel.send(pads.back(), {static_cast<std::uint8_t>(i + 1)});
+    }
+    dispatch();
+    EXPECT_TRUE(wouldWake());
+    turn();
+    EXPECT_EQ(told().size(), 200U) << "all that it has sent, after a turn that had enough";
+}
+
 } // namespace
 } // namespace qz::platform::tests
