@@ -47,6 +47,7 @@ IOReturn LinuxHIDManager::close(IOOptionBits /*options*/) {
         input_ = {};
     }
     ready_.clear();
+    nextReady_ = toldByKernel_ = 0;
     std::erase_if(notices_, [](const Notice& notice) { return notice.kind == Notice::Kind::Failure; });
     for (auto next = nodes_.begin(); next != nodes_.end();) {
         Node& node = *next++;
@@ -106,6 +107,7 @@ void LinuxHIDManager::discover() {
 }
 
 [[gnu::hot]] void LinuxHIDManager::endTurn() noexcept {
+    leaveToKernel();
     watch_.setAwake(hasWork());
 }
 
@@ -171,7 +173,10 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
 /// Looks what is ready, or reads once, from what has waited longest; false when nothing is left or the turn has had
 /// enough.
 [[gnu::hot]] bool LinuxHIDManager::takeInput() {
-    if (!hasPolled_ && (ready_.empty() || reads_ > 0)) {
+    if (reads_ == readsPerTurn) {
+        return false;
+    }
+    if (isToPoll()) {
         if (hasReported_) {
             return false; // enough for a turn; there is another one to come
         }
@@ -180,31 +185,58 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
             return true;
         }
     }
-    if (ready_.empty() || reads_ == readsPerTurn) {
+    if (ready_.empty()) {
         return false;
     }
     ++reads_;
-    nextReady_ = nextReady_ < ready_.size() ? nextReady_ : 0;
+    if (nextReady_ == ready_.size()) {
+        nextReady_ = toldByKernel_ = 0;
+    }
     const std::uint64_t serial = ready_[nextReady_];
+    Node* const node = findNode(serial);
     bool mayHaveMore = false;
     if (serial == HIDRawWatch::changes) {
         mayHaveMore = applyChanges();
-    } else if (Node* const node = findNode(serial); node != nullptr && node->device->isOpen()) {
-        mayHaveMore = readReport(*node);
+    } else if (node != nullptr && node->device->isOpen()) {
+        mayHaveMore = readReport(*node); // else it may be its end
     }
     if (mayHaveMore) {
         ++nextReady_;
+        toldByKernel_ += isToldByKernel(node) ? 1 : 0;
     } else {
         ready_.erase(ready_.begin() + static_cast<std::ptrdiff_t>(nextReady_));
     }
     return true;
 }
 
+/// Once in a turn, and then after each round in which several brought something: asking the kernel which of them have
+/// more is one call, and reading from each to find out that it has not is one for each.
+[[gnu::hot]] bool LinuxHIDManager::isToPoll() noexcept {
+    return hasPolled_ ? toldByKernel_ > 1 && nextReady_ == ready_.size() : ready_.empty() || reads_ > 0;
+}
+
+/// Whether the kernel says so when there is something to read: always of changes of nodes (null).
+[[gnu::hot]] bool LinuxHIDManager::isToldByKernel(const Node* node) noexcept {
+    return node == nullptr || (node->isWatched && !node->hasEnded);
+}
+
+/// Forgets of what has been read in this round that it may have more, as far as the kernel will say so.
+[[gnu::hot]] void LinuxHIDManager::leaveToKernel() noexcept {
+    const auto next = ready_.begin() + static_cast<std::ptrdiff_t>(nextReady_);
+    const auto rest =
+        std::remove_if(ready_.begin(), next, [this](std::uint64_t each) { return isToldByKernel(findNode(each)); });
+    nextReady_ = static_cast<std::size_t>(rest - ready_.begin());
+    toldByKernel_ = 0;
+    ready_.erase(rest, next);
+}
+
 [[gnu::hot]] void LinuxHIDManager::poll() {
     hasPolled_ = true;
+    leaveToKernel();
     if (hasOpened_) {
         watchOpened();
     }
+    const std::size_t before = ready_.size(); // the events are all of different nodes
     for (const epoll_event& event : watch_.poll(std::exchange(mayWait_, 0))) {
         if (HIDRawWatch::hasEnded(event)) {
             if (Node* const node = findNode(event.data.u64)) {
@@ -212,34 +244,38 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
             }
         }
         if (event.data.u64 != HIDRawWatch::wakeUp) {
-            makeReady(event.data.u64);
+            makeReady(event.data.u64, before);
         }
     }
     if (nextChange_ < changes_.size()) {
-        makeReady(HIDRawWatch::changes);
+        makeReady(HIDRawWatch::changes, ready_.size());
     }
 }
 
-[[gnu::hot]] void LinuxHIDManager::makeReady(std::uint64_t serial) {
-    if (std::ranges::find(ready_, serial) == ready_.end()) {
-        ready_.push_back(serial);
+/// Adds what is not among the first so many that are ready.
+[[gnu::hot]] void LinuxHIDManager::makeReady(std::uint64_t serial, std::size_t among) {
+    for (std::size_t i = 0; i < among; ++i) {
+        if (ready_[i] == serial) {
+            return;
+        }
     }
+    ready_.push_back(serial);
 }
 
 [[gnu::hot]] bool LinuxHIDManager::readReport(Node& node) {
+    // A device that has lost its node but not gone may send without end.
+    if (node.isDeleted && node.readsLeft-- == 0) {
+        end(node);
+        return false;
+    }
     const ssize_t size =
         retryInterrupted([&] { return calls_.read(node.device->descriptor(), buffer_.data(), buffer_.size()); });
     if (size > 0) {
         lastRead_ = node.serial;
-        const std::span<const std::uint8_t> report(buffer_.data(), static_cast<std::size_t>(size));
-        const auto indices = node.device->feed(report);
-        if (isReported(node.device.get())) {
-            if (input_.device != node.device) {
-                input_.device = node.device;
-            }
-            input_.report = wantsInputReports() ? report : std::span<const std::uint8_t>();
-            input_.indices = indices;
-        }
+        node.isReported = node.isReported || isReported(node.device.get());
+        if (node.isReported) {
+            takeIn(node, {buffer_.data(), static_cast<std::size_t>(size)});
+        } // else nobody hears of its values, and they must not count as known later
         return true;
     }
     if (size < 0 && errno == EAGAIN && !node.hasEnded) {
@@ -248,6 +284,14 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
     // Unplugged, or an error that will not pass: a descriptor that stays readable and brings nothing must not be kept.
     end(node);
     return false;
+}
+
+[[gnu::hot]] void LinuxHIDManager::takeIn(const Node& node, std::span<const std::uint8_t> report) {
+    if (input_.device != node.device) {
+        input_.device = node.device;
+    }
+    input_.indices = node.device->feed(report);
+    input_.report = wantsInputReports() ? report : std::span<const std::uint8_t>();
 }
 
 /// Reads what nobody has asked for, after the arrivals: reporting them does not wait for it, and it must be known when

@@ -25,11 +25,14 @@ public:
     IOReturn close(IOOptionBits options) override;
 
 private:
-    /// Reports taken in one turn, from all devices together. A device's own queue in the kernel holds 63.
+    /// Reports taken in one turn, from all devices together.
     static constexpr std::size_t readsPerTurn = 128;
+    /// No less than what the kernel keeps of one device: HIDRAW_BUFFER_SIZE in drivers/hid/hidraw.c, of which one stays
+    /// free.
+    static constexpr std::size_t reportsKept = 64;
 
     struct Node {
-        std::uint64_t serial; ///< tells a node from a later one of the same name
+        std::uint64_t serial; ///< tells a node from a later one of the same name; see `nextSerial`
         std::string name;
         std::shared_ptr<LinuxHIDDevice> device = nullptr; ///< null when it is not wanted, or not known yet
         bool isKnown = false;                             ///< whether its descriptor has been read
@@ -37,6 +40,8 @@ private:
         bool isToBeConfirmed = false;                     ///< open, but perhaps another device's
         bool isWatched = false;                           ///< whether the kernel wakes us for it
         bool isDeleted = false;                           ///< ended, and the name may be another node's by now
+        std::size_t readsLeft = reportsKept;              ///< once it is deleted
+        bool isReported = false;                          ///< for certain; it remains so until it has gone
         IOReturn reported = kIOReturnSuccess;             ///< why it cannot be opened, as far as that has been told
     };
     /// Something to report, in its turn.
@@ -67,9 +72,13 @@ private:
     bool deliverNotice();
     bool deliver(const Notice& notice);
     bool takeInput();
+    bool isToPoll() noexcept;
     void poll();
-    void makeReady(std::uint64_t serial);
+    void leaveToKernel() noexcept;
+    static bool isToldByKernel(const Node* node) noexcept;
+    void makeReady(std::uint64_t serial, std::size_t among);
     bool readReport(Node& node);
+    void takeIn(const Node& node, std::span<const std::uint8_t> report);
     void loadProperties();
 
     void list();
@@ -88,25 +97,30 @@ private:
     void nodeDeleted(Node& node);
     void end(Node& node);
     bool isStale(const Node& node) const;
+    bool isThere(const Node& node) const;
     bool isDraining() const noexcept;
     bool hasWork() const noexcept;
 
+    std::string nodePath(const Node& node) const;
     Node* findNode(std::string_view name);
-    Node* findNode(std::uint64_t serial);
+    Node* findNode(std::uint64_t serial) noexcept;
     Node& nodeNamed(const std::string& name);
+    std::uint64_t nextSerial();
 
     const LinuxHIDPaths& paths_;
     SystemCalls& calls_;
     HIDRawWatch watch_;
     std::list<Node> nodes_;
+    std::vector<Node*> places_; ///< each node where its serial says; null where none is
     std::deque<Notice> notices_;
     Input input_;
-    std::vector<std::uint64_t> ready_; ///< serials of what has something to read, which takes turns
-    std::size_t nextReady_ = 0;
+    std::vector<std::uint64_t> ready_; ///< serials of what may have something to read, each once in a round
+    std::size_t nextReady_ = 0;        ///< those before have had their read in this round
+    std::size_t toldByKernel_ = 0;     ///< how many of those before may have more, which the kernel can be asked
     std::uint64_t lastRead_ = HIDRawWatch::changes; ///< the node that brought the last report
     std::vector<NodeChange> changes_;
     std::size_t nextChange_ = 0; ///< those in `changes_` from here on are still to be taken in
-    std::uint64_t nextSerial_ = HIDRawWatch::changes + 1;
+    std::uint64_t nodesSoFar_ = 0;
     std::size_t reads_ = 0; ///< in this turn
     int mayWait_ = 0;       ///< milliseconds, of the next look for what is ready
     bool open_ = false;

@@ -2,6 +2,7 @@
 #include "platform/linux/LinuxHIDManager.h"
 
 #include <algorithm>
+#include <fcntl.h>
 #include <utility>
 
 namespace qz::platform {
@@ -44,6 +45,14 @@ bool LinuxHIDManager::isStale(const Node& node) const {
                : readDevicePath(calls_, paths_.classDirectory, node.name).path != node.device->sysfsPath();
 }
 
+/// Whether there is a node of this name, as far as that has to be asked. The kernel deletes a node before it takes the
+/// device out of sysfs, so a place that has not changed does not say so.
+bool LinuxHIDManager::isThere(const Node& node) const {
+    struct stat status {};
+    return (node.device && node.device->isOpen()) ||
+           calls_.fileStatusAt(AT_FDCWD, nodePath(node).c_str(), &status, 0) == 0;
+}
+
 /// Takes in a part of the changes of nodes; false when there are none. What happened after a deletion waits until the
 /// deleted node is drained, so that its removal is reported before what came in its place.
 bool LinuxHIDManager::applyChanges() {
@@ -76,9 +85,8 @@ void LinuxHIDManager::apply(const NodeChange& change) {
         visit(change.name);
         return;
     case NodeChange::Kind::Deleted:
-        // A list may have been quicker than the news: what is open may be a later node of this name.
-        if (Node* const node = findNode(change.name);
-            node != nullptr && !(node->device && node->device->isOpen() && !node->device->isNodeDeleted())) {
+        // A list may have been quicker than the news: what is known may be a later node of this name.
+        if (Node* const node = findNode(change.name); node != nullptr && (isStale(*node) || !isThere(*node))) {
             nodeDeleted(*node);
         }
         return;
@@ -130,7 +138,7 @@ void LinuxHIDManager::openNode(Node& node) {
         }
         return;
     }
-    const int error = node.device->openNode(paths_.deviceDirectory + "/" + node.name);
+    const int error = node.device->openNode(nodePath(node));
     if (error == ENOENT || error == ENODEV || error == ENXIO) {
         return; // it has gone again, or comes later than what sysfs says of it
     }
@@ -184,7 +192,7 @@ void LinuxHIDManager::watchOpened() {
         node.isWatched = watch_.add(node.device->descriptor(), node.serial);
         if (!node.isWatched) {
             hasOpened_ = cannotWatch_ = true;
-            makeReady(node.serial);
+            makeReady(node.serial, ready_.size());
         }
     }
 }
@@ -221,7 +229,7 @@ void LinuxHIDManager::nodeDeleted(Node& node) {
     }
     node.hasEnded = true;
     node.isDeleted = true;
-    makeReady(node.serial);
+    makeReady(node.serial, ready_.size());
 }
 
 /// The device is gone; `node` too.
@@ -235,7 +243,12 @@ void LinuxHIDManager::end(Node& node) {
             input_ = {}; // it keeps no handle alive
         }
     }
+    places_[static_cast<std::uint32_t>(node.serial)] = nullptr;
     nodes_.remove_if([serial = node.serial](const Node& each) { return each.serial == serial; });
+}
+
+std::string LinuxHIDManager::nodePath(const Node& node) const {
+    return paths_.deviceDirectory + "/" + node.name;
 }
 
 LinuxHIDManager::Node* LinuxHIDManager::findNode(std::string_view name) {
@@ -244,14 +257,32 @@ LinuxHIDManager::Node* LinuxHIDManager::findNode(std::string_view name) {
     return found != nodes_.end() ? &*found : nullptr;
 }
 
-[[gnu::hot]] LinuxHIDManager::Node* LinuxHIDManager::findNode(std::uint64_t serial) {
-    const auto found = std::ranges::find(nodes_, serial, &Node::serial);
-    return found != nodes_.end() ? &*found : nullptr;
+[[gnu::hot]] LinuxHIDManager::Node* LinuxHIDManager::findNode(std::uint64_t serial) noexcept {
+    const auto place = static_cast<std::uint32_t>(serial);
+    Node* const node = place < places_.size() ? places_[place] : nullptr;
+    return node != nullptr && node->serial == serial ? node : nullptr;
 }
 
 LinuxHIDManager::Node& LinuxHIDManager::nodeNamed(const std::string& name) {
-    Node* const node = findNode(name);
-    return node != nullptr ? *node : nodes_.emplace_back(Node{.serial = nextSerial_++, .name = name});
+    Node* const known = findNode(name);
+    if (known != nullptr) {
+        return *known;
+    }
+    const std::uint64_t serial = nextSerial();
+    Node& node = nodes_.emplace_back(Node{.serial = serial, .name = name});
+    places_[static_cast<std::uint32_t>(serial)] = &node;
+    return node;
+}
+
+/// The place among `places_` in the lower half, where a node is found without a search, and in the upper one how many
+/// nodes there have been, which tells it from earlier ones in its place and from all that is no node's.
+std::uint64_t LinuxHIDManager::nextSerial() {
+    const auto place = std::ranges::find(places_, nullptr);
+    const auto index = static_cast<std::uint64_t>(place - places_.begin());
+    if (place == places_.end()) {
+        places_.push_back(nullptr);
+    }
+    return ++nodesSoFar_ << 32U | index;
 }
 
 } // namespace qz::platform

@@ -93,7 +93,7 @@ Traffic readWithTheLibrary(std::vector<CounterPad>& pads, unsigned rate, std::ch
     std::map<const QZHIDDevice*, std::uint16_t> last;
     EXPECT_TRUE(application.setUp());
     EXPECT_TRUE(application.turnUntil([&] { return application.listener->connected == pads.size(); }));
-    const std::uint16_t first = static_cast<std::uint16_t>(pads.front().count());
+    const auto first = static_cast<std::uint16_t>(pads.front().count());
     for (const auto& device : application.manager->devices()) {
         last[device.get()] = first;
     }
@@ -162,29 +162,58 @@ TEST(Load, OfEightDevicesAtAThousandReportsASecondLosesNone) {
     EXPECT_GE(rate, 950) << "the machine is too slow for this test to mean anything";
 }
 
-TEST(Load, OfThirtyTwoDevicesLosesNoneAtTheHighestRateOfABareLoop) {
-    allowSeconds(240);
-    std::vector<CounterPad> pads = makePads(32);
+/// The bare loop and the library by turns, at one rate.
+struct Contest {
+    bool bareLost = false;
+    int libraryLosses = 0;
+    int timesAlike = 0;  ///< that the library lost nothing either and had as much to read
+    double bareRate = 0; ///< the highest without a loss
+    double libraryRate = 0;
+};
+
+/// Ends early when the bare loop loses something: what the library does then says nothing of the library.
+Contest compareAt(std::vector<CounterPad>& pads, unsigned rate, int attempts) {
     constexpr std::chrono::seconds duration(3);
-    // From a rate down that no machine sends at: what counts is the highest at which the bare loop keeps up. A machine
-    // that stops for a moment to do something else fails either of them, but not the same one every time.
-    constexpr int attempts = 3;
-    for (const unsigned rate : {8000U, 1000U, 700U, 500U, 350U, 250U, 125U}) {
-        int lossesOfTheLibraryAlone = 0;
-        for (int attempt = 0; attempt < attempts; ++attempt) {
-            const Traffic bare = readBare(pads, rate, duration);
-            tellTraffic("bare", pads.size(), bare);
-            if (!bare.isComplete()) {
-                break;
-            }
-            const Traffic library = readWithTheLibrary(pads, rate, duration);
-            tellTraffic("library", pads.size(), library);
-            if (library.isComplete() && library.rate >= 0.9 * bare.rate) {
-                return;
-            }
-            lossesOfTheLibraryAlone += library.isComplete() ? 0 : 1;
+    Contest contest;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        const Traffic bare = readBare(pads, rate, duration);
+        tellTraffic("bare", pads.size(), bare);
+        contest.bareLost = !bare.isComplete();
+        if (contest.bareLost) {
+            break;
         }
-        ASSERT_LT(lossesOfTheLibraryAlone, attempts) << "the library loses reports where a bare loop does not";
+        contest.bareRate = std::max(contest.bareRate, bare.rate);
+        const Traffic library = readWithTheLibrary(pads, rate, duration);
+        tellTraffic("library", pads.size(), library);
+        if (!library.isComplete()) {
+            ++contest.libraryLosses;
+            continue;
+        }
+        contest.libraryRate = std::max(contest.libraryRate, library.rate);
+        contest.timesAlike += library.rate >= 0.9 * bare.rate ? 1 : 0;
+    }
+    return contest;
+}
+
+TEST(Load, OfThirtyTwoDevicesLosesNoneAtTheHighestRateOfABareLoop) {
+    allowSeconds(300);
+    std::vector<CounterPad> pads = makePads(32);
+    // From a rate down that no machine sends at: what counts is the highest at which the bare loop loses nothing in any
+    // attempt. A machine that stops for a moment to do something else fails either of them, but not the same one every
+    // time, so the library may lose something once. Twice is a failure and no reason to go on at a lower rate. That
+    // the machine sent less while the library was reading is one: at a lower rate it sends as much to both.
+    for (const unsigned rate : {8000U, 2800U, 2000U, 1400U, 1000U, 700U, 500U, 350U, 250U, 125U}) {
+        const Contest contest = compareAt(pads, rate, 3);
+        if (contest.bareLost) {
+            continue;
+        }
+        tellFormatted(
+            "  without a loss: bare up to %.0f reports/s each, library up to %.0f, which lost something %d times",
+            contest.bareRate, contest.libraryRate, contest.libraryLosses);
+        ASSERT_LT(contest.libraryLosses, 2) << "the library loses reports where a bare loop does not";
+        if (contest.timesAlike >= 2) {
+            return;
+        }
     }
     FAIL() << "at no rate both had as much to read";
 }

@@ -118,6 +118,49 @@ TEST_F(LinuxHIDDiscovery, KeepsAnOpenNodeWhenTheNewsIsOfAnEarlierOne) {
     EXPECT_EQ(kernel.opened.at("hidraw0"), 1);
 }
 
+TEST_F(LinuxHIDDiscovery, KeepsANodeThatIsNotOpenWhenTheNewsIsOfAnEarlierOne) {
+    client.schedule();
+    const int pad = plugReported(fakePad("pad"));
+    kernel.unplug(pad);
+    ASSERT_EQ(kernel.plug(fakePad("other")), pad);
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad", "matched other"));
+    kernel.unplug(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed other"));
+}
+
+TEST_F(LinuxHIDDiscovery, KeepsANodeWithoutAccessWhenTheNewsIsOfAnEarlierOne) {
+    setUp();
+    const auto plugWithoutAccess = [&](const char* name) {
+        FakeHIDDevice device = fakePad(name);
+        device.hasNode = false;
+        const int number = kernel.plug(device);
+        kernel.setOpenError(number, EACCES);
+        kernel.addNode(number);
+        return number;
+    };
+    const int pad = plugWithoutAccess("pad");
+    const EventLog refused = turnAndTold();
+    ASSERT_EQ(refused.size(), 1U);
+    kernel.unplug(pad);
+    ASSERT_EQ(plugWithoutAccess("other"), pad);
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
+    EXPECT_THAT(turnAndTold(), ::testing::SizeIs(1)) << "told once";
+    kernel.setOpenError(pad, 0);
+    kernel.touchNode(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched other"));
+}
+
+TEST_F(LinuxHIDDiscovery, RemovesADeviceThatIsNotOpenByItsNodeAloneWhenSysfsGoesLater) {
+    client.schedule();
+    const int pad = plugReported(fakePad("pad"));
+    kernel.removeNode(pad);
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
+    kernel.removeSysfs(pad);
+    kernel.hangUp(pad);
+    EXPECT_THAT(turnAndTold(), IsEmpty());
+}
+
 TEST_F(LinuxHIDDiscovery, MakesNothingOfADeviceThatCameAndWentBetweenTwoTurns) {
     setUp();
     kernel.unplug(kernel.plug(fakePad("pad")));
@@ -325,6 +368,27 @@ TEST_F(LinuxHIDDiscovery, ReportsAnOpenDeviceThatIsWantedAgainBeforeItWasReporte
     EXPECT_THAT(turnAndTold(), ElementsAre("matched second"));
 }
 
+TEST_F(LinuxHIDDiscovery, DeliversNothingOfADeviceUntilItIsReportedAndAllOfItThen) {
+    setUp();
+    turn();
+    client.listenToReports();
+    client.onMatched = [&](IOHIDDeviceRef) {
+        client.onMatched = nullptr;
+        const std::vector<HIDMatchingDictionary> others{{{"DeviceUsagePage", 12}, {"DeviceUsage", 1}}};
+        IOHIDManagerSetDeviceMatchingMultiple(client.manager(), others);
+    };
+    kernel.plug(fakePad("first"));
+    const int second = kernel.plug(fakePad("second"));
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched first"));
+    ASSERT_EQ(kernel.openNodes(), 2U);
+    kernel.send(second, button(true));
+    EXPECT_THAT(turnAndTold(), IsEmpty());
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched second"));
+    kernel.send(second, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("report second 01 01", "value second 9:1 1"));
+}
+
 TEST_F(LinuxHIDDiscovery, KnowsThePropertiesOfADeviceThatComesAmidInputWithoutEnd) {
     setUp();
     turn();
@@ -470,6 +534,31 @@ TEST_F(LinuxHIDDiscovery, WorksWithoutAListOfDevices) {
     std::filesystem::create_directories(kernel.paths().classDirectory);
     kernel.plug(fakePad("pad"));
     EXPECT_THAT(turnAndTold(), ElementsAre("matched pad"));
+}
+
+TEST_F(LinuxHIDDiscovery, WakesTheLoopForWhatWiderCriteriaFind) {
+    setUp();
+    const int mouse = kernel.plug(fakePad("mouse", 2));
+    EXPECT_THAT(turnAndTold(), IsEmpty());
+    ASSERT_FALSE(wouldWake());
+    const std::vector<HIDMatchingDictionary> mice{{{"DeviceUsagePage", 1}, {"DeviceUsage", 2}}};
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), mice);
+    EXPECT_TRUE(wouldWake());
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched mouse"));
+    kernel.send(mouse, button(true));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value mouse 9:1 1"));
+}
+
+TEST_F(LinuxHIDDiscovery, WakesTheLoopForWhatAClosingLeavesToReport) {
+    setUp();
+    const int pad = kernel.plug(fakePad("pad"));
+    kernel.setOpenError(pad, EACCES);
+    EXPECT_THAT(turnAndTold(), ::testing::SizeIs(1)) << "it cannot be opened";
+    ASSERT_FALSE(wouldWake());
+    client.close();
+    EXPECT_TRUE(wouldWake());
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched pad")) << "for which it need not be open";
+    EXPECT_FALSE(wouldWake());
 }
 
 TEST_F(LinuxHIDDiscovery, OpensLaterWhatComesBeforeItIsScheduled) {

@@ -30,6 +30,15 @@ inline std::vector<std::uint8_t> button(bool pressed) {
     return {1, static_cast<std::uint8_t>(pressed ? 1 : 0)};
 }
 
+/// A device with this many sticks of one byte each, in one report without an ID.
+inline FakeHIDDevice fakeSticks(std::uint8_t count) {
+    FakeHIDDevice device = fakePad("sticks");
+    device.descriptor = {0x05, 0x01, 0x09, 0x05,  0xa1, 0x01,        // Game Pad, application
+                         0x09, 0x30, 0x15, 0x00,  0x26, 0xff, 0x00,  // X, 0..255
+                         0x75, 0x08, 0x95, count, 0x81, 0x02, 0xc0}; // count fields of 8 bits, variable
+    return device;
+}
+
 /// A client of the Linux back end on fake devices.
 class LinuxHIDFixture : public ::testing::Test {
 protected:

@@ -13,15 +13,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// A device with this many sticks of one byte each, in one report without an ID.
-FakeHIDDevice fakeSticks(std::uint8_t count) {
-    FakeHIDDevice device = fakePad("sticks");
-    device.descriptor = {0x05, 0x01, 0x09, 0x05,  0xa1, 0x01,        // Game Pad, application
-                         0x09, 0x30, 0x15, 0x00,  0x26, 0xff, 0x00,  // X, 0..255
-                         0x75, 0x08, 0x95, count, 0x81, 0x02, 0xc0}; // count fields of 8 bits, variable
-    return device;
-}
-
 class LinuxHIDReading : public LinuxHIDFixture {
 protected:
     void SetUp() override { setUp(); }
@@ -299,6 +290,31 @@ TEST_F(LinuxHIDReading, RemovesADeviceWhoseNodeIsDeletedAlsoWhenNothingHangsUp) 
     EXPECT_FALSE(wouldWake());
 }
 
+TEST_F(LinuxHIDReading, RemovesADeviceWhoseNodeIsDeletedAlsoWhenItSendsWithoutEnd) {
+    const int flood = plugReported(fakePad("flood"));
+    bool pressed = false;
+    std::size_t values = 0;
+    for (int i = 0; i < 63; ++i) { // as many as the kernel keeps
+        kernel.send(flood, button(pressed = !pressed));
+    }
+    client.onValue = [&](IOHIDValueRef) {
+        ++values;
+        kernel.send(flood, button(pressed = !pressed));
+    };
+    kernel.removeNode(flood);
+    kernel.plug(fakePad("new"));
+    for (int i = 0; i < 3; ++i) {
+        dispatch();
+    }
+    std::erase(events, "value flood 9:1 0");
+    std::erase(events, "value flood 9:1 1");
+    EXPECT_THAT(told(), ElementsAre("removed flood", "matched new"));
+    EXPECT_GE(values, 63U) << "what it had sent before";
+    EXPECT_LE(values, 66U);
+    EXPECT_EQ(kernel.openNodes(), 1U);
+    EXPECT_FALSE(wouldWake());
+}
+
 TEST_F(LinuxHIDReading, RemovesADeviceOnceForAllThatSaysItIsGone) {
     const int pad = plugReported(fakePad("pad"));
     kernel.setScript([](std::string_view call) { return call == "read" ? EIO : 0; });
@@ -469,6 +485,17 @@ TEST_F(LinuxHIDWaiting, EndsWithNothingHandledWhenASignalComes) {
     plugReported(fakePad("pad"));
     kernel.setScript([](std::string_view call) { return call == "poll" ? EINTR : 0; });
     EXPECT_EQ(run(), 0U);
+}
+
+TEST_F(LinuxHIDReading, AsksTheKernelTwiceForAReportInATurnThatDoesNotWait) {
+    const int sticks = plugReported(fakeSticks(1));
+    kernel.send(sticks, {1});
+    turn();
+    kernel.send(sticks, {2});
+    std::vector<std::string> calls;
+    kernel.setScript([&](std::string_view call) { return calls.emplace_back(call), 0; });
+    EXPECT_EQ(dispatch(), 1U);
+    EXPECT_THAT(calls, ElementsAre("read", "epollWait"));
 }
 
 TEST_F(LinuxHIDReading, AllocatesNothing) {
