@@ -317,6 +317,53 @@ TEST_F(LinuxHIDWithoutResources, WaitsInTheRunLoopForADeviceThatCannotBeWatched)
     EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("removed pad"));
 }
 
+class LinuxHIDInAModeWithoutRoom : public LinuxHIDWithoutResources {
+protected:
+    /// A device that is read, by a manager that has been moved to a mode whose set had no room for it.
+    void SetUp() override {
+        setUp();
+        pad = plugReported(fakePad("pad"));
+        client.unschedule();
+        kernel.refusesAdditions = true;
+        client.schedule(NSModalPanelRunLoopMode);
+    }
+    bool wouldWakeModal() {
+        pollfd polled{host.platform().currentRunLoop().fileDescriptor(NSModalPanelRunLoopMode), POLLIN, 0};
+        return ::poll(&polled, 1, 0) != 0;
+    }
+    std::size_t runModal(int milliseconds) {
+        return host.platform().currentRunLoop().runInMode(NSModalPanelRunLoopMode,
+                                                          std::chrono::milliseconds(milliseconds));
+    }
+
+    int pad = -1;
+};
+
+TEST_F(LinuxHIDInAModeWithoutRoom, ReadsInTurnsAndIsWokenOnceThereIsSome) {
+    EXPECT_FALSE(wouldWakeModal());
+    EXPECT_EQ(runModal(0), 0U);
+    kernel.send(pad, button(true));
+    EXPECT_EQ(runModal(-1), 1U);
+    EXPECT_FALSE(wouldWakeModal());
+    kernel.refusesAdditions = false;
+    EXPECT_EQ(host.platform().currentRunLoop().dispatch(NSModalPanelRunLoopMode), 0U);
+    EXPECT_FALSE(wouldWakeModal());
+    kernel.send(pad, button(false));
+    EXPECT_TRUE(wouldWakeModal());
+    EXPECT_EQ(runModal(-1), 1U);
+    EXPECT_THAT(told(), ::testing::ElementsAre("value pad 9:1 1", "value pad 9:1 0"));
+}
+
+TEST_F(LinuxHIDInAModeWithoutRoom, IsWokenAfterTheNextOpeningThatFindsSome) {
+    EXPECT_EQ(client.open(), kIOReturnNoResources);
+    kernel.refusesAdditions = false;
+    EXPECT_EQ(client.open(), kIOReturnSuccess);
+    kernel.send(pad, button(true));
+    EXPECT_TRUE(wouldWakeModal());
+    EXPECT_EQ(runModal(-1), 1U);
+    EXPECT_THAT(told(), ::testing::ElementsAre("value pad 9:1 1"));
+}
+
 TEST_F(LinuxHIDWithoutResources, ReadsPropertiesInALaterTurn) {
     setUp();
     turn();
