@@ -59,9 +59,6 @@ bool LinuxHIDManager::applyChanges() {
         apply(change);
         confirmOpened();
     }
-    if (!isListed_) {
-        list();
-    }
     return true;
 }
 

@@ -388,10 +388,10 @@ TEST_F(LinuxHIDDiscovery, LooksAgainAtADeviceThatItHadNoResourcesToLookAt) {
     kernel.setScript([](std::string_view call) { return call == "open" ? ENFILE : 0; });
     kernel.plug(fakePad("pad"));
     EXPECT_THAT(turnAndTold(), IsEmpty());
-    EXPECT_EQ(client.open(), kIOReturnNoResources);
+    EXPECT_EQ(client.open(), kIOReturnSuccess) << "it may as well be a mouse";
+    EXPECT_THAT(turnAndTold(), IsEmpty());
     kernel.setScript(nullptr);
-    kernel.plug(fakePad("stick"));
-    EXPECT_THAT(turnAndTold(), UnorderedElementsAre("matched pad", "matched stick"));
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched pad"));
 }
 
 TEST_F(LinuxHIDDiscovery, ReportsTheRemovalBeforeTheNewcomerAlsoWhenTheNewsIsLost) {
