@@ -463,6 +463,28 @@ TEST_F(LinuxHIDDiscovery, ListsAgainWhenChangesWereLostAlsoForAManagerThatIsNotO
     EXPECT_THAT(turnAndTold(), ElementsAre("removed changes", "matched changed"));
 }
 
+TEST_F(LinuxHIDDiscovery, RemovesWhatIsNoLongerListedWhenTheNewsOfItWasLost) {
+    client.schedule();
+    const int stays = plugReported(fakePad("stays"));
+    const int goes = plugReported(fakePad("goes"));
+    loseChanges(stays, goes);
+    kernel.unplug(goes);
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed goes"));
+}
+
+/// Where the nodes have been made by hand they stay, and no news comes.
+TEST_F(LinuxHIDDiscovery, RemovesWhatIsNoLongerListedWhenItIsOpenedAgain) {
+    setUp();
+    const int pad = plugReported(fakePad("pad"));
+    client.close();
+    turn();
+    kernel.removeSysfs(pad);
+    kernel.hangUp(pad);
+    EXPECT_THAT(turnAndTold(), IsEmpty());
+    client.open();
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
+}
+
 TEST_F(LinuxHIDDiscovery, WorksWithoutAListOfDevices) {
     std::filesystem::remove_all(kernel.paths().classDirectory);
     setUp();
