@@ -206,6 +206,17 @@ TEST_F(LinuxHIDDiscovery, ReportsAMatchedDeviceThatCannotBeOpenedLaterOnlyAsAnEr
     EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
 }
 
+TEST_F(LinuxHIDDiscovery, SaysNothingOfWhatCouldNotBeOpenedOnceThatHasGone) {
+    client.schedule();
+    const int pad = plugReported(fakePad("pad"));
+    kernel.setOpenError(pad, EACCES);
+    client.open();
+    kernel.unplug(pad);
+    // Looks at all nodes before the next turn, which would tell of the error.
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
+}
+
 TEST_F(LinuxHIDDiscovery, SaysAgainWhatCannotBeOpenedWhenItIsOpenedAgain) {
     const int pad = kernel.plug(fakePad("pad"));
     kernel.setOpenError(pad, EACCES);
@@ -220,11 +231,17 @@ TEST_F(LinuxHIDDiscovery, SaysAgainWhatCannotBeOpenedWhenItIsOpenedAgain) {
 }
 
 TEST_F(LinuxHIDDiscovery, TranslatesTheErrorsOfOpening) {
-    const std::vector<std::pair<int, IOReturn>> translations = {
-        {EACCES, kIOReturnNotPermitted}, {EPERM, kIOReturnNotPermitted},    {ESHUTDOWN, kIOReturnNoDevice},
-        {EIO, kIOReturnIOError},         {EBUSY, kIOReturnExclusiveAccess}, {EMFILE, kIOReturnNoResources},
-        {ENFILE, kIOReturnNoResources},  {ENOMEM, kIOReturnNoResources},    {EINVAL, kIOReturnError},
-        {ELOOP, kIOReturnError}};
+    const std::vector<std::pair<int, IOReturn>> translations = {{EACCES, kIOReturnNotPermitted},
+                                                                {EPERM, kIOReturnNotPermitted},
+                                                                {ESHUTDOWN, kIOReturnNoDevice},
+                                                                {EIO, kIOReturnIOError},
+                                                                {EBUSY, kIOReturnExclusiveAccess},
+                                                                {EMFILE, kIOReturnNoResources},
+                                                                {ENFILE, kIOReturnNoResources},
+                                                                {ENOMEM, kIOReturnNoResources},
+                                                                {ENOSPC, kIOReturnNoResources},
+                                                                {EINVAL, kIOReturnError},
+                                                                {ELOOP, kIOReturnError}};
     setUp();
     for (const auto& [error, result] : translations) {
         FakeHIDDevice device = fakePad("pad");
