@@ -124,7 +124,9 @@ QZGC_EXPORT void IOHIDManagerRegisterInputReportCallback(IOHIDManagerRef manager
 QZGC_EXPORT void IOHIDManagerScheduleWithRunLoop(IOHIDManagerRef manager, CFRunLoopRef runLoop, RunLoopMode mode);
 QZGC_EXPORT void IOHIDManagerUnscheduleFromRunLoop(IOHIDManagerRef manager, CFRunLoopRef runLoop, RunLoopMode mode);
 
-/// Begins, or ends, to read the input of the matched devices. Opening answers success also without any device.
+/// Begins, or ends, to read the input of the matched devices. Opening answers success also without any device, and when
+/// some cannot be used at present; no resources when the manager itself has not what it takes, and then it can be tried
+/// again.
 QZGC_EXPORT IOReturn IOHIDManagerOpen(IOHIDManagerRef manager, IOOptionBits options);
 QZGC_EXPORT IOReturn IOHIDManagerClose(IOHIDManagerRef manager, IOOptionBits options);
 

@@ -58,7 +58,9 @@ public:
     virtual ~RunLoop();
 
     /// Serves `source`, which is not owned and must be removed before it is destroyed, while the loop runs in `mode`.
-    /// False when the system has no resources left for it; adding a source twice to one mode changes nothing.
+    /// False when the system has no resources left to wait for it: the loop's descriptor tells nothing of it yet, but
+    /// every turn looks whether it is ready, waits for it too where it waits, and tries again. Adding a source again to
+    /// a mode tries that as well, and changes nothing else.
     virtual bool addSource(RunLoopSource& source, RunLoopMode mode) = 0;
 
     /// No longer serves `source` in `mode`; not even later in the turn that is in progress.

@@ -26,16 +26,13 @@ IOReturn LinuxHIDManager::open(IOOptionBits /*options*/) {
     // What was told while it was closed may not be all: not every /dev is the kernel's own.
     if (isDiscovering() && (std::exchange(wasClosed_, false) || !isListed_)) {
         list();
-        if (!isListed_) {
-            return kIOReturnNoResources;
-        }
     }
     open_ = true;
     for (Node& node : nodes_) {
         examine(node);
     }
     confirmOpened();
-    watch_.setAwake(hasWork());
+    watch_.setAwake(hasWork() || !isListed_); // the next turn tries again
     return kIOReturnSuccess;
 }
 
@@ -87,6 +84,9 @@ void LinuxHIDManager::discover() {
     reads_ = 0;
     hasPolled_ = false;
     hasReported_ = false;
+    if (!isListed_) {
+        list(); // once more in each turn that comes anyway, until the system has the resources
+    }
     // What is left is done first, and then there is no reason to wait.
     mayWait_ = hasWork() ? 0 : milliseconds;
     propertiesWait_ = propertiesWait_ || std::exchange(propertiesFailed_, false);

@@ -68,9 +68,6 @@ bool LinuxHIDManager::applyChanges() {
         apply(change);
         confirmOpened();
     }
-    if (!isListed_) {
-        list();
-    }
     return true;
 }
 

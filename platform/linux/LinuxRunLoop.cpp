@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace qz::platform {
 
@@ -22,23 +23,37 @@ LinuxRunLoop::~LinuxRunLoop() {
 
 bool LinuxRunLoop::addSource(RunLoopSource& source, RunLoopMode mode) {
     Set& target = set(mode);
-    if (std::ranges::any_of(target.entries, [&](const Entry& entry) { return entry.source == &source; })) {
+    const auto found = std::ranges::find(target.entries, &source, &Entry::source);
+    if (found != target.entries.end()) {
+        return watch(target, *found);
+    }
+    return watch(target, target.entries.emplace_back(Entry{&source, nextSerial_++, source.fileDescriptor()}));
+}
+
+/// Has the set wait for an entry, unless it does or need not; false when the kernel refused.
+bool LinuxRunLoop::watch(Set& target, Entry& entry) {
+    if (entry.isWatched || entry.fileDescriptor < 0) {
         return true;
     }
     if (target.fileDescriptor < 0) {
         target.fileDescriptor = calls_.epollCreate(EPOLL_CLOEXEC); // refused before
     }
-    const Entry entry{&source, nextSerial_++, source.fileDescriptor()};
-    if (entry.fileDescriptor >= 0) {
-        epoll_event event{};
-        event.events = EPOLLIN;
-        event.data.u64 = entry.serial;
-        if (calls_.epollControl(target.fileDescriptor, EPOLL_CTL_ADD, entry.fileDescriptor, &event) != 0) {
-            return false;
-        }
+    epoll_event event{};
+    event.events = entry.events;
+    event.data.u64 = entry.serial;
+    entry.isWatched = calls_.epollControl(target.fileDescriptor, EPOLL_CTL_ADD, entry.fileDescriptor, &event) == 0;
+    target.isComplete = target.isComplete && entry.isWatched;
+    return entry.isWatched;
+}
+
+/// Tries again what the kernel has refused: a source that was moved to another mode has nobody else who would.
+void LinuxRunLoop::watchMissing(Set& target) {
+    if (std::exchange(target.isComplete, true)) {
+        return;
     }
-    target.entries.push_back(entry);
-    return true;
+    for (Entry& entry : target.entries) {
+        watch(target, entry);
+    }
 }
 
 void LinuxRunLoop::removeSource(RunLoopSource& source, RunLoopMode mode) {
@@ -47,7 +62,7 @@ void LinuxRunLoop::removeSource(RunLoopSource& source, RunLoopMode mode) {
     if (found == target.entries.end()) {
         return;
     }
-    if (found->fileDescriptor >= 0) {
+    if (found->isWatched) {
         calls_.epollControl(target.fileDescriptor, EPOLL_CTL_DEL, found->fileDescriptor, nullptr);
     }
     target.entries.erase(found);
@@ -55,9 +70,13 @@ void LinuxRunLoop::removeSource(RunLoopSource& source, RunLoopMode mode) {
 
 /// Changing what is waited for takes nothing from the kernel that it could refuse, unlike adding.
 void LinuxRunLoop::setEvents(RunLoopSource& source, RunLoopMode mode, std::uint32_t events) {
-    const Set& target = set(mode);
+    Set& target = set(mode);
     const auto found = std::ranges::find(target.entries, &source, &Entry::source);
-    if (found != target.entries.end() && found->fileDescriptor >= 0) {
+    if (found == target.entries.end()) {
+        return;
+    }
+    found->events = events;
+    if (found->isWatched) {
         epoll_event event{};
         event.events = events;
         event.data.u64 = found->serial;
@@ -84,6 +103,7 @@ std::size_t LinuxRunLoop::perform(RunLoopMode mode, std::uint64_t serial) {
 }
 
 [[gnu::hot]] std::size_t LinuxRunLoop::dispatch(RunLoopMode mode) {
+    watchMissing(set(mode));
     const std::vector<Entry>& entries = set(mode).entries;
     if (entries.size() == 1 && entries.front().source->mayBeAskedAnytime()) {
         return entries.front().source->perform();
@@ -93,6 +113,7 @@ std::size_t LinuxRunLoop::perform(RunLoopMode mode, std::uint64_t serial) {
 
 [[gnu::hot]] std::size_t LinuxRunLoop::runInMode(RunLoopMode mode, std::chrono::milliseconds timeout) {
     const auto longest = std::chrono::milliseconds(std::numeric_limits<int>::max());
+    watchMissing(set(mode));
     const int milliseconds =
         timeout < std::chrono::milliseconds::zero() ? -1 : static_cast<int>(std::min(timeout, longest).count());
     const std::vector<Entry>& entries = set(mode).entries;
@@ -102,6 +123,27 @@ std::size_t LinuxRunLoop::perform(RunLoopMode mode, std::uint64_t serial) {
         }
     }
     return performReady(mode, milliseconds);
+}
+
+/// Waits, at most so long, for the set or an entry that it does not have, which takes no room in the kernel, and
+/// answers those of the latter that are ready.
+std::vector<std::uint64_t> LinuxRunLoop::readyWithoutSet(Set& target, int milliseconds) {
+    std::vector<pollfd> polled{{.fd = target.fileDescriptor, .events = POLLIN, .revents = 0}};
+    std::vector<std::uint64_t> serials{0};
+    for (const Entry& entry : target.entries) {
+        if (!entry.isWatched && entry.fileDescriptor >= 0 && entry.events != 0) {
+            polled.push_back({.fd = entry.fileDescriptor, .events = POLLIN, .revents = 0});
+            serials.push_back(entry.serial);
+        }
+    }
+    std::vector<std::uint64_t> ready;
+    const int count = calls_.poll(polled.data(), polled.size(), milliseconds);
+    for (std::size_t i = 1; count > 0 && i < polled.size(); ++i) {
+        if (polled[i].revents != 0) {
+            ready.push_back(serials[i]);
+        }
+    }
+    return ready;
 }
 
 /// Waits, at most so long, and serves what is ready then.
@@ -116,13 +158,18 @@ std::size_t LinuxRunLoop::performReady(RunLoopMode mode, int milliseconds) {
     for (const std::uint64_t serial : askedEveryTurn) {
         handled += perform(mode, serial);
     }
+    milliseconds = askedEveryTurn.empty() ? milliseconds : 0;
+    if (!set(mode).isComplete) {
+        for (const std::uint64_t serial : readyWithoutSet(set(mode), std::exchange(milliseconds, 0))) {
+            handled += perform(mode, serial);
+        }
+    }
 
     // What does not fit is still ready at the next turn; the kernel takes turns among the ready ones.
     std::array<epoll_event, 16> events{};
-    const int ready = set(mode).fileDescriptor >= 0
-                          ? calls_.epollWait(set(mode).fileDescriptor, events.data(), static_cast<int>(events.size()),
-                                             askedEveryTurn.empty() ? milliseconds : 0)
-                          : 0;
+    const int ready = set(mode).fileDescriptor >= 0 ? calls_.epollWait(set(mode).fileDescriptor, events.data(),
+                                                                       static_cast<int>(events.size()), milliseconds)
+                                                    : 0;
     for (int i = 0; i < ready; ++i) {
         handled += perform(mode, events[static_cast<std::size_t>(i)].data.u64);
     }

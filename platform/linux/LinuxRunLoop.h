@@ -32,13 +32,19 @@ private:
         RunLoopSource* source;
         std::uint64_t serial; ///< tells an entry from a later one for the same source
         int fileDescriptor;   ///< -1: asked at every turn
+        std::uint32_t events = EPOLLIN;
+        bool isWatched = false; ///< whether the set has the descriptor
     };
     struct Set {
         int fileDescriptor = -1;
         std::vector<Entry> entries;
+        bool isComplete = true; ///< whether it has the descriptors of all entries
     };
 
     Set& set(RunLoopMode mode) { return sets_[static_cast<std::size_t>(mode)]; }
+    bool watch(Set& target, Entry& entry);
+    void watchMissing(Set& target);
+    std::vector<std::uint64_t> readyWithoutSet(Set& target, int milliseconds);
     void setEvents(RunLoopSource& source, RunLoopMode mode, std::uint32_t events);
     std::size_t perform(RunLoopMode mode, std::uint64_t serial);
     std::size_t performReady(RunLoopMode mode, int milliseconds);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "HIDWrapper/QZHIDDevice.h"
+#include "HIDWrapper/QZHIDElement.h"
 #include "tests/kernel/support/CounterPad.h"
 #include "tests/kernel/support/KernelApplication.h"
 #include "tests/kernel/support/Results.h"
@@ -14,6 +15,8 @@
 namespace qz::tests {
 namespace {
 
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 /// What the process holds of the system and of its heap.
@@ -33,6 +36,8 @@ protected:
         application.manager->setReportRawValues(true);
         ASSERT_TRUE(application.setUp());
     }
+    /// Whatever comes and goes, and whenever, is no error.
+    void TearDown() override { EXPECT_THAT(told().errors, IsEmpty()); }
     Listener& told() { return *application.listener; }
     bool turnUntilConnected(std::size_t count) {
         return application.turnUntil([&] { return told().connected == count; });
@@ -108,17 +113,24 @@ TEST_F(Hotplug, OfSixteenAtOnceReportsEveryOne) {
     }
 }
 
-TEST_F(Hotplug, BetweenAReportAndItsReadingEndsWithTheRemoval) {
+TEST_F(Hotplug, BetweenReportsAndTheirReadingBringsThemAllAndThenTheRemoval) {
     std::optional<CounterPad> pad(std::in_place, "brief");
     ASSERT_TRUE(turnUntilConnected(1));
+    std::vector<std::int64_t> numbers;
+    told().onValue = [&](const std::shared_ptr<QZHIDElement>& element, std::int64_t value) {
+        EXPECT_EQ(told().disconnected, 0U);
+        if (element->isXAxis()) {
+            numbers.push_back(value);
+        }
+    };
     for (int i = 0; i < 5; ++i) {
         pad->send();
     }
     pad->device().unplug();
     ASSERT_TRUE(turnUntilDisconnected(1));
-    const std::size_t valuesAtRemoval = told().values;
+    EXPECT_THAT(numbers, ElementsAre(1, 2, 3, 4, 5));
     application.turn();
-    EXPECT_EQ(told().values, valuesAtRemoval);
+    EXPECT_THAT(numbers, SizeIs(5));
     EXPECT_EQ(told().disconnected, 1U);
     EXPECT_FALSE(application.wait(200)) << "a node that is gone keeps the loop awake";
 }
@@ -189,6 +201,7 @@ TEST(HotplugWithoutOpening, ThatReusesTheNodesNumberAtOnceIsAnotherDevice) {
         ASSERT_THAT(application.manager->devices(), SizeIs(1));
         EXPECT_EQ(application.manager->devices().front()->productName(), name);
     }
+    EXPECT_THAT(told.errors, IsEmpty());
 }
 
 } // namespace

@@ -148,18 +148,20 @@ void tellTraffic(const char* who, std::size_t pads, const Traffic& traffic) {
                   traffic.rate, traffic.sent, traffic.tally.received, traffic.tally.lost);
 }
 
+/// The rate is held against its limit only where the machine has nothing else to do; nothing may be lost anywhere.
 TEST(Load, OfEightDevicesAtAThousandReportsASecondLosesNone) {
     std::vector<CounterPad> pads = makePads(8);
     tell("Load:");
+    const bool isCheck = isCheckOfRates();
     double rate = 0;
-    // A machine that is busy with something else may not send that much.
-    for (int attempt = 0; attempt < 3 && rate < 950; ++attempt) {
-        const Traffic traffic = readWithTheLibrary(pads, 1000, std::chrono::seconds(10));
+    for (int attempt = 0; attempt < (isCheck ? 3 : 1) && rate < 950; ++attempt) {
+        const Traffic traffic = readWithTheLibrary(pads, 1000, std::chrono::seconds(isCheck ? 10 : 4));
         tellTraffic("library", pads.size(), traffic);
+        ASSERT_GT(traffic.sent, 0U);
         ASSERT_TRUE(traffic.isComplete());
         rate = traffic.rate;
     }
-    EXPECT_GE(rate, 950) << "the machine is too slow for this test to mean anything";
+    EXPECT_TRUE(rate >= 950 || !isCheck) << "the machine is too slow for this test to mean anything";
 }
 
 /// The bare loop and the library by turns, at one rate.

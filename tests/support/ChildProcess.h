@@ -8,6 +8,7 @@
 #include <csignal>
 #include <functional>
 #include <grp.h>
+#include <optional>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -58,11 +59,12 @@ public:
         return status_;
     }
 
-    /// Waits for one byte from the child; false when it has closed its end.
-    bool waitForByte() const {
+    /// Waits for one byte from the child; absent when it has closed its end.
+    std::optional<char> nextByte() const {
         char byte = 0;
-        return ::read(output_, &byte, 1) == 1;
+        return ::read(output_, &byte, 1) == 1 ? std::optional(byte) : std::nullopt;
     }
+    bool waitForByte() const { return nextByte().has_value(); }
 
     /// Everything that the child writes until it closes its end.
     std::string readToEnd() const {

@@ -136,6 +136,7 @@ std::vector<int> FakeHIDRaw::descriptors() const {
 int FakeHIDRaw::open(const char* path, int flags, mode_t mode) {
     const std::string prefix = paths().deviceDirectory + "/hidraw";
     const std::string text = path;
+    EXPECT_EQ(flags & O_CLOEXEC, O_CLOEXEC) << text;
     if (!text.starts_with(prefix)) {
         return ScriptedSystemCalls::open(path, flags, mode);
     }

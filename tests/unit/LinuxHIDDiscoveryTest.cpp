@@ -249,6 +249,17 @@ TEST_F(LinuxHIDDiscovery, ReportsAMatchedDeviceThatCannotBeOpenedLaterOnlyAsAnEr
     EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
 }
 
+TEST_F(LinuxHIDDiscovery, SaysNothingOfWhatCouldNotBeOpenedOnceThatHasGone) {
+    client.schedule();
+    const int pad = plugReported(fakePad("pad"));
+    kernel.setOpenError(pad, EACCES);
+    client.open();
+    kernel.unplug(pad);
+    // Looks at all nodes before the next turn, which would tell of the error.
+    IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
+}
+
 TEST_F(LinuxHIDDiscovery, SaysAgainWhatCannotBeOpenedWhenItIsOpenedAgain) {
     const int pad = kernel.plug(fakePad("pad"));
     kernel.setOpenError(pad, EACCES);
@@ -263,11 +274,17 @@ TEST_F(LinuxHIDDiscovery, SaysAgainWhatCannotBeOpenedWhenItIsOpenedAgain) {
 }
 
 TEST_F(LinuxHIDDiscovery, TranslatesTheErrorsOfOpening) {
-    const std::vector<std::pair<int, IOReturn>> translations = {
-        {EACCES, kIOReturnNotPermitted}, {EPERM, kIOReturnNotPermitted},    {ESHUTDOWN, kIOReturnNoDevice},
-        {EIO, kIOReturnIOError},         {EBUSY, kIOReturnExclusiveAccess}, {EMFILE, kIOReturnNoResources},
-        {ENFILE, kIOReturnNoResources},  {ENOMEM, kIOReturnNoResources},    {EINVAL, kIOReturnError},
-        {ELOOP, kIOReturnError}};
+    const std::vector<std::pair<int, IOReturn>> translations = {{EACCES, kIOReturnNotPermitted},
+                                                                {EPERM, kIOReturnNotPermitted},
+                                                                {ESHUTDOWN, kIOReturnNoDevice},
+                                                                {EIO, kIOReturnIOError},
+                                                                {EBUSY, kIOReturnExclusiveAccess},
+                                                                {EMFILE, kIOReturnNoResources},
+                                                                {ENFILE, kIOReturnNoResources},
+                                                                {ENOMEM, kIOReturnNoResources},
+                                                                {ENOSPC, kIOReturnNoResources},
+                                                                {EINVAL, kIOReturnError},
+                                                                {ELOOP, kIOReturnError}};
     setUp();
     for (const auto& [error, result] : translations) {
         FakeHIDDevice device = fakePad("pad");
@@ -452,10 +469,10 @@ TEST_F(LinuxHIDDiscovery, LooksAgainAtADeviceThatItHadNoResourcesToLookAt) {
     kernel.setScript([](std::string_view call) { return call == "open" ? ENFILE : 0; });
     kernel.plug(fakePad("pad"));
     EXPECT_THAT(turnAndTold(), IsEmpty());
-    EXPECT_EQ(client.open(), kIOReturnNoResources);
+    EXPECT_EQ(client.open(), kIOReturnSuccess) << "it may as well be a mouse";
+    EXPECT_THAT(turnAndTold(), IsEmpty());
     kernel.setScript(nullptr);
-    kernel.plug(fakePad("stick"));
-    EXPECT_THAT(turnAndTold(), UnorderedElementsAre("matched pad", "matched stick"));
+    EXPECT_THAT(turnAndTold(), ElementsAre("matched pad"));
 }
 
 TEST_F(LinuxHIDDiscovery, ReportsTheRemovalBeforeTheNewcomerAlsoWhenTheNewsIsLost) {
@@ -525,6 +542,28 @@ TEST_F(LinuxHIDDiscovery, ListsAgainWhenChangesWereLostAlsoForAManagerThatIsNotO
     kernel.unplug(changes);
     ASSERT_EQ(kernel.plug(fakePad("changed")), changes);
     EXPECT_THAT(turnAndTold(), ElementsAre("removed changes", "matched changed"));
+}
+
+TEST_F(LinuxHIDDiscovery, RemovesWhatIsNoLongerListedWhenTheNewsOfItWasLost) {
+    client.schedule();
+    const int stays = plugReported(fakePad("stays"));
+    const int goes = plugReported(fakePad("goes"));
+    loseChanges(stays, goes);
+    kernel.unplug(goes);
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed goes"));
+}
+
+/// Where the nodes have been made by hand they stay, and no news comes.
+TEST_F(LinuxHIDDiscovery, RemovesWhatIsNoLongerListedWhenItIsOpenedAgain) {
+    setUp();
+    const int pad = plugReported(fakePad("pad"));
+    client.close();
+    turn();
+    kernel.removeSysfs(pad);
+    kernel.hangUp(pad);
+    EXPECT_THAT(turnAndTold(), IsEmpty());
+    client.open();
+    EXPECT_THAT(turnAndTold(), ElementsAre("removed pad"));
 }
 
 TEST_F(LinuxHIDDiscovery, WorksWithoutAListOfDevices) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "HIDWrapper/QZGCHIDManager.h"
 #include "QZGameController/QZGCConfigurationManager.h"
+#include "platform/Text.h"
 #include "platform/linux/FileUserDefaults.h"
 #include "tests/support/RecordingDelegate.h"
 #include "tests/unit/LinuxHIDFixture.h"
@@ -31,6 +32,7 @@ const std::map<std::string, std::vector<int>, std::less<>> plausibleErrors = {
     {"makeDirectory", {EACCES, ENOSPC, EROFS}},
     {"open", {EINTR, EACCES, EPERM, EBUSY, EIO, EMFILE, ENFILE, ENODEV, ENOENT, ENOMEM, ENXIO}},
     {"openAt", {EINTR, EACCES, EMFILE, ENFILE, ENOMEM, ENOSPC, EROFS, EIO}},
+    {"poll", {EINTR, ENOMEM}},
     {"read", {EINTR, EAGAIN, EIO, ENODEV, ESHUTDOWN, ENOMEM}},
     {"readDirectory", {EIO, ENOENT, ENOMEM}},
     {"readLink", {EINTR, EACCES, EIO, ENOENT, ENOMEM}},
@@ -65,6 +67,16 @@ private:
     VirtualSystemLog systemLog_;
 };
 
+/// A device with all that sysfs has for one on USB, at this port.
+FakeHIDDevice usbPad(const std::string& name, const std::string& port) {
+    FakeHIDDevice device = fakePad(name);
+    device.uniq = "made up";
+    device.parent = joined({"pci0000:00/0000:00:14.0/usb1/1-", port, "/1-", port, ":1.0"});
+    device.usbFiles = {
+        {"bcdDevice", "0111\n"}, {"manufacturer", "Maker\n"}, {"product", name + "\n"}, {"serial", "AB12\n"}};
+    return device;
+}
+
 /// What an application does from its start to its end: connect, take values, calibrate, save, disconnect.
 class Session {
 public:
@@ -78,7 +90,7 @@ public:
         const auto delegate = std::make_shared<::qz::tests::RecordingDelegate>(events);
         const auto manager = QZGCHIDManager::create(configuration, platform_);
         manager->setReportRawValues(true);
-        const int first = kernel_.plug(fakePad("first"));
+        const int first = kernel_.plug(usbPad("first", "1"));
         const IOReturn result = manager->setupWithDelegate(delegate);
         if (result != kIOReturnSuccess) {
             EXPECT_EQ(result, kIOReturnNoResources);
@@ -86,7 +98,7 @@ public:
             return false;
         }
         turn();
-        const int second = kernel_.plug(fakePad("second"));
+        const int second = kernel_.plug(usbPad("second", "2"));
         turn();
         press(first, second);
         manager->startCalibration();
@@ -106,7 +118,7 @@ public:
         pollfd polled{loop.fileDescriptor(kCFRunLoopDefaultMode), POLLIN, 0};
         for (int turns = 0; polled.fd >= 0 && ::poll(&polled, 1, 0) != 0; ++turns) {
             ASSERT_LT(turns, 100) << "it spins";
-            loop.dispatch(kCFRunLoopDefaultMode);
+            loop.runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(1)); // which is ready
         }
     }
 
@@ -204,8 +216,9 @@ TEST(FailingSystemCallsOfHIDDevices, LeaveEverySessionAfterThemWhole) {
     std::cout << combinations << " combinations of " << healthy.calls().size() << " positions, " << failed.size()
               << " calls and their errors\n";
     RecordProperty("combinations", combinations);
-    for (const char* const call : {"close", "epollControl", "epollCreate", "epollWait", "eventCreate", "fileStatus",
-                                   "inotifyAddWatch", "inotifyCreate", "open", "read", "readDirectory", "readLink"}) {
+    for (const char* const call :
+         {"close", "epollControl", "epollCreate", "epollWait", "eventCreate", "fileStatus", "inotifyAddWatch",
+          "inotifyCreate", "open", "poll", "read", "readDirectory", "readLink"}) {
         EXPECT_TRUE(failed.contains(call)) << call << " never came";
     }
 }
@@ -245,7 +258,7 @@ TEST_F(LinuxHIDWithoutResources, SaysSoWhenItIsOpenedAndWorksOnceThereAreSome) {
     }
 }
 
-TEST_F(LinuxHIDWithoutResources, SaysSoWhenTheDevicesCannotBeListedAndListsThemLater) {
+TEST_F(LinuxHIDWithoutResources, ListsTheDevicesInALaterTurnWhenTheyCannotBeListed) {
     kernel.plug(fakePad("pad"));
     for (const auto& [call, error] :
          std::vector<std::pair<const char*, int>>{{"readDirectory", ENOMEM}, {"open", EMFILE}}) {
@@ -253,10 +266,13 @@ TEST_F(LinuxHIDWithoutResources, SaysSoWhenTheDevicesCannotBeListedAndListsThemL
         PlatformClient each(host.platform(), log);
         failAll(call, error);
         each.schedule();
-        EXPECT_EQ(each.open(), kIOReturnNoResources);
-        kernel.setScript(nullptr);
-        EXPECT_EQ(each.open(), kIOReturnSuccess);
+        EXPECT_EQ(each.open(), kIOReturnSuccess) << "the manager has what it takes";
+        EXPECT_TRUE(wouldWake()) << "it may have passed by now";
         turn();
+        EXPECT_THAT(log, IsEmpty());
+        kernel.setScript(nullptr);
+        EXPECT_FALSE(wouldWake()) << "but nobody knows when";
+        dispatch();
         EXPECT_THAT(log, ::testing::ElementsAre("matched pad"));
     }
 }
@@ -315,6 +331,53 @@ TEST_F(LinuxHIDWithoutResources, WaitsInTheRunLoopForADeviceThatCannotBeWatched)
     kernel.unplug(pad);
     host.platform().currentRunLoop().runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(-1));
     EXPECT_THAT(turnAndTold(), ::testing::ElementsAre("removed pad"));
+}
+
+class LinuxHIDInAModeWithoutRoom : public LinuxHIDWithoutResources {
+protected:
+    /// A device that is read, by a manager that has been moved to a mode whose set had no room for it.
+    void SetUp() override {
+        setUp();
+        pad = plugReported(fakePad("pad"));
+        client.unschedule();
+        kernel.refusesAdditions = true;
+        client.schedule(NSModalPanelRunLoopMode);
+    }
+    bool wouldWakeModal() {
+        pollfd polled{host.platform().currentRunLoop().fileDescriptor(NSModalPanelRunLoopMode), POLLIN, 0};
+        return ::poll(&polled, 1, 0) != 0;
+    }
+    std::size_t runModal(int milliseconds) {
+        return host.platform().currentRunLoop().runInMode(NSModalPanelRunLoopMode,
+                                                          std::chrono::milliseconds(milliseconds));
+    }
+
+    int pad = -1;
+};
+
+TEST_F(LinuxHIDInAModeWithoutRoom, ReadsInTurnsAndIsWokenOnceThereIsSome) {
+    EXPECT_FALSE(wouldWakeModal());
+    EXPECT_EQ(runModal(0), 0U);
+    kernel.send(pad, button(true));
+    EXPECT_EQ(runModal(-1), 1U);
+    EXPECT_FALSE(wouldWakeModal());
+    kernel.refusesAdditions = false;
+    EXPECT_EQ(host.platform().currentRunLoop().dispatch(NSModalPanelRunLoopMode), 0U);
+    EXPECT_FALSE(wouldWakeModal());
+    kernel.send(pad, button(false));
+    EXPECT_TRUE(wouldWakeModal());
+    EXPECT_EQ(runModal(-1), 1U);
+    EXPECT_THAT(told(), ::testing::ElementsAre("value pad 9:1 1", "value pad 9:1 0"));
+}
+
+TEST_F(LinuxHIDInAModeWithoutRoom, IsWokenAfterTheNextOpeningThatFindsSome) {
+    EXPECT_EQ(client.open(), kIOReturnNoResources);
+    kernel.refusesAdditions = false;
+    EXPECT_EQ(client.open(), kIOReturnSuccess);
+    kernel.send(pad, button(true));
+    EXPECT_TRUE(wouldWakeModal());
+    EXPECT_EQ(runModal(-1), 1U);
+    EXPECT_THAT(told(), ::testing::ElementsAre("value pad 9:1 1"));
 }
 
 TEST_F(LinuxHIDWithoutResources, ReadsPropertiesInALaterTurn) {

@@ -189,11 +189,13 @@ TEST_F(LinuxHIDProperties, ThatCannotBeReadAreAbsent) {
 }
 
 TEST_F(LinuxHIDProperties, AreReadLaterWhenTheSystemHadNoResources) {
-    scriptAfterArrival = [](std::string_view call) { return call == "open" ? EMFILE : 0; };
-    plug(usbStick());
-    EXPECT_EQ(text("SerialNumber"), std::nullopt);
-    kernel.setScript(nullptr);
-    EXPECT_EQ(text("SerialNumber"), "AB12");
+    for (const int error : {EMFILE, ENFILE, ENOMEM, EIO, EAGAIN}) {
+        scriptAfterArrival = [error](std::string_view call) { return call == "open" ? error : 0; };
+        plug(usbStick());
+        EXPECT_EQ(text("SerialNumber"), std::nullopt);
+        kernel.setScript(nullptr);
+        EXPECT_EQ(text("SerialNumber"), "AB12") << error;
+    }
 }
 
 TEST_F(LinuxHIDProperties, AreAllReadLaterWhenOneOfThemCouldNotBeRead) {
@@ -296,9 +298,12 @@ TEST(LinuxHIDLocation, IsElseThatOfThePathInSysfsWhateverTheKernelHasCounted) {
     EXPECT_EQ(at("/devices/x/input/input7/y"), at("/devices/x/input/input12/y"));
     EXPECT_NE(at("/devices/pci0000:00/0000:05:00.3/x"), at("/devices/pci0000:00/0000:05:00.4/x"))
         << "the function of a PCI device is no number that was counted up";
+    EXPECT_NE(at("/devices/platform/AMDI0010:00/i2c-1/1-002c/x"), at("/devices/platform/AMDI0010:00/i2c-1/2-002c/x"))
+        << "a number before a hyphen was counted up below a USB controller only";
     // By the definition of the hash, of ".../usb/-1/-1.2/-1.2:1.0/0003:1234:5678/hidraw/hidraw" and so on.
     EXPECT_EQ(here, 0x918b35d1 & 0x7fffffff);
     EXPECT_EQ(at("/devices/virtual/misc/uhid/0005:1234:5678.0001/hidraw/hidraw0"), 0xddcec4bb & 0x7fffffff);
+    EXPECT_EQ(at("/devices/platform/AMDI0010:00/i2c-1/1-002c/0018:1234:5678.0001/hidraw/hidraw0"), 0x5c6bc471);
     EXPECT_EQ(at("/devices/x/input/input7/y"), 0x2b494cee);
     EXPECT_EQ(locationID({false, "/input0", "", "/devices/a"}), at("/devices/a"));
 }

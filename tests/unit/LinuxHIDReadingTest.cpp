@@ -315,6 +315,16 @@ TEST_F(LinuxHIDReading, RemovesADeviceWhoseNodeIsDeletedAlsoWhenItSendsWithoutEn
     EXPECT_FALSE(wouldWake());
 }
 
+TEST_F(LinuxHIDReading, RemovesADeviceThatHasHungUpAlsoWhenItIsClosedBeforeAllIsRead) {
+    const int pad = plugReported(fakePad("pad"));
+    kernel.send(pad, button(true));
+    kernel.send(pad, button(false));
+    kernel.hangUp(pad); // its node stays
+    client.onValue = [&](IOHIDValueRef) { client.close(); };
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1", "removed pad"));
+    EXPECT_EQ(kernel.openNodes(), 0U);
+}
+
 TEST_F(LinuxHIDReading, RemovesADeviceOnceForAllThatSaysItIsGone) {
     const int pad = plugReported(fakePad("pad"));
     kernel.setScript([](std::string_view call) { return call == "read" ? EIO : 0; });

@@ -79,6 +79,10 @@ public:
         return waitError != 0 ? failWith(waitError)
                               : SystemCalls::epollWait(set, events, capacity, timeoutMilliseconds);
     }
+    int poll(pollfd* descriptors, nfds_t count, int timeoutMilliseconds) override {
+        polls.push_back(timeoutMilliseconds);
+        return waitError != 0 ? failWith(waitError) : SystemCalls::poll(descriptors, count, timeoutMilliseconds);
+    }
     int close(int descriptor) override {
         closed.push_back(descriptor);
         return SystemCalls::close(descriptor);
@@ -92,6 +96,7 @@ public:
     std::vector<int> created;
     std::vector<int> closed;
     std::vector<int> timeouts;
+    std::vector<int> polls; ///< their timeouts
 
 private:
     static int failWith(int error) {
@@ -438,7 +443,7 @@ TEST(LinuxRunLoopCalls, AddAndDeleteADescriptorOnceForEachMode) {
     EXPECT_EQ(calls.deletions, 1);
 }
 
-TEST(LinuxRunLoopWithoutSets, HasNoDescriptorAndRefusesSourcesThatNeedOne) {
+TEST(LinuxRunLoopWithoutSets, HasNoDescriptorAndSaysSoOfSourcesThatNeedOne) {
     CountingCalls calls;
     calls.createError = EMFILE;
     {
@@ -448,10 +453,10 @@ TEST(LinuxRunLoopWithoutSets, HasNoDescriptorAndRefusesSourcesThatNeedOne) {
         EXPECT_EQ(loop.fileDescriptor(NSModalPanelRunLoopMode), -1);
         EXPECT_FALSE(loop.addSource(source, kCFRunLoopDefaultMode));
         source.signal();
-        EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 0U);
-        EXPECT_EQ(source.served, 0);
+        EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 1U) << "a turn can look for itself";
         EXPECT_THAT(calls.timeouts, IsEmpty());
         loop.removeSource(source, kCFRunLoopDefaultMode);
+        EXPECT_EQ(calls.additions + calls.deletions, 2) << "one for the adding, one for the turn";
     }
     EXPECT_THAT(calls.closed, IsEmpty());
 }
@@ -469,18 +474,79 @@ TEST(LinuxRunLoopWithoutSets, GetsThemWhenThereAreSome) {
     EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 1U);
 }
 
-TEST(LinuxRunLoopWithoutResources, RefusesASourceAndForgetsIt) {
+/// A loop whose kernel has no room for the descriptor of a source when that is added.
+class LinuxRunLoopWithoutRoom : public ::testing::Test {
+protected:
+    LinuxRunLoopWithoutRoom() {
+        calls.controlError = ENOSPC;
+        EXPECT_FALSE(loop.addSource(source, kCFRunLoopDefaultMode));
+    }
+    std::size_t dispatch() { return loop.dispatch(kCFRunLoopDefaultMode); }
+    bool wouldWake() { return isReadable(loop.fileDescriptor(kCFRunLoopDefaultMode)); }
+
     CountingCalls calls;
-    LinuxRunLoop loop(calls);
+    LinuxRunLoop loop{calls};
     EventSource source;
-    calls.controlError = ENOSPC;
+};
+
+TEST_F(LinuxRunLoopWithoutRoom, SaysSoAgain) {
     EXPECT_FALSE(loop.addSource(source, kCFRunLoopDefaultMode));
-    EXPECT_FALSE(loop.addSource(source, kCFRunLoopDefaultMode)) << "it is not as if it had been added";
+    calls.controlError = 0;
+    EXPECT_TRUE(loop.addSource(source, kCFRunLoopDefaultMode));
+    source.signal();
+    EXPECT_TRUE(wouldWake());
+}
+
+TEST_F(LinuxRunLoopWithoutRoom, WakesForTheSourceAfterTheFirstTurnThatFindsSome) {
+    EXPECT_EQ(dispatch(), 0U);
+    calls.controlError = 0;
+    EXPECT_EQ(dispatch(), 0U);
+    EXPECT_EQ(calls.additions, 3);
+    source.signal();
+    EXPECT_TRUE(wouldWake());
+    EXPECT_EQ(dispatch(), 1U);
+    EXPECT_EQ(source.served, 1);
+    EXPECT_EQ(calls.additions, 3) << "once it has the source it does not ask again";
+}
+
+TEST_F(LinuxRunLoopWithoutRoom, ServesTheSourceInEveryTurnAndWaitsForItButNeverWakesForNothing) {
+    EXPECT_FALSE(wouldWake());
+    EXPECT_EQ(loop.runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(2)), 0U);
+    EXPECT_THAT(calls.polls, ElementsAre(2));
+    EXPECT_THAT(calls.timeouts, Each(0));
+    source.signal();
+    EXPECT_EQ(loop.runInMode(kCFRunLoopDefaultMode, std::chrono::milliseconds(-1)), 1U);
+    source.signal();
+    EXPECT_EQ(dispatch(), 1U);
+    EventSource other;
+    EXPECT_FALSE(loop.addSource(other, kCFRunLoopDefaultMode));
+    other.signal();
+    EXPECT_EQ(dispatch(), 1U);
+    EXPECT_EQ(source.served, 2);
+    EXPECT_EQ(other.served, 1);
+    loop.removeSource(other, kCFRunLoopDefaultMode);
+}
+
+TEST_F(LinuxRunLoopWithoutRoom, TakesNoNoticeOfTheSourceWhileItIsSuspended) {
+    loop.suspendSource(source, kCFRunLoopDefaultMode);
+    source.signal();
+    EXPECT_EQ(dispatch(), 0U);
+    calls.controlError = 0;
+    EXPECT_EQ(dispatch(), 0U);
+    EXPECT_FALSE(wouldWake());
+    loop.resumeSource(source, kCFRunLoopDefaultMode);
+    EXPECT_TRUE(wouldWake());
+    EXPECT_EQ(dispatch(), 1U);
+}
+
+TEST_F(LinuxRunLoopWithoutRoom, ForgetsARemovedSource) {
+    loop.removeSource(source, kCFRunLoopDefaultMode);
+    EXPECT_EQ(calls.deletions, 0);
     calls.controlError = 0;
     source.signal();
-    EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 0U);
-    EXPECT_TRUE(loop.addSource(source, kCFRunLoopDefaultMode));
-    EXPECT_EQ(loop.dispatch(kCFRunLoopDefaultMode), 1U);
+    EXPECT_EQ(dispatch(), 0U);
+    EXPECT_EQ(calls.additions, 1);
+    EXPECT_FALSE(wouldWake());
 }
 
 TEST(LinuxRunLoopWithoutResources, HandlesNothingWhenWaitingFailsAndLosesNothing) {

@@ -15,6 +15,7 @@ namespace qz::tests {
 namespace {
 
 constexpr std::uint32_t hatSwitch = 0x10039;
+constexpr std::uint32_t penInRange = 0xd0032;
 constexpr std::uint32_t keyboardPage = 7;
 constexpr std::uint32_t errorRollOver = 0x70001;
 
@@ -34,9 +35,7 @@ DeviceComparison::DeviceComparison(const ReportDescriptor& descriptor, const HID
     for (const std::string& node : nodes.events) {
         nodes_.emplace_back(node);
     }
-    if (!nodes_.empty()) {
-        pairUp();
-    }
+    pairUp();
 }
 
 /// By usage, the elements and the kernel's codes in the kernel's order: report after report, as they first appear.
@@ -55,6 +54,9 @@ std::map<std::uint32_t, DeviceComparison::Usage> DeviceComparison::usages() cons
                 usages[usageOf(descriptor_.elements[element])].elements.push_back(element);
             }
         }
+    }
+    if (nodes_.empty()) {
+        return usages;
     }
     for (const MappedUsage& mapped : kernelMapping(paths_.directory, nodes_.front())) {
         if (mapped.code.type != EV_KEY || mapped.code.code != KEY_RESERVED) {
@@ -132,11 +134,33 @@ std::string DeviceComparison::reasonFor(const Pair& pair, std::int64_t value) co
     if (element.usagePage == keyboardPage && hasRolledOver()) {
         return "keyboard with too many keys pressed"; // of which hid_input_array_field takes nothing
     }
+    const auto declares = [&](const ReportInput& input) {
+        return pair.element >= input.firstElement && pair.element - input.firstElement < input.elementCount;
+    };
+    const auto input = std::ranges::find_if(descriptor_.inputs, declares);
+    if (pair.code.type == EV_KEY && input != descriptor_.inputs.end() && input->isRelative) {
+        return "relative button"; // hidinput_hid_event lets go of it at once
+    }
+    if (usageOf(element) == penInRange) {
+        return "tool of a pen"; // which hidinput_hid_event chooses by all the pen's switches together
+    }
     if (pair.code.type == EV_ABS && (value < element.logicalMin || value > element.logicalMax)) {
         // hidinput_hid_event clamps such a value, or ignores it when the field has a null state.
         return "outside the logical range";
     }
     return "";
+}
+
+/// Why no value at all can be compared; empty when some can.
+std::string DeviceComparison::whyNothing() const {
+    if (inputElements_ == 0) {
+        return "; it has no values";
+    }
+    if (nodes_.empty()) {
+        // hidinput_connect in drivers/hid/hid-input.c makes none where it maps no usage, such as those of vendors.
+        return "; the kernel makes no input device of it";
+    }
+    return pairs_.empty() ? "; no value has an event of its own" : "";
 }
 
 bool DeviceComparison::hasRolledOver() const {
@@ -154,7 +178,7 @@ ComparisonCounts& DeviceComparison::sum() {
 }
 
 void DeviceComparison::tellAs(const std::string& name, std::size_t reports) const {
-    std::string reasons;
+    std::string reasons = whyNothing();
     for (const auto& [reason, count] : counts_.reasons) {
         reasons += "; " + std::to_string(count) + " " + reason;
         sum().reasons[reason] += count;

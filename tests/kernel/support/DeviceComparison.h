@@ -53,6 +53,7 @@ private:
     std::map<std::uint32_t, Usage> usages() const;
     std::optional<std::size_t> nodeWith(EvdevNode::Code code) const;
     bool hasRolledOver() const;
+    std::string whyNothing() const;
     std::string reasonFor(const Pair& pair, std::int64_t value) const;
 
     const qz::platform::ReportDescriptor& descriptor_;

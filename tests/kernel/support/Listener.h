@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace qz::tests {
 
@@ -16,11 +17,12 @@ public:
     std::size_t disconnected = 0;
     std::size_t values = 0;
     std::size_t actions = 0;
-    std::size_t errors = 0;
+    std::vector<qz::platform::IOReturn> errors;
 
     std::function<void(const std::shared_ptr<QZHIDDevice>&)> onConnected;
     std::function<void(const std::shared_ptr<QZHIDElement>&, std::int64_t)> onValue;
     std::function<void(const std::string&, double)> onAction;
+    std::function<void(qz::platform::IOReturn)> onError;
 
     bool hidManagerShouldConnectDevice(QZGCHIDManager& /*manager*/, qz::platform::IOHIDDeviceRef /*device*/) override {
         return true;
@@ -48,7 +50,12 @@ public:
             onAction(action, newValue);
         }
     }
-    void hidManagerHidError(QZGCHIDManager& /*manager*/, qz::platform::IOReturn /*error*/) override { ++errors; }
+    void hidManagerHidError(QZGCHIDManager& /*manager*/, qz::platform::IOReturn error) override {
+        errors.push_back(error);
+        if (onError) {
+            onError(error);
+        }
+    }
 };
 
 } // namespace qz::tests
