@@ -5,6 +5,10 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <thread>
 
 // The command-line tool over devices of the running kernel.
 
@@ -19,6 +23,12 @@ protected:
     /// Sends numbers of the X axis until `tool` prints a text.
     static bool sendUntil(RunningTool& tool, CounterPad& pad, const std::string& text) {
         return tool.waitFor(text, [&] { pad.send(); });
+    }
+
+    static bool contains(const std::string& file, const std::string& text) {
+        std::ifstream stream(file);
+        const std::string content{std::istreambuf_iterator<char>(stream), {}};
+        return content.find(text) != std::string::npos;
     }
 
     ToolHome home_;
@@ -127,6 +137,10 @@ TEST_F(Tool, RecordsWhatDevicesSendAndReplaysIt) {
     {
         const CounterPad other("passing pad", "passing");
         EXPECT_TRUE(tool.waitFor("passing pad"));
+    }
+    // It says nothing of the unplugging, which it may not have seen yet.
+    while (!contains(home_.path("pad.hid"), "# qzgc: unplugged")) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     tool.interrupt();
     EXPECT_EQ(tool.wait(), 0) << tool.output();
