@@ -149,10 +149,21 @@ build_quietly() {
     local preset=$1 log="build/$1.log"
     mkdir -p build
     say "Building (preset $preset): the first time takes some minutes, and $log tells what is done"
-    if ! (configure "$@" && cmake --build --preset "$preset") >"$log" 2>&1; then
+    if ! (configure "$@" && cmake --build --preset "$preset") 2>&1 | tee -- "$log" | show_progress; then
         cat -- "$log" >&2
         die "the build failed; what it said is in $log too"
     fi
+}
+
+# Of what a build says a terminal gets how far it is, in one line that changes.
+show_progress() {
+    local line
+    while IFS= read -r line; do
+        if [[ -t 1 && $line =~ ^\[[0-9]+/[0-9]+\] ]]; then
+            printf '\r%s ' "${BASH_REMATCH[0]}"
+        fi
+    done
+    [[ ! -t 1 ]] || printf '\r\e[K'
 }
 
 # run_tests PRESET [ARGUMENT...]: runs the tests of a preset, with these arguments for ctest. Without arguments what is
