@@ -233,6 +233,16 @@ TEST_F(Commands, SayWhyTheOutputCannotBeWritten) {
         run("list --from sticks.hid >&-").complaint,
         "qzgc: cannot write to standard output: Bad file descriptor; it is closed or cannot be written to: begin the "
         "command with one that can\n");
+    for (const char* const arguments :
+         {"list >&- <&-", "replay sticks.hid --json --fast >&-", "replay sticks.hid --lines >&-",
+          "monitor --lines --fast --from sticks.hid <&- >&-", "record - --from sticks.hid --fast >&-",
+          "calibrate left --yes --fast --from sticks.hid <&- >&-"}) {
+        const std::string from = std::string(arguments).starts_with("list") ? " --from sticks.hid" : "";
+        run("--version; timeout 20 '" QZGC_TOOL "' " + std::string(arguments) + from + " 2>said; echo $? >status");
+        EXPECT_EQ(contents("status"), "1\n") << arguments;
+        EXPECT_THAT(contents("said"), HasSubstr("qzgc: cannot write to standard output: Bad file descriptor; "))
+            << arguments;
+    }
     write("many.hid", "R: 25 05 01 09 04 a1 01 15 00 25 01 75 01 96 80 3e 05 09 19 01 2a 80 3e 81 02 c0\nN: Buttons\n"
                       "I: 3 1234 5678\n");
     EXPECT_THAT(run("elements --from many.hid >/dev/full").complaint, HasSubstr(": No space left on device; "))
