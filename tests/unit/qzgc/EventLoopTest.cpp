@@ -333,6 +333,24 @@ TEST_F(EventLoopTest, TellsOfDescriptorsThatAreHungUp) {
     EXPECT_EQ(loop.run(), EventLoop::End::HungUp);
 }
 
+TEST_F(EventLoopTest, TellsOfHangUpsAloneWhereNothingElseIsAskedFor) {
+    FakeSource source = silent();
+    EventLoop loop(source);
+    Pipe pipe;
+    std::string calls;
+    pipe.write();
+    loop.onHangUp(pipe.reading(), [&] {
+        calls += 'h';
+        loop.hangUp();
+    });
+    loop.after(milliseconds(1), [&] {
+        calls += 't';
+        pipe.hangUp();
+    });
+    EXPECT_EQ(loop.run(), EventLoop::End::HungUp);
+    EXPECT_EQ(calls, "th");
+}
+
 TEST_F(EventLoopTest, RunsTimersAgainAndAgainOrOnce) {
     FakeSource source = silent();
     EventLoop loop(source);

@@ -136,6 +136,19 @@ TEST_F(MonitorLines, EndWhenTheirReaderDoesWithoutOneMoreEvent) {
     EXPECT_EQ(contents("status"), "0\n");
 }
 
+TEST_F(MonitorLines, AllComeToAPipeThatIsOpenedForReadingAndWriting) {
+    const std::string stick = std::string(sticks).substr(0, std::string(sticks).find("D: 1"));
+    write("stick.hid", stick + "E: 0.000000 2 80 00\nE: 0.300000 2 ff 00\n");
+    write("both", "mkfifo pipe; exec 3<>pipe\n"
+                  "'" QZGC_TOOL "' replay stick.hid >&3; echo $? >status; echo end >&3\n"
+                  "while read -r line && [ \"$line\" != end ]; do echo \"$line\"; done <&3 >out\n");
+    run("--version; sh ./both");
+    EXPECT_EQ(contents("status"), "0\n");
+    const std::string all = contents("out");
+    EXPECT_EQ(std::ranges::count(all, '\n'), std::ranges::count(run("replay stick.hid --fast").output, '\n')) << all;
+    EXPECT_THAT(all, HasSubstr("0.300000  #1  action        roll: 1.0000"));
+}
+
 TEST_F(MonitorLines, FailWhenTheDiskIsFull) {
     write("sticks.hid", sticks);
     const Outcome outcome = run("replay sticks.hid --fast >/dev/full");

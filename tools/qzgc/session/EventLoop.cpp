@@ -80,7 +80,12 @@ EventLoop::~EventLoop() {
 }
 
 void EventLoop::onReadable(int fileDescriptor, Handler handler) {
-    watches_.push_back({fileDescriptor, std::move(handler)});
+    watches_.push_back({fileDescriptor, POLLIN, std::move(handler)});
+}
+
+void EventLoop::onHangUp(int fileDescriptor, Handler handler) {
+    // Nothing is asked for: what is opened for reading and writing can be read as soon as we have written to it.
+    watches_.push_back({fileDescriptor, 0, std::move(handler)});
 }
 
 void EventLoop::ignore(int fileDescriptor) {
@@ -145,7 +150,7 @@ int EventLoop::timeout() const {
 void EventLoop::wait() {
     std::vector<pollfd> polled = {{signalPipe[0], POLLIN, 0}, {source_.fileDescriptor(), POLLIN, 0}};
     for (const Watch& watch : watches_) {
-        polled.push_back({watch.fileDescriptor, POLLIN, 0});
+        polled.push_back({watch.fileDescriptor, watch.events, 0});
     }
     if (::poll(polled.data(), polled.size(), timeout()) < 0 && errno != EINTR) {
         throw Failure("cannot wait for events: " + std::generic_category().message(errno));

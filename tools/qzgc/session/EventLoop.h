@@ -31,6 +31,8 @@ public:
 
     /// Calls `handler` whenever the descriptor can be read or has been hung up.
     void onReadable(int fileDescriptor, Handler handler);
+    /// Calls it only when the other end of what is written to has gone.
+    void onHangUp(int fileDescriptor, Handler handler);
     void ignore(int fileDescriptor);
 
     /// Calls `handler` whenever the source has had a turn.
@@ -70,6 +72,7 @@ public:
 private:
     struct Watch {
         int fileDescriptor;
+        short events;
         Handler handler;
     };
     struct Timer {
