@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 
 namespace {
 
@@ -152,6 +153,36 @@ TEST_F(Record, EndsWhenInterruptedWhileItsReaderDoesNotRead) {
         const std::size_t begin = all.find('\n') + 1;
         EXPECT_GT(rest.size(), 30'000U) << signal;
         EXPECT_TRUE(all.compare(begin, rest.size(), rest) == 0 && begin + rest.size() < all.size()) << signal;
+    }
+}
+
+TEST_F(Record, EndsWhenInterruptedWhileItWaitsForItsReader) {
+    write("two.hid", twoSticks());
+    // It sleeps for the tenth time in a row when it has come to wait.
+    write("interrupt", "mkfifo pipe-$1\n"
+                       "env --default-signal '" QZGC_TOOL "' record pipe-$1 --from two.hid --fast 2>said &\n"
+                       "sleeps=0 tries=0\n"
+                       "while [ $sleeps -lt 10 ] && [ $((tries += 1)) -lt 1000 ]; do\n"
+                       "    sleep 0.02\n"
+                       "    if grep -q '^Name:.qzgc' /proc/$!/status && grep -q '^State:.S' /proc/$!/status\n"
+                       "    then sleeps=$((sleeps + 1)); else sleeps=0; fi\n"
+                       "done\n"
+                       "kill -$1 $!\n"
+                       "timeout 5 sh -c 'while grep -qs \"^State:.[^Z]\" /proc/$0/status; do sleep 0.02; done' $! ||\n"
+                       "    kill -KILL $!\n"
+                       "wait $!; echo $((($? - 128))) >status\n");
+    for (const auto& [name, number] : {std::pair("INT", SIGINT), std::pair("TERM", SIGTERM)}) {
+        run("--version; sh ./interrupt " + std::string(name));
+        EXPECT_EQ(contents("status"), std::to_string(number) + "\n") << name;
+    }
+}
+
+TEST_F(Record, KeepsMessagesOutOfTheRecordingWhereStandardDescriptorsAreClosed) {
+    write("two.hid", twoSticks());
+    for (const char* const closed : {"2>&-", "<&- >&- 2>&-", ">&- 2>&-", "<&- 2>&-"}) {
+        EXPECT_EQ(run("record closed.hid --force --from two.hid --fast " + std::string(closed)).status, 0) << closed;
+        EXPECT_EQ(contents("closed.hid").find("qzgc: recorded"), std::string::npos) << closed;
+        EXPECT_EQ(read(contents("closed.hid")), fromZero(read(twoSticks()))) << closed;
     }
 }
 

@@ -118,8 +118,9 @@ void run(Session& session, EventLoop& loop, const std::shared_ptr<RecordingListe
 ExitStatus record(const RecordOptions& options) {
     expectNoFile(options.session, options.device);
     Session session(options.session);
-    EventLoop loop(session.source());
+    // Before the loop takes signals over: to open a named pipe waits for who reads it.
     RecordingFile file(options.file, options.force);
+    EventLoop loop(session.source());
     Output output(file.fileDescriptor(), file.name(),
                   [&](int fileDescriptor) { return loop.waitUntilWritable(fileDescriptor); });
     const auto listener = std::make_shared<RecordingListener>(
