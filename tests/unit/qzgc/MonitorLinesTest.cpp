@@ -192,6 +192,19 @@ TEST_F(MonitorLines, EndWhenAskedToWhileTheirReaderDoesNotRead) {
     }
 }
 
+TEST_F(MonitorLines, EndWithTheirTimeWhileTheirReaderDoesNotRead) {
+    write("many.hid", "R: 25 05 01 09 04 a1 01 15 00 25 01 75 01 96 80 3e 05 09 19 01 2a 80 3e 81 02 c0\nN: Buttons\n"
+                      "I: 3 1234 5678\nE: 0.000000 2000" +
+                          repeated(" ff", 2000) + "\n");
+    const std::string all = run("replay many.hid --fast --raw").output;
+    write("wait", "timeout 20 sh -c 'while [ ! -s status ]; do sleep 0.02; done'; cat >rest\n");
+    run("--version; { '" QZGC_TOOL "' replay many.hid --raw --seconds 0.2; echo $? >status; } | sh ./wait");
+    EXPECT_EQ(contents("status"), "0\n");
+    const std::string rest = contents("rest");
+    EXPECT_THAT(rest, EndsWith("\n"));
+    EXPECT_TRUE(all.starts_with(rest) && rest.size() < all.size()) << rest.size() << " of " << all.size();
+}
+
 TEST_F(MonitorLines, LeaveSignalsAloneThatTheProcessWasStartedWithout) {
     write("ignored", "mkfifo pipe\n"
                      "env --default-signal --ignore-signal=HUP '" QZGC_TOOL "' monitor --from '" QZGC_TEST_DATA
