@@ -243,6 +243,7 @@ TEST_F(MonitorLines, AnswerWrongUseWithOneLine) {
     EXPECT_THAT(complaint("monitor --lines --json"), HasSubstr("--lines excludes --json"));
     EXPECT_THAT(complaint("monitor --seconds 0"), HasSubstr("--seconds"));
     EXPECT_THAT(complaint("monitor --seconds soon"), HasSubstr("--seconds"));
+    EXPECT_THAT(complaint("monitor --seconds nan"), HasSubstr("--seconds"));
     EXPECT_THAT(complaint("monitor --fast"), HasSubstr("--from"));
     EXPECT_THAT(complaint("monitor a b"), HasSubstr("see 'qzgc monitor --help'"));
     EXPECT_THAT(complaint("replay"), HasSubstr("FILE is required"));
