@@ -201,6 +201,22 @@ TEST_F(CalibrationGuideTest, PassesNoStepUnseen) {
     EXPECT_TRUE(guide_.isConfirmed());
 }
 
+TEST_F(CalibrationGuideTest, AnswersNoQuestionUnseen) {
+    moveX();
+    pass(0);
+    press(keyEnter);
+    page(80, 24);
+    press(keyEnter);
+    ASSERT_EQ(guide_.step(), Step::Confirming);
+    press('y');
+    EXPECT_FALSE(guide_.hasEnded());
+    press('m');
+    EXPECT_EQ(guide_.step(), Step::Confirming);
+    page(80, 24);
+    press('y');
+    EXPECT_TRUE(guide_.isConfirmed());
+}
+
 TEST_F(CalibrationGuideTest, DrawsTheTravelAsItGrows) {
     EXPECT_THAT(page(80, 24),
                 StartsWith("qzgc calibrate  Stick                                                step 1 of "
