@@ -225,6 +225,16 @@ TEST_F(Record, LeavesNoFileWhereThereWasNothingToRecord) {
                                  "has\n");
     EXPECT_FALSE(std::filesystem::exists(path("new.hid")));
     write("mine.hid", "precious");
+    write("stick.hid", stick);
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    write("config/qzgamecontroller/qzgc.json", R"({"QZGameController-Calibrations-4660-22136": {"2": [1]}})");
+    for (const char* const again : {"new.hid", "new.hid", "mine.hid --force"}) {
+        const Outcome failed = run("record --from stick.hid --fast " + std::string(again));
+        EXPECT_EQ(failed.status, 1) << again;
+        EXPECT_THAT(failed.complaint, testing::MatchesRegex("qzgc: the calibration stored in [^\n]+\n")) << again;
+    }
+    EXPECT_FALSE(std::filesystem::exists(path("new.hid")));
+    EXPECT_EQ(contents("mine.hid"), "precious");
     EXPECT_EQ(run("record mine.hid --from missing.hid --force").status, 2);
     EXPECT_EQ(contents("mine.hid"), "precious") << "a recording that cannot be read costs no other";
 }

@@ -140,7 +140,11 @@ ExitStatus record(const RecordOptions& options) {
     try {
         run(session, loop, listener);
     } catch (const Failure&) {
-        tellWhatWasRecorded(*listener, file.name());
+        if (listener->devices() == 0) {
+            file.discard();
+        } else {
+            tellWhatWasRecorded(*listener, file.name());
+        }
         throw;
     }
     file.close();
