@@ -191,6 +191,12 @@ TEST_F(Commands, PrintIDsThatSteerNoTerminal) {
                      "I: 3 1 2\n");
     EXPECT_THAT(run("list --from esc.hid").output, HasSubstr("  instance    1-2.a [31m\n"));
     EXPECT_EQ(json("list --json --from esc.hid")[0]["instance"], "1-2.a\x1B[31m");
+    write("c1.hid", "R: 20 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 c0\nN: A\xC2\x9B"
+                    "31mB\xE2\x80\xAE\n"
+                    "I: 3 1 2\n");
+    EXPECT_THAT(run("list --from c1.hid").output, StartsWith("A 31mB"));
+    EXPECT_THAT(run("list --from c1.hid").output, testing::Not(HasSubstr("\xE2\x80\xAE")));
+    EXPECT_THAT(run("monitor --lines --fast --from c1.hid").output, HasSubstr("connected     A 31mB"));
 }
 
 TEST_F(Commands, MeanTheInstanceThatIsNamedWhateverOtherNamesHold) {
