@@ -298,13 +298,19 @@ TEST_F(Commands, NameAStoredCalibrationThatCannotBeUsed) {
         write("config/qzgamecontroller/racer.json",
               "{\"QZGameController-Calibrations-4660-22136\": {\"2\": " + numbers + "}}");
     };
-    const std::string beginning = "qzgc: the calibration stored in racer.json cannot be used: "
+    const std::string beginning = "qzgc: the calibration stored in the preferences of \"racer\" cannot be used: "
                                   "\"QZGameController-Calibrations-4660-22136\" has for control 2 ";
     const std::string remedy = "; remove this key, and calibrate the controller again\n";
     for (const char* const numbers : {"[]", "[0, 255]"}) {
         store(numbers);
         expectRefused("list --from sticks.hid --application racer", 1, beginning + "fewer than three numbers" + remedy);
     }
+    std::filesystem::rename(path("config/qzgamecontroller/racer.json"), path("config/qzgamecontroller/a%2fb.json"));
+    EXPECT_THAT(run("list --from sticks.hid --application a/b").complaint,
+                StartsWith("qzgc: the calibration stored in the preferences of \"a/b\" cannot be used: "));
+    std::filesystem::rename(path("config/qzgamecontroller/a%2fb.json"), path("config/qzgamecontroller/qzgc.json"));
+    EXPECT_THAT(run("list --from sticks.hid").complaint,
+                StartsWith("qzgc: the calibration stored in qzgc's own preferences cannot be used: "));
     for (const char* const numbers :
          {"[-9223372036854775808, 9223372036854775807, 0]", "[2, 255, -9223372036854775808]"}) {
         store(numbers);
