@@ -4,6 +4,7 @@
 #include "tools/qzgc/terminal/TextFlow.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace qz::tools {
 
@@ -135,11 +136,9 @@ void drawComparison(Canvas& canvas, CalibrationGuide& guide, const std::vector<s
         drawInstruction(canvas, instruction);
     } else {
         begin = 1;
-        std::vector<Line> above;
-        for (const std::string& each : instruction) {
-            above.push_back({each, {}});
-        }
-        lines.insert(lines.begin(), above.begin(), above.end());
+        std::ranges::transform(instruction, std::inserter(lines, lines.begin()), [](const std::string& each) {
+            return Line{each, {}};
+        });
     }
     const int count = static_cast<int>(lines.size());
     const int room = std::max(canvas.rows() - begin - 1, 0);
