@@ -9,6 +9,9 @@
 #include "tools/qzgc/commands/Monitor.h"
 #include "tools/qzgc/commands/Record.h"
 
+#include <cmath>
+#include <cstdlib>
+
 namespace qz::tools {
 
 namespace {
@@ -16,6 +19,11 @@ namespace {
 /// For what an empty text cannot be, such as the content of a variable that a script has not set.
 std::string faultOfEmpty(const std::string& text) {
     return text.empty() ? "it is empty; give it a value, or leave the option out" : "";
+}
+
+/// CLI::Range compares in a way that "nan" passes.
+std::string faultOfNumber(const std::string& text) {
+    return std::isnan(std::strtod(text.c_str(), nullptr)) ? "it is no number" : "";
 }
 
 } // namespace
@@ -120,7 +128,8 @@ void CommandLine::addElements() {
 void CommandLine::addSeconds(CLI::App& command, const std::string& description) {
     command.add_option("--seconds", session_.seconds, description + "; with --fast, of the recording")
         ->type_name("NUMBER")
-        ->check(CLI::Range(0.001, 1e9));
+        ->check(CLI::Range(0.001, 1e9))
+        ->check(faultOfNumber);
 }
 
 void CommandLine::addEventOptions(CLI::App& command) {
@@ -204,6 +213,7 @@ void CommandLine::addPlot() {
                             "With --control: shade the changes that an application with this hysteresis is not told")
                 ->type_name("NUMBER")
                 ->check(CLI::Range(0.0, 1.0))
+                ->check(faultOfNumber)
                 ->needs("--control");
             command
                 .add_option(

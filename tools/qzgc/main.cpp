@@ -5,15 +5,28 @@
 #include "tools/qzgc/session/Text.h"
 
 #include <exception>
+#include <fcntl.h>
 #include <iostream>
 #include <numeric>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 #include <vector>
 
 using namespace qz::tools;
 
 namespace {
+
+/// Takes up the standard descriptors that are closed, so that nothing that is opened later becomes one of them. Opened
+/// the wrong way round: reading the one and writing to the others fails as it does where they are closed.
+void occupyStandardDescriptors() {
+    for (const int each : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(each, F_GETFD) < 0) {
+            // It becomes the lowest that is free, which is this one.
+            static_cast<void>(::open("/dev/null", each == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+        }
+    }
+}
 
 /// One line of complaint, whatever names and arguments it repeats: no line ends, and nothing that steers a terminal.
 ExitStatus complain(const std::string& message, ExitStatus status) {
@@ -100,6 +113,7 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    occupyStandardDescriptors();
     try {
         return run(argc, argv);
     } catch (const std::exception& error) {

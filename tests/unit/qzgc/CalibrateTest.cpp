@@ -337,7 +337,8 @@ TEST_F(Calibrate, AnswersWrongUse) {
               "qzgc: say how long to watch the controls: --seconds N; or name a recording with --from\n");
     EXPECT_EQ(run("calibrate").status, 2);
     EXPECT_EQ(run("calibrate --fast --yes").status, 2);
-    for (const char* const arguments : {"--seconds 0", "--seconds x", "--seconds", "--seconds -1", "--dance", "a b"}) {
+    for (const char* const arguments :
+         {"--seconds 0", "--seconds x", "--seconds -NaN", "--seconds", "--seconds -1", "--dance", "a b"}) {
         const Outcome outcome = calibrate(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;
         EXPECT_THAT(outcome.complaint, EndsWith("; see 'qzgc calibrate --help'\n")) << arguments;

@@ -201,6 +201,22 @@ TEST_F(CalibrationGuideTest, PassesNoStepUnseen) {
     EXPECT_TRUE(guide_.isConfirmed());
 }
 
+TEST_F(CalibrationGuideTest, AnswersNoQuestionUnseen) {
+    moveX();
+    pass(0);
+    press(keyEnter);
+    page(80, 24);
+    press(keyEnter);
+    ASSERT_EQ(guide_.step(), Step::Confirming);
+    press('y');
+    EXPECT_FALSE(guide_.hasEnded());
+    press('m');
+    EXPECT_EQ(guide_.step(), Step::Confirming);
+    page(80, 24);
+    press('y');
+    EXPECT_TRUE(guide_.isConfirmed());
+}
+
 TEST_F(CalibrationGuideTest, DrawsTheTravelAsItGrows) {
     EXPECT_THAT(page(80, 24),
                 StartsWith("qzgc calibrate  Stick                                                step 1 of "
@@ -262,6 +278,38 @@ TEST_F(CalibrationGuideTest, ScrollsWhereThereIsNoRoom) {
     press(keyPageUp);
     EXPECT_THAT(page(40, 12), HasSubstr("\nX  "));
     EXPECT_EQ(page(0, 0), "");
+}
+
+TEST_F(CalibrationGuideTest, ShowsALongInstructionWholeAlsoWhereItIsNarrow) {
+    moveX();
+    restAt(970);
+    pass(0);
+    press(keyEnter);
+    pass(0);
+    pass(1000);
+    ASSERT_EQ(guide_.step(), Step::Confirming);
+    EXPECT_EQ(page(40, 12), "qzgc calibrate  Stick        step 3 of 3\n"
+                            "This is to be saved. At rest far from\n"
+                            "the middle of its travel: X. A lever\n"
+                            "that stays where it is left must be left\n"
+                            "in its middle, or not be saved. Not\n"
+                            "moved, and so as before: Slider.\n"
+                            "X: rest far off\n"
+                            "  before 0..1000, rest 500\n"
+                            "  after  20..980, rest 970\n"
+                            "Slider: not moved\n"
+                            "  before 0..1000, rest 500\n"
+                            "y save  m move more  n cancel  ? keys\n");
+    EXPECT_THAT(page(40, 8), Not(HasSubstr("Slider: not moved")));
+    press(keyPageDown);
+    EXPECT_EQ(page(40, 8), "qzgc calibrate  Stick        step 3 of 3\n"
+                           "moved, and so as before: Slider.\n"
+                           "X: rest far off\n"
+                           "  before 0..1000, rest 500\n"
+                           "  after  20..980, rest 970\n"
+                           "Slider: not moved\n"
+                           "  before 0..1000, rest 500\n"
+                           "y save  m move more  n cancel  ? keys\n");
 }
 
 TEST_F(CalibrationGuideTest, WarnsOfARestFarFromTheMiddle) {

@@ -208,6 +208,25 @@ TEST_F(EventLoopTest, WaitsUntilADescriptorCanBeWrittenToAndNoLongerThanItRuns) 
     EXPECT_EQ(loop.run(), EventLoop::End::Stopped) << "the signal ends it once";
 }
 
+TEST_F(EventLoopTest, WaitsForRoomToWriteNoLongerThanItsLimit) {
+    FakeSource source = silent();
+    source.past = std::chrono::hours(1);
+    EventLoop loop(source);
+    const Pipe pipe;
+    pipe.fill();
+    // Wakes a wait without an end, so that this fails and does not hang.
+    struct sigaction interrupt {};
+    interrupt.sa_handler = [](int) { std::raise(SIGTERM); };
+    struct sigaction before {};
+    ::sigaction(SIGALRM, &interrupt, &before);
+    ::alarm(10);
+    loop.endAfter({.seconds = 3600.01});
+    EXPECT_FALSE(loop.waitUntilWritable(pipe.writing()));
+    ::alarm(0);
+    ::sigaction(SIGALRM, &before, nullptr);
+    EXPECT_EQ(loop.run(), EventLoop::End::Stopped);
+}
+
 TEST_F(EventLoopTest, TellsOfResizes) {
     FakeSource source = silent();
     EventLoop loop(source);
@@ -331,6 +350,24 @@ TEST_F(EventLoopTest, TellsOfDescriptorsThatAreHungUp) {
     });
     loop.after(milliseconds(0), [&] { pipe.hangUp(); });
     EXPECT_EQ(loop.run(), EventLoop::End::HungUp);
+}
+
+TEST_F(EventLoopTest, TellsOfHangUpsAloneWhereNothingElseIsAskedFor) {
+    FakeSource source = silent();
+    EventLoop loop(source);
+    Pipe pipe;
+    std::string calls;
+    pipe.write();
+    loop.onHangUp(pipe.reading(), [&] {
+        calls += 'h';
+        loop.hangUp();
+    });
+    loop.after(milliseconds(1), [&] {
+        calls += 't';
+        pipe.hangUp();
+    });
+    EXPECT_EQ(loop.run(), EventLoop::End::HungUp);
+    EXPECT_EQ(calls, "th");
 }
 
 TEST_F(EventLoopTest, RunsTimersAgainAndAgainOrOnce) {

@@ -25,9 +25,21 @@ TEST(KeyHelp, ListsTheKeys) {
     Canvas canvas(5, 30);
     help.draw(canvas);
     EXPECT_EQ(canvas.text(), " Keys\n q, Esc  end\n s       save\n\n any key goes back\n");
-    Canvas small(3, 30);
-    help.draw(small);
-    EXPECT_EQ(small.text(), " Keys\n q, Esc  end\n any key goes back\n");
+}
+
+TEST(KeyHelp, GoesOnInTheNextRowWhereItIsNarrow) {
+    const KeyHelp help(std::vector<KeyHelp::Line>{{"q, Esc", "end, or go back to the view"}, {"s", "save"}});
+    Canvas canvas(5, 25);
+    help.draw(canvas);
+    EXPECT_EQ(canvas.text(), " Keys\n q, Esc  end, or go back\n         to the view\n s       save\n"
+                             " any key goes back\n");
+}
+
+TEST(KeyHelp, SaysWhereThereAreMoreKeysThanRows) {
+    const KeyHelp help(std::vector<KeyHelp::Line>{{"q, Esc", "end"}, {"s", "save"}});
+    Canvas canvas(3, 40);
+    help.draw(canvas);
+    EXPECT_EQ(canvas.text(), " Keys\n q, Esc  end\n any key goes back; there are more\n");
 }
 
 } // namespace

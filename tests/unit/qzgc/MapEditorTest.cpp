@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 // Binding by pressing, and what it looks like.
 
 namespace {
@@ -431,6 +433,18 @@ TEST_F(MapEditorTest, DrawsTheTable) {
     EXPECT_THAT(small, HasSubstr(">! fire    Button 1, Button 2\n"));
     EXPECT_THAT(small, HasSubstr("\nEnter bind  c clear  r rev  s save  q  ?\n"));
     EXPECT_THAT(page(200, 60), HasSubstr("\nEnter bind  n next free  c clear"));
+}
+
+TEST_F(MapEditorTest, MixesNoLinesWhereThereAreFewRows) {
+    press(keyEnter);
+    const std::string whole = page(80, 24);
+    for (int rows = 1; rows < 12; ++rows) {
+        std::istringstream lines(page(80, rows));
+        for (std::string line; std::getline(lines, line);) {
+            // The heads also tell which rows there are.
+            EXPECT_THAT(whole, HasSubstr(line.substr(0, line.find("controls")))) << "in " << rows << " rows";
+        }
+    }
 }
 
 TEST_F(MapEditorTest, DrawsTheControlThatMoves) {

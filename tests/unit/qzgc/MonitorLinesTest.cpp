@@ -136,6 +136,19 @@ TEST_F(MonitorLines, EndWhenTheirReaderDoesWithoutOneMoreEvent) {
     EXPECT_EQ(contents("status"), "0\n");
 }
 
+TEST_F(MonitorLines, AllComeToAPipeThatIsOpenedForReadingAndWriting) {
+    const std::string stick = std::string(sticks).substr(0, std::string(sticks).find("D: 1"));
+    write("stick.hid", stick + "E: 0.000000 2 80 00\nE: 0.300000 2 ff 00\n");
+    write("both", "mkfifo pipe; exec 3<>pipe\n"
+                  "'" QZGC_TOOL "' replay stick.hid >&3; echo $? >status; echo end >&3\n"
+                  "while read -r line && [ \"$line\" != end ]; do echo \"$line\"; done <&3 >out\n");
+    run("--version; sh ./both");
+    EXPECT_EQ(contents("status"), "0\n");
+    const std::string all = contents("out");
+    EXPECT_EQ(std::ranges::count(all, '\n'), std::ranges::count(run("replay stick.hid --fast").output, '\n')) << all;
+    EXPECT_THAT(all, HasSubstr("0.300000  #1  action        roll: 1.0000"));
+}
+
 TEST_F(MonitorLines, FailWhenTheDiskIsFull) {
     write("sticks.hid", sticks);
     const Outcome outcome = run("replay sticks.hid --fast >/dev/full");
@@ -179,6 +192,19 @@ TEST_F(MonitorLines, EndWhenAskedToWhileTheirReaderDoesNotRead) {
     }
 }
 
+TEST_F(MonitorLines, EndWithTheirTimeWhileTheirReaderDoesNotRead) {
+    write("many.hid", "R: 25 05 01 09 04 a1 01 15 00 25 01 75 01 96 80 3e 05 09 19 01 2a 80 3e 81 02 c0\nN: Buttons\n"
+                      "I: 3 1234 5678\nE: 0.000000 2000" +
+                          repeated(" ff", 2000) + "\n");
+    const std::string all = run("replay many.hid --fast --raw").output;
+    write("wait", "timeout 20 sh -c 'while [ ! -s status ]; do sleep 0.02; done'; cat >rest\n");
+    run("--version; { '" QZGC_TOOL "' replay many.hid --raw --seconds 0.2; echo $? >status; } | sh ./wait");
+    EXPECT_EQ(contents("status"), "0\n");
+    const std::string rest = contents("rest");
+    EXPECT_THAT(rest, EndsWith("\n"));
+    EXPECT_TRUE(all.starts_with(rest) && rest.size() < all.size()) << rest.size() << " of " << all.size();
+}
+
 TEST_F(MonitorLines, LeaveSignalsAloneThatTheProcessWasStartedWithout) {
     write("ignored", "mkfifo pipe\n"
                      "env --default-signal --ignore-signal=HUP '" QZGC_TOOL "' monitor --from '" QZGC_TEST_DATA
@@ -217,6 +243,7 @@ TEST_F(MonitorLines, AnswerWrongUseWithOneLine) {
     EXPECT_THAT(complaint("monitor --lines --json"), HasSubstr("--lines excludes --json"));
     EXPECT_THAT(complaint("monitor --seconds 0"), HasSubstr("--seconds"));
     EXPECT_THAT(complaint("monitor --seconds soon"), HasSubstr("--seconds"));
+    EXPECT_THAT(complaint("monitor --seconds nan"), HasSubstr("--seconds"));
     EXPECT_THAT(complaint("monitor --fast"), HasSubstr("--from"));
     EXPECT_THAT(complaint("monitor a b"), HasSubstr("see 'qzgc monitor --help'"));
     EXPECT_THAT(complaint("replay"), HasSubstr("FILE is required"));

@@ -230,6 +230,17 @@ TEST(MonitorView, ListsOtherValuesOnceTheyHaveBeenSent) {
     EXPECT_THAT(drawn(model, 24, 80), HasSubstr("others    65280 / 32=17  18  65280 / 33=19\n"));
 }
 
+TEST(MonitorView, LeavesOutActionsAndThenValuesWhereTheyLeaveNoRoomForBars) {
+    EXPECT_THAT(drawn(wheel(), 10, 27), HasSubstr("\nX      [···│▌·]    75 0.750\n"));
+    EXPECT_THAT(drawn(wheel(), 10, 20), HasSubstr("\nX      [··│▊·]    75\n"));
+}
+
+TEST(MonitorView, MarksActionsThatAreCut) {
+    MonitorModel model = wheel();
+    model.controllers.front()->controls.front().action = "steer the left front wheel";
+    EXPECT_THAT(drawn(model, 16, 80), HasSubstr("X        steer the lef...   [··"));
+}
+
 TEST(MonitorView, SurvivesEverySize) {
     MonitorModel model = wheel();
     model.add(std::make_shared<MonitoredController>(*model.controllers.front()));

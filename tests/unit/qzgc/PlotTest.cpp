@@ -255,7 +255,8 @@ TEST_F(Plot, ShadesTheHysteresisThatIsAskedFor) {
     write("moved.hid", moved);
     EXPECT_THAT(picture("moved.hid --control X"), Not(HasSubstr("class=\"band\"")));
     EXPECT_THAT(picture("moved.hid --control X --hysteresis 0.125"), HasSubstr("hysteresis 0.125 (shaded)"));
-    for (const char* const refused : {"--hysteresis 0.1", "--control X --hysteresis 2", "--control X --hysteresis x"}) {
+    for (const char* const refused : {"--hysteresis 0.1", "--control X --hysteresis 2", "--control X --hysteresis nan",
+                                      "--control X --hysteresis x"}) {
         EXPECT_EQ(run("plot moved.hid " + std::string(refused)).status, 2) << refused;
     }
 }

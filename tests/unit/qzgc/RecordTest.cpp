@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 
 namespace {
 
@@ -155,6 +156,36 @@ TEST_F(Record, EndsWhenInterruptedWhileItsReaderDoesNotRead) {
     }
 }
 
+TEST_F(Record, EndsWhenInterruptedWhileItWaitsForItsReader) {
+    write("two.hid", twoSticks());
+    // It sleeps for the tenth time in a row when it has come to wait.
+    write("interrupt", "mkfifo pipe-$1\n"
+                       "env --default-signal '" QZGC_TOOL "' record pipe-$1 --from two.hid --fast 2>said &\n"
+                       "sleeps=0 tries=0\n"
+                       "while [ $sleeps -lt 10 ] && [ $((tries += 1)) -lt 1000 ]; do\n"
+                       "    sleep 0.02\n"
+                       "    if grep -q '^Name:.qzgc' /proc/$!/status && grep -q '^State:.S' /proc/$!/status\n"
+                       "    then sleeps=$((sleeps + 1)); else sleeps=0; fi\n"
+                       "done\n"
+                       "kill -$1 $!\n"
+                       "timeout 5 sh -c 'while grep -qs \"^State:.[^Z]\" /proc/$0/status; do sleep 0.02; done' $! ||\n"
+                       "    kill -KILL $!\n"
+                       "wait $!; echo $((($? - 128))) >status\n");
+    for (const auto& [name, number] : {std::pair("INT", SIGINT), std::pair("TERM", SIGTERM)}) {
+        run("--version; sh ./interrupt " + std::string(name));
+        EXPECT_EQ(contents("status"), std::to_string(number) + "\n") << name;
+    }
+}
+
+TEST_F(Record, KeepsMessagesOutOfTheRecordingWhereStandardDescriptorsAreClosed) {
+    write("two.hid", twoSticks());
+    for (const char* const closed : {"2>&-", "<&- >&- 2>&-", ">&- 2>&-", "<&- 2>&-"}) {
+        EXPECT_EQ(run("record closed.hid --force --from two.hid --fast " + std::string(closed)).status, 0) << closed;
+        EXPECT_EQ(contents("closed.hid").find("qzgc: recorded"), std::string::npos) << closed;
+        EXPECT_EQ(read(contents("closed.hid")), fromZero(read(twoSticks()))) << closed;
+    }
+}
+
 TEST_F(Record, OverwritesNothingUnlessItIsToldTo) {
     write("two.hid", twoSticks());
     write("mine.hid", "precious");
@@ -194,6 +225,16 @@ TEST_F(Record, LeavesNoFileWhereThereWasNothingToRecord) {
                                  "has\n");
     EXPECT_FALSE(std::filesystem::exists(path("new.hid")));
     write("mine.hid", "precious");
+    write("stick.hid", stick);
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    write("config/qzgamecontroller/qzgc.json", R"({"QZGameController-Calibrations-4660-22136": {"2": [1]}})");
+    for (const char* const again : {"new.hid", "new.hid", "mine.hid --force"}) {
+        const Outcome failed = run("record --from stick.hid --fast " + std::string(again));
+        EXPECT_EQ(failed.status, 1) << again;
+        EXPECT_THAT(failed.complaint, testing::MatchesRegex("qzgc: the calibration stored in [^\n]+\n")) << again;
+    }
+    EXPECT_FALSE(std::filesystem::exists(path("new.hid")));
+    EXPECT_EQ(contents("mine.hid"), "precious");
     EXPECT_EQ(run("record mine.hid --from missing.hid --force").status, 2);
     EXPECT_EQ(contents("mine.hid"), "precious") << "a recording that cannot be read costs no other";
 }

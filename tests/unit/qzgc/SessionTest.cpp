@@ -191,6 +191,12 @@ TEST_F(Commands, PrintIDsThatSteerNoTerminal) {
                      "I: 3 1 2\n");
     EXPECT_THAT(run("list --from esc.hid").output, HasSubstr("  instance    1-2.a [31m\n"));
     EXPECT_EQ(json("list --json --from esc.hid")[0]["instance"], "1-2.a\x1B[31m");
+    write("c1.hid", "R: 20 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 c0\nN: A\xC2\x9B"
+                    "31mB\xE2\x80\xAE\n"
+                    "I: 3 1 2\n");
+    EXPECT_THAT(run("list --from c1.hid").output, StartsWith("A 31mB"));
+    EXPECT_THAT(run("list --from c1.hid").output, testing::Not(HasSubstr("\xE2\x80\xAE")));
+    EXPECT_THAT(run("monitor --lines --fast --from c1.hid").output, HasSubstr("connected     A 31mB"));
 }
 
 TEST_F(Commands, MeanTheInstanceThatIsNamedWhateverOtherNamesHold) {
@@ -233,6 +239,16 @@ TEST_F(Commands, SayWhyTheOutputCannotBeWritten) {
         run("list --from sticks.hid >&-").complaint,
         "qzgc: cannot write to standard output: Bad file descriptor; it is closed or cannot be written to: begin the "
         "command with one that can\n");
+    for (const char* const arguments :
+         {"list >&- <&-", "replay sticks.hid --json --fast >&-", "replay sticks.hid --lines >&-",
+          "monitor --lines --fast --from sticks.hid <&- >&-", "record - --from sticks.hid --fast >&-",
+          "calibrate left --yes --fast --from sticks.hid <&- >&-"}) {
+        const std::string from = std::string(arguments).starts_with("list") ? " --from sticks.hid" : "";
+        run("--version; timeout 20 '" QZGC_TOOL "' " + std::string(arguments) + from + " 2>said; echo $? >status");
+        EXPECT_EQ(contents("status"), "1\n") << arguments;
+        EXPECT_THAT(contents("said"), HasSubstr("qzgc: cannot write to standard output: Bad file descriptor; "))
+            << arguments;
+    }
     write("many.hid", "R: 25 05 01 09 04 a1 01 15 00 25 01 75 01 96 80 3e 05 09 19 01 2a 80 3e 81 02 c0\nN: Buttons\n"
                       "I: 3 1234 5678\n");
     EXPECT_THAT(run("elements --from many.hid >/dev/full").complaint, HasSubstr(": No space left on device; "))
@@ -282,13 +298,19 @@ TEST_F(Commands, NameAStoredCalibrationThatCannotBeUsed) {
         write("config/qzgamecontroller/racer.json",
               "{\"QZGameController-Calibrations-4660-22136\": {\"2\": " + numbers + "}}");
     };
-    const std::string beginning = "qzgc: the calibration stored in racer.json cannot be used: "
+    const std::string beginning = "qzgc: the calibration stored in the preferences of \"racer\" cannot be used: "
                                   "\"QZGameController-Calibrations-4660-22136\" has for control 2 ";
     const std::string remedy = "; remove this key, and calibrate the controller again\n";
     for (const char* const numbers : {"[]", "[0, 255]"}) {
         store(numbers);
         expectRefused("list --from sticks.hid --application racer", 1, beginning + "fewer than three numbers" + remedy);
     }
+    std::filesystem::rename(path("config/qzgamecontroller/racer.json"), path("config/qzgamecontroller/a%2fb.json"));
+    EXPECT_THAT(run("list --from sticks.hid --application a/b").complaint,
+                StartsWith("qzgc: the calibration stored in the preferences of \"a/b\" cannot be used: "));
+    std::filesystem::rename(path("config/qzgamecontroller/a%2fb.json"), path("config/qzgamecontroller/qzgc.json"));
+    EXPECT_THAT(run("list --from sticks.hid").complaint,
+                StartsWith("qzgc: the calibration stored in qzgc's own preferences cannot be used: "));
     for (const char* const numbers :
          {"[-9223372036854775808, 9223372036854775807, 0]", "[2, 255, -9223372036854775808]"}) {
         store(numbers);

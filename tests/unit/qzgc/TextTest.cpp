@@ -31,6 +31,15 @@ TEST(Text, ListsNames) {
 
 TEST(Text, IsOfOneLineWithoutControlCharacters) {
     EXPECT_EQ(withoutControlCharacters("a\x1B[31m\n\tb\x7F\xC3\xBC"), "a [31m  b \xC3\xBC");
+    EXPECT_EQ(withoutControlCharacters("\xC2\x80"
+                                       "a\xC2\x9B"
+                                       "31m\xC2\x9F\xC2\xA0\xC2"),
+              " a 31m \xC2\xA0\xC2");
+    EXPECT_EQ(withoutControlCharacters("\xE2\x80\xA8\xE2\x80\xAE"
+                                       "a\xE2\x81\xA6\xE2\x81\xA9\xE2\x80\x8F\xD8\x9C"),
+              "  a    ");
+    const std::string kept = "\xE2\x80\xA6\xE2\x80\xAF\xE2\x81\xA5\xE2\x81\xAA\xE2\x80\x90\xD8\x9B\xE2\x80";
+    EXPECT_EQ(withoutControlCharacters(kept), kept) << "their neighbours, and a beginning of one";
 }
 
 } // namespace

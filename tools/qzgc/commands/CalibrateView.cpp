@@ -4,6 +4,7 @@
 #include "tools/qzgc/terminal/TextFlow.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace qz::tools {
 
@@ -14,7 +15,8 @@ using Step = CalibrationGuide::Step;
 constexpr Style emphasis{.bold = true};
 constexpr Style faint{.dim = true};
 constexpr int numberWidth = 8;
-constexpr int barsBegin = 5; ///< below the title, two lines of instruction and the heads of the columns
+constexpr std::size_t instructionLines = 3;
+constexpr int barsBegin = 5; ///< below the title, the instruction and the heads of the columns
 
 struct Columns {
     int bar;
@@ -120,13 +122,30 @@ std::vector<Line> comparisonOf(const Canvas& canvas, const std::vector<Calibrati
     return lines;
 }
 
-void drawComparison(Canvas& canvas, CalibrationGuide& guide, int room) {
-    const std::vector<Line> lines = comparisonOf(canvas, guide.rows());
+void drawInstruction(Canvas& canvas, const std::vector<std::string>& lines) {
+    for (std::size_t i = 0; i < std::min(lines.size(), instructionLines); ++i) {
+        canvas.put(1 + static_cast<int>(i), 0, lines[i]);
+    }
+}
+
+/// An instruction that is too long for its place is scrolled with what is below it.
+void drawComparison(Canvas& canvas, CalibrationGuide& guide, const std::vector<std::string>& instruction) {
+    std::vector<Line> lines = comparisonOf(canvas, guide.rows());
+    int begin = barsBegin - 1;
+    if (instruction.size() <= instructionLines) {
+        drawInstruction(canvas, instruction);
+    } else {
+        begin = 1;
+        std::ranges::transform(instruction, std::inserter(lines, lines.begin()), [](const std::string& each) {
+            return Line{each, {}};
+        });
+    }
     const int count = static_cast<int>(lines.size());
-    guide.keepScrolledBelow(count - room - 1);
-    for (int i = 0; i < std::min(room + 1, count); ++i) {
+    const int room = std::max(canvas.rows() - begin - 1, 0);
+    guide.keepScrolledBelow(count - room);
+    for (int i = 0; i < std::min(room, count); ++i) {
         const Line& line = *(lines.begin() + guide.scrolled() + i);
-        canvas.put(barsBegin - 1 + i, 0, line.text, line.style);
+        canvas.put(begin + i, 0, line.text, line.style);
     }
 }
 
@@ -152,14 +171,11 @@ void drawCalibration(Canvas& canvas, CalibrationGuide& guide, const std::string&
     canvas.put(0, 0, shortened("qzgc calibrate  " + controller, canvas.columns() - widthOf(step) - 2), emphasis);
     canvas.putRight(0, canvas.columns(), step);
     const auto instruction = wrapped(guide.instruction(), canvas.columns());
-    for (std::size_t i = 0; i < std::min<std::size_t>(instruction.size(), 3); ++i) {
-        canvas.put(1 + static_cast<int>(i), 0, instruction[i]);
-    }
-    const int room = std::max(canvas.rows() - barsBegin - 1, 0);
     if (guide.step() == Step::Confirming) {
-        drawComparison(canvas, guide, room);
+        drawComparison(canvas, guide, instruction);
     } else {
-        drawBars(canvas, guide, room);
+        drawInstruction(canvas, instruction);
+        drawBars(canvas, guide, std::max(canvas.rows() - barsBegin - 1, 0));
     }
     const int last = canvas.rows() - 1;
     canvas.put(last, 0, keysText(guide.step(), canvas.columns() < 68), faint);

@@ -75,15 +75,15 @@ ExitStatus mapOnTerminal(const SessionOptions& options, const std::string& devic
     session.manager().setReportMappedValues(false);
     Mapping mapping(session.configuration(), awaitChosen(session, options, listener));
     MapEditor editor(mapping, [&] { return save(session); });
-    KeyHelp help({{"Up, Down", "choose an action; also by Page, Home, End"},
+    KeyHelp help({{"Up, Down", "choose; also Page, Home, End"},
                   {"n", "the next without a control"},
                   {"Enter", "bind it"},
                   {"c", "take it off its controls"},
                   {"r", "turn its controls round"},
-                  {"R", "the default mapping, after a question"},
+                  {"R", "the default mapping (it asks)"},
                   {"s", "save"},
-                  {"q, Esc", "end; binding: leave all as it was"},
-                  {"r, k", "in a conflict: replace, keep both"},
+                  {"q, Esc", "end; while binding: cancel"},
+                  {"r, k", "conflict: replace, keep both"},
                   {"Ctrl-C", "end at once, without saving"}});
     TerminalLoop* running = nullptr;
     TerminalLoop loop(

@@ -124,6 +124,12 @@ std::string keysText(const MapEditor& editor, bool isNarrow) {
     return "";
 }
 
+/// In few rows the foot lies over the table, and a mix of the two could not be read.
+int putOver(Canvas& canvas, int row, const std::string& text, Style style) {
+    canvas.put(row, 0, std::string(static_cast<std::size_t>(canvas.columns()), ' '));
+    return canvas.put(row, 0, text, style);
+}
+
 void drawLeader(Canvas& canvas, int row, MapEditor& editor, MapEditor::Time now) {
     const auto leader = editor.leader(now);
     if (!leader) {
@@ -132,7 +138,7 @@ void drawLeader(Canvas& canvas, int row, MapEditor& editor, MapEditor::Time now)
     const auto element = editor.mapping().device().elementWithCookie(leader->cookie);
     constexpr int length = 20;
     const int filled = static_cast<int>(std::lround(leader->excursion * length));
-    const int column = canvas.put(row, 0, editor.mapping().label(*element) + "  ", emphasis);
+    const int column = putOver(canvas, row, editor.mapping().label(*element) + "  ", emphasis);
     canvas.dots(row, column, column + length);
     canvas.blocks(row, column, column + std::min(filled, length));
     canvas.put(row, column + length + 1, std::to_string(std::lround(leader->excursion * 100)) + " %");
@@ -151,14 +157,15 @@ void drawFoot(Canvas& canvas, MapEditor& editor, const Controls& all, MapEditor:
     int row = top + 1;
     for (const std::string& each : wrapped(text, canvas.columns())) {
         if (row <= top + messageLines) {
-            canvas.put(row++, 0, each, asks ? emphasis : Style{});
+            putOver(canvas, row++, each, asks ? emphasis : Style{});
         }
     }
     if (row <= top + messageLines) {
         drawLeader(canvas, row, editor, now);
     }
-    const std::string keys = keysText(editor, canvas.columns() < 76);
-    canvas.put(canvas.rows() - 1, 0, keys, faint);
+    if (canvas.rows() - 1 > headRows) {
+        putOver(canvas, canvas.rows() - 1, keysText(editor, canvas.columns() < 76), faint);
+    }
 }
 
 } // namespace

@@ -30,7 +30,7 @@ ExitStatus printEvents(const MonitorOptions& options) {
         });
     if (output.isPipe()) {
         // Whoever has read enough need not wait for one more event.
-        loop.onReadable(STDOUT_FILENO, [&] { loop.stop(); });
+        loop.onHangUp(STDOUT_FILENO, [&] { loop.stop(); });
     }
     loop.endAfter(options.session);
     session.manager().setReportRawValues(true);

@@ -118,8 +118,9 @@ void run(Session& session, EventLoop& loop, const std::shared_ptr<RecordingListe
 ExitStatus record(const RecordOptions& options) {
     expectNoFile(options.session, options.device);
     Session session(options.session);
-    EventLoop loop(session.source());
+    // Before the loop takes signals over: to open a named pipe waits for who reads it.
     RecordingFile file(options.file, options.force);
+    EventLoop loop(session.source());
     Output output(file.fileDescriptor(), file.name(),
                   [&](int fileDescriptor) { return loop.waitUntilWritable(fileDescriptor); });
     const auto listener = std::make_shared<RecordingListener>(
@@ -139,7 +140,11 @@ ExitStatus record(const RecordOptions& options) {
     try {
         run(session, loop, listener);
     } catch (const Failure&) {
-        tellWhatWasRecorded(*listener, file.name());
+        if (listener->devices() == 0) {
+            file.discard();
+        } else {
+            tellWhatWasRecorded(*listener, file.name());
+        }
         throw;
     }
     file.close();

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/qzgc/monitor/MonitorView.h"
 
+#include "tools/qzgc/terminal/TextFlow.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -63,18 +65,34 @@ struct Columns {
         }
         name = std::min(longestName, isWide ? 16 : 6);
         action = std::min(isWide && longestAction > 0 ? std::max(longestAction, 7) : longestAction, isWide ? 16 : 8);
+        value = isWide ? 7 : 6;
         noise = width >= 70 ? 14 : 0;
-        bar = name + 1 + (action > 0 ? action + 1 : 0);
         noiseEnd = width;
         valueEnd = width - noise;
-        rawEnd = valueEnd - (isWide ? 7 : 6);
+        placeBar();
+        if (barWidth < leastBar) {
+            action = 0;
+            placeBar();
+        }
+        if (barWidth < leastBar) {
+            value = 0;
+            placeBar();
+        }
+    }
+
+    void placeBar() {
+        bar = name + 1 + (action > 0 ? action + 1 : 0);
+        rawEnd = valueEnd - value;
         barWidth = rawEnd - rawWidth - 1 - bar;
     }
+
+    static constexpr int leastBar = 3; ///< two ends and a cell between them
 
     bool isWide;
     int name;
     int action;
     int rawWidth = 3;
+    int value; ///< 0: left out
     int noise;
     int bar; ///< where it begins
     int barWidth;
@@ -123,9 +141,11 @@ private:
         if (columns_.action > 0) {
             canvas_.put(row_, columns_.name + 1, "action", dimStyle);
         }
-        canvas_.put(row_, columns_.bar, "travel", dimStyle);
+        canvas_.put(row_, columns_.bar, "travel", dimStyle, std::max(columns_.barWidth, 0));
         canvas_.putRight(row_, columns_.rawEnd, "raw", dimStyle);
-        canvas_.putRight(row_, columns_.valueEnd, "value", dimStyle);
+        if (columns_.value > 0) {
+            canvas_.putRight(row_, columns_.valueEnd, "value", dimStyle);
+        }
         if (columns_.noise > 0) {
             canvas_.putRight(row_, columns_.noiseEnd, "noise", dimStyle);
         }
@@ -134,12 +154,14 @@ private:
 
     void drawNames(const MonitoredControl& control) {
         canvas_.put(row_, 0, control.name, {}, columns_.name);
-        canvas_.put(row_, columns_.name + 1, actionText(control), {}, columns_.action);
+        canvas_.put(row_, columns_.name + 1, shortened(actionText(control), columns_.action), {}, columns_.action);
     }
 
     void drawValues(const MonitoredControl& control) {
         canvas_.putRight(row_, columns_.rawEnd, control.raw ? std::to_string(*control.raw) : "-", {.bold = true});
-        canvas_.putRight(row_, columns_.valueEnd, control.raw ? fixed(control.value(), 3) : "-", {.bold = true});
+        if (columns_.value > 0) {
+            canvas_.putRight(row_, columns_.valueEnd, control.raw ? fixed(control.value(), 3) : "-", {.bold = true});
+        }
     }
 
     void drawMoving(const MonitoredControl& control) {
@@ -162,7 +184,7 @@ private:
         const DirectionText& text = directionTexts[static_cast<std::size_t>(directionOf(control))];
         const Style style = directionOf(control) == Direction::Centre ? Style{} : Style{.bold = true};
         canvas_.put(row_, columns_.bar + 1, canvas_.unicode() ? text.arrow : text.ascii, style);
-        canvas_.put(row_, columns_.bar + 3, text.words, style, columns_.barWidth - 3);
+        canvas_.put(row_, columns_.bar + 3, text.words, style, std::max(columns_.barWidth - 3, 0));
         drawValues(control);
         ++row_;
     }

@@ -36,6 +36,8 @@ void CalibrationGuide::press(int key, Time now) {
         cancel();
         return;
     case keyEnter:
+    case 'y':
+    case 'm':
         if (!isShown_) {
             return; // it was meant for the step before
         }

@@ -38,7 +38,7 @@ public:
     int scrolled() const noexcept { return scrolled_; }
     void keepScrolledBelow(int end) noexcept;
 
-    /// The user can see the step; until then Enter does nothing in it.
+    /// The user can see the step; until then no key leads on from it.
     void noteShown() noexcept { isShown_ = true; }
 
     /// What the user is to do.

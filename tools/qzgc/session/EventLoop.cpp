@@ -38,6 +38,16 @@ extern "C" void noteSignal(int number) {
     errno = error;
 }
 
+/// How long to wait until then, as `poll` takes it.
+int timeoutOf(const std::optional<Clock::time_point>& time) {
+    if (!time) {
+        return -1;
+    }
+    // Rounded up: a wait that ends too early would be repeated at once.
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*time - Clock::now());
+    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 1'000'000));
+}
+
 } // namespace
 
 EventLoop::EventLoop(Source& source) : source_(source) {
@@ -80,7 +90,12 @@ EventLoop::~EventLoop() {
 }
 
 void EventLoop::onReadable(int fileDescriptor, Handler handler) {
-    watches_.push_back({fileDescriptor, std::move(handler)});
+    watches_.push_back({fileDescriptor, POLLIN, std::move(handler)});
+}
+
+void EventLoop::onHangUp(int fileDescriptor, Handler handler) {
+    // Nothing is asked for: what is opened for reading and writing can be read as soon as we have written to it.
+    watches_.push_back({fileDescriptor, 0, std::move(handler)});
 }
 
 void EventLoop::ignore(int fileDescriptor) {
@@ -98,14 +113,16 @@ void EventLoop::after(std::chrono::milliseconds delay, Handler handler) {
 void EventLoop::endAfter(const SessionOptions& options) {
     if (options.seconds && !options.fast) {
         const std::chrono::duration<double> limit(*options.seconds);
-        after(std::chrono::ceil<std::chrono::milliseconds>(limit - source_.time()), [this] { stop(); });
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - source_.time());
+        limit_ = Clock::now() + left;
+        after(left, [this] { stop(); });
     }
 }
 
 bool EventLoop::waitUntilWritable(int fileDescriptor) {
     std::array<pollfd, 2> polled = {{{fileDescriptor, POLLOUT, 0}, {signalPipe[0], POLLIN, 0}}};
     while (true) {
-        if (::poll(polled.data(), polled.size(), end_ ? 0 : -1) < 0 && errno != EINTR) {
+        if (::poll(polled.data(), polled.size(), end_ ? 0 : timeoutOf(limit_)) < 0 && errno != EINTR) {
             throw Failure("cannot wait for events: " + std::generic_category().message(errno));
         }
         if (polled[0].revents != 0) {
@@ -115,6 +132,9 @@ bool EventLoop::waitUntilWritable(int fileDescriptor) {
             return false;
         }
         takeSignals();
+        if (!end_ && limit_ && *limit_ <= Clock::now()) {
+            stop(); // by what has come first
+        }
     }
 }
 
@@ -134,18 +154,13 @@ int EventLoop::timeout() const {
     for (const Timer& timer : timers_) {
         next = std::min(next.value_or(timer.due), timer.due);
     }
-    if (!next) {
-        return -1;
-    }
-    // Rounded up: a wait that ends too early would be repeated at once.
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
-    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 1'000'000));
+    return timeoutOf(next);
 }
 
 void EventLoop::wait() {
     std::vector<pollfd> polled = {{signalPipe[0], POLLIN, 0}, {source_.fileDescriptor(), POLLIN, 0}};
     for (const Watch& watch : watches_) {
-        polled.push_back({watch.fileDescriptor, POLLIN, 0});
+        polled.push_back({watch.fileDescriptor, watch.events, 0});
     }
     if (::poll(polled.data(), polled.size(), timeout()) < 0 && errno != EINTR) {
         throw Failure("cannot wait for events: " + std::generic_category().message(errno));

@@ -31,6 +31,8 @@ public:
 
     /// Calls `handler` whenever the descriptor can be read or has been hung up.
     void onReadable(int fileDescriptor, Handler handler);
+    /// Calls it only when the other end of what is written to has gone.
+    void onHangUp(int fileDescriptor, Handler handler);
     void ignore(int fileDescriptor);
 
     /// Calls `handler` whenever the source has had a turn.
@@ -52,7 +54,7 @@ public:
     void staysAfterSource() noexcept { staysAfterSource_ = true; }
 
     /// Waits until the descriptor can be written to, for handlers that write. False when something has come meanwhile,
-    /// or before, that ends `run`.
+    /// or before, that ends `run`, or the time has passed that `endAfter` has set.
     bool waitUntilWritable(int fileDescriptor);
 
     /// Handles what happens until something ends it, or has done so already; may be called again. What handlers throw
@@ -70,6 +72,7 @@ public:
 private:
     struct Watch {
         int fileDescriptor;
+        short events;
         Handler handler;
     };
     struct Timer {
@@ -90,6 +93,7 @@ private:
     Handler turned_;
     Handler resized_;
     std::optional<End> end_;
+    std::optional<Clock::time_point> limit_; ///< set by `endAfter`
     bool staysAfterSource_ = false;
     bool hasHungUp_ = false;
 };

@@ -85,8 +85,11 @@ void expectUsableCalibration(platform::IOHIDDeviceRef device, const platform::Us
         }
         const bool isShort = found->second.size() < 3;
         if (isShort || !isBorne(found->second)) {
+            // Not the file, whose name the platform makes of the application's.
             std::string message = "the calibration stored in ";
-            message.append(application.empty() ? "qzgc" : application).append(".json cannot be used: \"").append(key);
+            message.append(application.empty() ? "qzgc's own preferences"
+                                               : "the preferences of \"" + application + '"');
+            message.append(" cannot be used: \"").append(key);
             message.append("\" has for control ").append(cookie);
             message.append(isShort ? " fewer than three numbers" : " numbers that are too far apart");
             throw Failure(message + "; remove this key, and calibrate the controller again");

@@ -18,7 +18,7 @@ std::string rangeText(std::int64_t low, std::int64_t high);
 /// "roll, pitch, fire"
 std::string joined(const std::vector<std::string>& parts);
 
-/// `text` on one line: with blanks in place of control characters.
+/// `text` on one line: with blanks in place of control characters and of those that turn the direction of writing.
 std::string withoutControlCharacters(std::string text);
 
 } // namespace qz::tools

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/qzgc/terminal/KeyHelp.h"
 
+#include "tools/qzgc/terminal/TextFlow.h"
+
 #include <algorithm>
 
 namespace qz::tools {
@@ -18,13 +20,23 @@ void KeyHelp::draw(Canvas& canvas) const {
     }
     int row = 0;
     canvas.put(row++, 1, "Keys", {.bold = true});
+    const int last = canvas.rows() - 1;
+    bool isCut = false;
     for (const Line& each : lines_) {
-        if (row < canvas.rows() - 1) {
+        if (row < last) {
             canvas.put(row, 1, each.keys, {.bold = true});
-            canvas.put(row++, width + 3, each.what);
+        }
+        for (const std::string& text : wrapped(each.what, std::max(canvas.columns() - width - 3, 1))) {
+            isCut = isCut || row >= last;
+            if (row < last) {
+                canvas.put(row++, width + 3, text);
+            }
         }
     }
-    canvas.put(canvas.rows() - 1, 1, "any key goes back", {.dim = true});
+    const int end = canvas.put(last, 1, "any key goes back", {.dim = true});
+    if (isCut) {
+        canvas.put(last, end, "; there are more", {.dim = true});
+    }
 }
 
 } // namespace qz::tools
