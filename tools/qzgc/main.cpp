@@ -4,6 +4,7 @@
 #include "tools/qzgc/session/Controllers.h"
 #include "tools/qzgc/session/Text.h"
 
+#include <algorithm>
 #include <exception>
 #include <fcntl.h>
 #include <iostream>
