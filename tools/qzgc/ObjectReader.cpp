@@ -112,7 +112,7 @@ ObjectReader::ObjectReader(const JSONValue& json, const Place& place)
 void ObjectReader::expectKeys(std::string_view required, std::string_view optional) const {
     for (const auto& [key, value] : *object_) {
         if (!contains(required, key) && !contains(optional, key)) {
-            placeOf(key).refuse("unknown key");
+            placeOf(key).refuse("unknown key; correct it, or leave it out");
         }
     }
     while (!required.empty()) {

@@ -22,6 +22,23 @@ std::string inPrint(const std::string& name) {
     return name.find_first_of("\r\n") == std::string::npos ? name : jsonString(name);
 }
 
+std::string remedyOf(int error) {
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+        return "; check the name";
+    case EISDIR:
+        return "; name a file in it";
+    case EACCES:
+    case EPERM:
+        return "; ask for the permission to read it";
+    case EBADF:
+        return "; it is closed, or not open for reading";
+    default:
+        return "";
+    }
+}
+
 std::string readAll(std::FILE* file, const std::string& name) {
     std::string text;
     std::array<char, 65536> buffer{};
@@ -29,7 +46,8 @@ std::string readAll(std::FILE* file, const std::string& name) {
         text.append(buffer.data(), std::fread(buffer.data(), 1, buffer.size(), file));
     }
     if (file == nullptr || std::ferror(file) != 0) {
-        throw FileError(name, "cannot be read: " + std::generic_category().message(errno));
+        const int error = errno;
+        throw FileError(name, "cannot be read: " + std::generic_category().message(error) + remedyOf(error));
     }
     return text;
 }

@@ -6,7 +6,8 @@
 
 namespace qz::tools {
 
-/// Why a file named on the command line is of no use: one line, "stick.bin: cannot be read: Permission denied".
+/// Why a file named on the command line is of no use: one line, "stick.bin: cannot be read: Permission denied; ask for
+/// the permission to read it".
 class FileError : public std::runtime_error {
 public:
     FileError(const std::string& name, const std::string& reason);

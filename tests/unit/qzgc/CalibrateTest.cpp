@@ -344,7 +344,7 @@ TEST_F(Calibrate, AnswersWrongUse) {
         EXPECT_THAT(outcome.complaint, EndsWith("; see 'qzgc calibrate --help'\n")) << arguments;
     }
     EXPECT_EQ(run("calibrate --from missing.hid").complaint,
-              "missing.hid: cannot be read: No such file or directory\n");
+              "missing.hid: cannot be read: No such file or directory; check the name\n");
     EXPECT_EQ(run("calibrate nobody --from stick.hid").status, 1);
     EXPECT_THAT(calibrate("--help").output, HasSubstr("--seconds NUMBER"));
     EXPECT_EQ(calibrate("--yes >/dev/full").status, 1);

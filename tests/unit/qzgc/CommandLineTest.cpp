@@ -50,19 +50,20 @@ TEST_F(CommandLine, SaysWhichFileCannotBeReadAndWhy) {
     const Outcome missing = run("simulate missing.json");
     EXPECT_EQ(missing.status, 2);
     EXPECT_THAT(missing.output, IsEmpty());
-    EXPECT_EQ(missing.complaint, "missing.json: cannot be read: No such file or directory\n");
+    EXPECT_EQ(missing.complaint, "missing.json: cannot be read: No such file or directory; check the name\n");
 
     const Outcome twoLines = run("simulate 'a\nb'");
     EXPECT_EQ(twoLines.status, 2);
-    EXPECT_EQ(twoLines.complaint, "\"a\\nb\": cannot be read: No such file or directory\n");
+    EXPECT_EQ(twoLines.complaint, "\"a\\nb\": cannot be read: No such file or directory; check the name\n");
 
     const Outcome directory = run("simulate .");
     EXPECT_EQ(directory.status, 2);
-    EXPECT_EQ(directory.complaint, ".: cannot be read: Is a directory\n");
+    EXPECT_EQ(directory.complaint, ".: cannot be read: Is a directory; name a file in it\n");
 
     const Outcome closed = run("simulate - <&-");
     EXPECT_EQ(closed.status, 2);
-    EXPECT_EQ(closed.complaint, "standard input: cannot be read: Bad file descriptor\n");
+    EXPECT_EQ(closed.complaint,
+              "standard input: cannot be read: Bad file descriptor; it is closed, or not open for reading\n");
 }
 
 TEST_F(CommandLine, FailsWhenTheOutputCannotBeWritten) {
@@ -167,7 +168,7 @@ TEST_F(CommandLine, SaysWhatIsNeitherAFileNorADescriptor) {
     EXPECT_EQ(run("elements --descriptor ''").complaint, "--descriptor: there is no descriptor: it is empty\n");
     EXPECT_EQ(run("elements --descriptor /dev/null").complaint, "/dev/null: there is no descriptor: it is empty\n");
     EXPECT_EQ(run("elements --descriptor '05 01'").output, "no elements\n");
-    EXPECT_EQ(run("elements --descriptor .").complaint, ".: cannot be read: Is a directory\n");
+    EXPECT_EQ(run("elements --descriptor .").complaint, ".: cannot be read: Is a directory; name a file in it\n");
     EXPECT_EQ(run("elements --descriptor 05 >/dev/full").status, 2) << "a truncated item";
     EXPECT_EQ(run("elements --descriptor a0c0 >/dev/full").status, 1);
 }

@@ -262,7 +262,8 @@ TEST_F(Map, AnswersWrongUse) {
         EXPECT_THAT(outcome.complaint, EndsWith("; see 'qzgc map --help'\n")) << arguments;
     }
     EXPECT_EQ(run("map --fast").complaint, "qzgc: --fast is for recordings: name one with --from, or leave it out\n");
-    EXPECT_EQ(run("map --from missing.hid").complaint, "missing.hid: cannot be read: No such file or directory\n");
+    EXPECT_EQ(run("map --from missing.hid").complaint,
+              "missing.hid: cannot be read: No such file or directory; check the name\n");
     EXPECT_THAT(map("--help").output, HasSubstr("--reverse CONTROL"));
     EXPECT_EQ(map("--show >/dev/full").status, 1);
 }

@@ -248,8 +248,8 @@ TEST_F(MonitorLines, AnswerWrongUseWithOneLine) {
     EXPECT_THAT(complaint("monitor a b"), HasSubstr("see 'qzgc monitor --help'"));
     EXPECT_THAT(complaint("replay"), HasSubstr("FILE is required"));
     EXPECT_THAT(complaint("replay --from sticks.hid"), HasSubstr("see 'qzgc replay --help'"));
-    EXPECT_EQ(complaint("replay none.hid"), "none.hid: cannot be read: No such file or directory\n");
-    EXPECT_EQ(complaint("replay ."), ".: cannot be read: Is a directory\n");
+    EXPECT_EQ(complaint("replay none.hid"), "none.hid: cannot be read: No such file or directory; check the name\n");
+    EXPECT_EQ(complaint("replay ."), ".: cannot be read: Is a directory; name a file in it\n");
     EXPECT_THAT(complaint("replay bad.hid"), StartsWith("bad.hid: no valid recording: line 1: "));
     EXPECT_THAT(complaint("replay sticks.hid --actions bad.json"), StartsWith("bad.json: x: "));
     EXPECT_THAT(complaint("replay sticks.hid --actions none.json"), StartsWith("none.json: cannot be read: "));

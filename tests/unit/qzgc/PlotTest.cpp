@@ -227,7 +227,7 @@ TEST_F(Plot, FailsWhenThePictureCannotBeWritten) {
 TEST_F(Plot, SaysWhatIsWrongWithItsInput) {
     write("moved.hid", moved);
     write("mouse.hid", "R: 4 a0 c0 a0 c0\nN: Mouse\nI: 3 1 2\n");
-    expectRefused("missing.hid", 2, "missing.hid: cannot be read: No such file or directory\n");
+    expectRefused("missing.hid", 2, "missing.hid: cannot be read: No such file or directory; check the name\n");
     expectRefused("mouse.hid", 1,
                   "qzgc: the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has\n");
     expectRefused("moved.hid --control wheel", 2, "qzgc: no control is called \"wheel\"; 'qzgc elements' lists them\n");

@@ -211,9 +211,11 @@ TEST_F(Commands, ReadTheStandardInputOnce) {
 }
 
 TEST_F(Commands, RefuseRecordingsThatAreOfNoUse) {
-    expectRefused("list --from missing.hid", 2, "missing.hid: cannot be read: No such file or directory\n");
-    expectRefused("list --from .", 2, ".: cannot be read: Is a directory\n");
-    expectRefused("list --from - <&-", 2, "standard input: cannot be read: Bad file descriptor\n");
+    expectRefused("list --from missing.hid", 2,
+                  "missing.hid: cannot be read: No such file or directory; check the name\n");
+    expectRefused("list --from .", 2, ".: cannot be read: Is a directory; name a file in it\n");
+    expectRefused("list --from - <&-", 2,
+                  "standard input: cannot be read: Bad file descriptor; it is closed, or not open for reading\n");
     write("empty.hid", "");
     EXPECT_EQ(run("list --from empty.hid").status, 2);
     EXPECT_THAT(run("list --from empty.hid").complaint, StartsWith("empty.hid: no valid recording: "));
@@ -352,7 +354,7 @@ TEST_F(Commands, NameThePlaceOfAFaultInAFileWithActions) {
           Fault{R"({"legacyX": [["a"]]})", "legacyX[0]: expected a string"},
           Fault{R"({"legacyY": {}})", "legacyY: expected an array"},
           Fault{R"({"legacyButtons": [true]})", "legacyButtons[0]: expected a string"},
-          Fault{R"({"z": []})", "z: unknown key"},
+          Fault{R"({"z": []})", "z: unknown key; correct it, or leave it out"},
           Fault{R"({"x": [], "x": []})", "x: the key occurs twice in the object"}}) {
         write("actions.json", text);
         expectRefused("list --from sticks.hid --actions actions.json", 2,
@@ -362,8 +364,8 @@ TEST_F(Commands, NameThePlaceOfAFaultInAFileWithActions) {
 
 TEST_F(Commands, RefuseAFileWithActionsThatCannotBeRead) {
     expectRefused("list --from sticks.hid --actions missing", 2,
-                  "missing: cannot be read: No such file or directory\n");
-    expectRefused("list --from sticks.hid --actions .", 2, ".: cannot be read: Is a directory\n");
+                  "missing: cannot be read: No such file or directory; check the name\n");
+    expectRefused("list --from sticks.hid --actions .", 2, ".: cannot be read: Is a directory; name a file in it\n");
     write("latin1.json", "{\"x\": [\"\xFC\"]}");
     EXPECT_EQ(run("list --from sticks.hid --actions latin1.json").status, 2);
     EXPECT_THAT(run("list --from sticks.hid --actions latin1.json").complaint,
