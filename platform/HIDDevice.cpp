@@ -21,14 +21,27 @@ bool isInteger(const PropertyValue* property, std::int64_t wanted) {
 
 } // namespace
 
+HIDCriterion criterionOf(const HIDMatchingDictionary& dictionary) {
+    HIDCriterion criterion;
+    for (const auto& [name, number] : dictionary) {
+        if (name == usagePageKey) {
+            criterion.usagePage = number;
+        } else if (name == usageKey) {
+            criterion.usage = number;
+        } else {
+            criterion.others.emplace_back(name, number);
+        }
+    }
+    return criterion;
+}
+
 HIDDevice::~HIDDevice() = default;
 
 const PropertyValue* HIDDevice::property(std::string_view key) {
-    auto found = properties_.find(key);
-    if (found == properties_.end()) {
+    if (!hasProperty(key)) {
         loadProperties();
-        found = properties_.find(key);
     }
+    const auto found = findProperty(key);
     return found != properties_.end() ? &found->second : nullptr;
 }
 
@@ -36,19 +49,36 @@ std::optional<RecordedDevice> HIDDevice::recordedDevice() {
     return std::nullopt;
 }
 
+std::vector<HIDDevice::NamedProperty>::const_iterator HIDDevice::findProperty(std::string_view key) const noexcept {
+    return std::ranges::find(properties_, key, &NamedProperty::first);
+}
+
+bool HIDDevice::hasProperty(std::string_view key) const noexcept {
+    return findProperty(key) != properties_.end();
+}
+
 void HIDDevice::setProperty(std::string_view key, PropertyValue value) {
-    properties_.insert_or_assign(std::string(key), std::move(value));
+    constexpr std::size_t usualProperties = 6;
     ++propertyRevision_;
+    const auto found = findProperty(key);
+    if (found != properties_.end()) {
+        properties_[static_cast<std::size_t>(found - properties_.begin())].second = std::move(value);
+        return;
+    }
+    if (properties_.empty()) {
+        properties_.reserve(usualProperties);
+    }
+    properties_.emplace_back(key, std::move(value));
 }
 
 void HIDDevice::setProperties(HIDProperties properties) {
-    propertyRevision_ += properties.size();
-    properties.merge(properties_); // those that are set anew stay behind
-    properties_ = std::move(properties);
+    for (auto& [key, value] : properties) {
+        setProperty(key, std::move(value));
+    }
 }
 
 void HIDDevice::removeProperty(std::string_view key) {
-    if (const auto found = properties_.find(key); found != properties_.end()) {
+    if (const auto found = findProperty(key); found != properties_.end()) {
         properties_.erase(found);
         ++propertyRevision_;
     }
@@ -133,25 +163,20 @@ void HIDDevice::setLastKnownValue(IOHIDElementRef element, std::optional<std::in
     }
 }
 
-bool HIDDevice::matches(const HIDMatchingDictionary& criterion) {
-    const auto wantedPage = criterion.find(usagePageKey);
-    const auto wantedUsage = criterion.find(usageKey);
-    const auto fits = [&](std::int64_t usagePage, std::int64_t usage) {
-        return (wantedPage == criterion.end() || wantedPage->second == usagePage) &&
-               (wantedUsage == criterion.end() || wantedUsage->second == usage);
-    };
-    const auto anyCollectionFits = [&] {
-        if (!usagePairs_.empty()) {
-            return std::ranges::any_of(usagePairs_,
-                                       [&](HIDUsagePair pair) { return fits(pair.usagePage, pair.usage); });
-        }
-        return (wantedPage == criterion.end() || isInteger(property("PrimaryUsagePage"), wantedPage->second)) &&
-               (wantedUsage == criterion.end() || isInteger(property("PrimaryUsage"), wantedUsage->second));
-    };
-    const bool othersFit = std::ranges::all_of(criterion, [&](const auto& entry) {
-        return entry.first == usagePageKey || entry.first == usageKey || isInteger(property(entry.first), entry.second);
+bool HIDDevice::fits(const HIDCriterion& criterion) {
+    const bool othersFit = std::ranges::all_of(
+        criterion.others, [&](const auto& other) { return isInteger(property(other.first), other.second); });
+    if (!othersFit) {
+        return false;
+    }
+    const auto& [page, usage, others] = criterion;
+    if (usagePairs_.empty()) {
+        return (!page || isInteger(property("PrimaryUsagePage"), *page)) &&
+               (!usage || isInteger(property("PrimaryUsage"), *usage));
+    }
+    return std::ranges::any_of(usagePairs_, [&](HIDUsagePair pair) {
+        return (!page || *page == std::int64_t{pair.usagePage}) && (!usage || *usage == std::int64_t{pair.usage});
     });
-    return othersFit && anyCollectionFits();
 }
 
 } // namespace qz::platform

@@ -16,6 +16,14 @@ struct HIDUsagePair {
     std::uint32_t usage = 0;
 };
 
+/// A matching dictionary in the form in which devices are tested against it.
+struct HIDCriterion {
+    std::optional<std::int32_t> usagePage = std::nullopt;
+    std::optional<std::int32_t> usage = std::nullopt;
+    std::vector<std::pair<std::string, std::int32_t>> others = {}; ///< integer properties by name
+};
+QZGC_EXPORT HIDCriterion criterionOf(const HIDMatchingDictionary& dictionary);
+
 /// What an IOHIDDeviceRef points to: the properties, elements and last known values of one device, the same in every
 /// back end. A back end derives its devices from this class and writes through the protected operations.
 ///
@@ -38,7 +46,8 @@ public:
 
     /// Whether the device has all that `criterion` names. "DeviceUsagePage" and "DeviceUsage" are tested against each
     /// application collection as a pair, every other name against the integer property of that name.
-    bool matches(const HIDMatchingDictionary& criterion);
+    bool fits(const HIDCriterion& criterion);
+    bool matches(const HIDMatchingDictionary& criterion) { return fits(criterionOf(criterion)); }
 
     /// What describes the device in a recording (platform/report/Recording.h), as far as it is known; nothing for one
     /// that has no report descriptor. A virtual device made of it has the same elements and the same IDs.
@@ -57,6 +66,8 @@ protected:
     void setProperty(std::string_view key, PropertyValue value);
     /// Sets all of these.
     void setProperties(HIDProperties properties);
+    /// Whether the property is there, without asking the back end for more.
+    bool hasProperty(std::string_view key) const noexcept;
     void removeProperty(std::string_view key);
 
     /// Takes the elements over, once. `children[i]` lists the members of element i as indices, absent where there is no
@@ -77,9 +88,12 @@ protected:
     void markGone() noexcept { gone_ = true; }
 
 private:
+    using NamedProperty = std::pair<std::string, PropertyValue>;
+
+    std::vector<NamedProperty>::const_iterator findProperty(std::string_view key) const noexcept;
     std::optional<std::size_t> indexOf(IOHIDElementRef element) const;
 
-    HIDProperties properties_;
+    std::vector<NamedProperty> properties_; ///< a handful, which a search from the front finds soonest
     std::uint64_t propertyRevision_ = 0;
     std::vector<HIDUsagePair> usagePairs_;
     std::optional<std::vector<HIDElement>> elements_;

@@ -2,6 +2,7 @@
 #include "platform/HIDManagerBase.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace qz::platform {
@@ -48,7 +49,8 @@ private:
 HIDManagerBase::~HIDManagerBase() = default;
 
 void HIDManagerBase::setDeviceMatchingMultiple(std::span<const HIDMatchingDictionary> criteria) {
-    criteria_.assign(criteria.begin(), criteria.end());
+    criteria_.clear();
+    std::ranges::transform(criteria, std::back_inserter(criteria_), criterionOf);
     if (discovering_) {
         discover();
     }
@@ -158,7 +160,7 @@ void HIDManagerBase::holdBack() {
 }
 
 bool HIDManagerBase::isWanted(HIDDevice& device) const {
-    return std::ranges::any_of(criteria_, [&](const HIDMatchingDictionary& each) { return device.matches(each); });
+    return std::ranges::any_of(criteria_, [&](const HIDCriterion& each) { return device.fits(each); });
 }
 
 bool HIDManagerBase::reportArrival(const std::shared_ptr<HIDDevice>& device) {

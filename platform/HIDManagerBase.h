@@ -8,7 +8,9 @@ namespace qz::platform {
 
 /// What the managers of all back ends share: the registered callbacks and criteria, the scheduling, and the promises
 /// that HID.h makes about the order of callbacks.
-class HIDManagerBase : public HIDManager, private RunLoopSource {
+///
+/// The source comes first because it is called for every report: a call of what is no first base takes a detour.
+class HIDManagerBase : private RunLoopSource, public HIDManager {
 public:
     void setDeviceMatchingMultiple(std::span<const HIDMatchingDictionary> criteria) override;
     void registerDeviceMatchingCallback(IOHIDDeviceCallback callback, void* context) override;
@@ -81,7 +83,7 @@ private:
     std::size_t deliverAll(int milliseconds);
     void holdBack();
 
-    std::vector<HIDMatchingDictionary> criteria_;
+    std::vector<HIDCriterion> criteria_;
     Registration<IOHIDDeviceCallback> matching_;
     Registration<IOHIDDeviceCallback> removal_;
     Registration<IOHIDValueCallback> inputValue_;

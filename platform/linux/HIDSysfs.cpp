@@ -13,6 +13,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <optional>
+#include <utility>
 
 namespace qz::platform {
 
@@ -168,17 +169,17 @@ bool isHIDRawName(std::string_view name) {
     return name.starts_with(nodePrefix) && isDigits(name.substr(nodePrefix.size()));
 }
 
-bool listHIDRawNodes(SystemCalls& calls, const std::string& classDirectory, std::vector<std::string>& names) {
-    const FileDescriptor directory(calls, retryInterrupted([&] {
-                                       return calls.open(classDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
-                                   }));
-    if (!directory.isOpen()) {
+bool HIDRawClass::list(std::vector<std::string>& names) {
+    close();
+    descriptor_ =
+        retryInterrupted([&] { return calls_.open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0); });
+    if (descriptor_ < 0) {
         return errno == ENOENT || errno == ENOTDIR || errno == EACCES || errno == EPERM;
     }
     alignas(dirent64) std::array<char, 8192> entries;
     ssize_t size = 0;
     while ((size = retryInterrupted(
-                [&] { return calls.readDirectory(directory.number(), entries.data(), entries.size()); })) > 0) {
+                [&] { return calls_.readDirectory(descriptor_, entries.data(), entries.size()); })) > 0) {
         for (ssize_t offset = 0; offset < size;) {
             const auto* const entry = reinterpret_cast<const dirent64*>(entries.data() + offset);
             if (isHIDRawName(entry->d_name)) {
@@ -194,6 +195,12 @@ bool listHIDRawNodes(SystemCalls& calls, const std::string& classDirectory, std:
     return size == 0;
 }
 
+void HIDRawClass::close() noexcept {
+    if (descriptor_ >= 0) {
+        calls_.close(std::exchange(descriptor_, -1));
+    }
+}
+
 int readReportDescriptor(SystemCalls& calls, const HIDDevicePath& device, std::vector<std::uint8_t>& bytes) {
     std::array<char, mostBytes> text;
     std::size_t count = 0;
@@ -202,25 +209,28 @@ int readReportDescriptor(SystemCalls& calls, const HIDDevicePath& device, std::v
     return error;
 }
 
-HIDDevicePath readDevicePath(SystemCalls& calls, const std::string& classDirectory, const std::string& name) {
-    const std::string entry = classDirectory + "/" + name;
+HIDDevicePath HIDRawClass::devicePath(const std::string& name) const {
+    const bool isOpen = descriptor_ >= 0;
+    const std::string entry = isOpen ? name : joined({directory_, "/", name});
     std::array<char, page> buffer;
-    const ssize_t size = retryInterrupted([&] { return calls.readLink(entry.c_str(), buffer.data(), buffer.size()); });
+    const ssize_t size = retryInterrupted([&] {
+        return calls_.readLinkAt(isOpen ? descriptor_ : AT_FDCWD, entry.c_str(), buffer.data(), buffer.size());
+    });
     if (size <= 0 || static_cast<std::size_t>(size) == buffer.size()) {
-        return {entry + "/device", {}};
+        return {joined({directory_, "/", name, "/device"}), {}};
     }
     // Such as "../../devices/pci0000:00/.../0003:046D:C215.0001/hidraw/hidraw0". The way up is cut short here: the
     // kernel would walk it anew with every file, and these directories are never links.
     std::string_view link(buffer.data(), static_cast<std::size_t>(size));
-    std::string_view above = classDirectory;
+    std::string_view above = directory_;
     while (takePrefix(link, "../")) {
         above = parentPath(above);
     }
     return {joined({above, "/", parentPath(parentPath(link))}), joined({"/", link})};
 }
 
-HIDIdentity identityInName(const HIDDevicePath& device) {
-    HIDIdentity identity{.path = device.path};
+HIDIdentity numbersInName(const HIDDevicePath& device) {
+    HIDIdentity identity;
     const std::string_view name = lastComponent(device.directory);
     takeNumbers(name.substr(0, name.rfind('.')), identity);
     return identity;
@@ -232,7 +242,8 @@ bool readProperties(SystemCalls& calls, const HIDDevicePath& device, HIDProperti
     if (const int error = readFile(calls, device.directory + "/uevent", text, count); error != 0) {
         return !mayPass(error);
     }
-    HIDIdentity found = identityInName(device);
+    HIDIdentity found = numbersInName(device);
+    found.path = device.path;
     takeVariables({text.data(), count}, found);
     HIDProperties all = propertiesOf(found);
     if (isUSB(found) && !setUSBProperties(calls, device.directory, all, found)) {

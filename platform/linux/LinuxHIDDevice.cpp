@@ -37,11 +37,6 @@ IOReturn statusOfOpening(int error) noexcept {
 
 namespace {
 
-HIDProperties knownProperties(const HIDIdentity& identity) {
-    const bool isKnown = identity.bus != 0 || identity.vendor != 0 || identity.product != 0;
-    return isKnown ? propertiesOfNumbers(identity) : HIDProperties{};
-}
-
 std::uint16_t cut(std::uint32_t number) {
     return static_cast<std::uint16_t>(number); // the kernel's numbers of devices have 16 bits, whatever their type
 }
@@ -50,12 +45,17 @@ std::uint16_t cut(std::uint32_t number) {
 
 LinuxHIDDevice::LinuxHIDDevice(SystemCalls& calls, std::vector<std::uint8_t> bytes, ReportDescriptor descriptor,
                                HIDDevicePath path)
-    : LinuxHIDDevice(calls, std::move(bytes), std::move(descriptor), path, identityInName(path)) {}
-
-LinuxHIDDevice::LinuxHIDDevice(SystemCalls& calls, std::vector<std::uint8_t> bytes, ReportDescriptor descriptor,
-                               HIDDevicePath& path, HIDIdentity identity)
-    : ReportDevice(std::move(descriptor), knownProperties(identity)), calls_(calls), path_(std::move(path)),
-      bytes_(std::move(bytes)), identity_(std::move(identity)) {}
+    : ReportDevice(std::move(descriptor), {}), calls_(calls), path_(std::move(path)), bytes_(std::move(bytes)),
+      identity_(numbersInName(path_)) {
+    if (identity_.bus == 0 && identity_.vendor == 0 && identity_.product == 0) {
+        return;
+    }
+    setProperty("VendorID", std::int64_t{identity_.vendor});
+    setProperty("ProductID", std::int64_t{identity_.product});
+    if (const std::string_view transport = transportOf(identity_); !transport.empty()) {
+        setProperty("Transport", std::string(transport));
+    }
+}
 
 LinuxHIDDevice::~LinuxHIDDevice() {
     closeNode();

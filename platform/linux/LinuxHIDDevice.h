@@ -48,9 +48,6 @@ public:
     using ReportDevice::forgetValues;
 
 private:
-    LinuxHIDDevice(SystemCalls& calls, std::vector<std::uint8_t> bytes, ReportDescriptor descriptor,
-                   HIDDevicePath& path, HIDIdentity identity);
-
     SystemCalls& calls_;
     HIDDevicePath path_;
     std::vector<std::uint8_t> bytes_; ///< of the report descriptor

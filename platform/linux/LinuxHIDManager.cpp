@@ -9,7 +9,7 @@
 namespace qz::platform {
 
 LinuxHIDManager::LinuxHIDManager(const LinuxHIDPaths& paths, SystemCalls& calls)
-    : paths_(paths), calls_(calls), watch_(calls, paths.deviceDirectory) {}
+    : paths_(paths), calls_(calls), watch_(calls, paths.deviceDirectory), class_(calls, paths.classDirectory) {}
 
 LinuxHIDManager::~LinuxHIDManager() {
     for (const Node& node : nodes_) {
@@ -222,6 +222,9 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
 
 /// Forgets of what has been read in this round that it may have more, as far as the kernel will say so.
 [[gnu::hot]] void LinuxHIDManager::leaveToKernel() noexcept {
+    if (nextReady_ == 0) {
+        return;
+    }
     const auto next = ready_.begin() + static_cast<std::ptrdiff_t>(nextReady_);
     const auto rest =
         std::remove_if(ready_.begin(), next, [this](std::uint64_t each) { return isToldByKernel(findNode(each)); });

@@ -44,6 +44,11 @@ private:
         bool isReported = false;                          ///< for certain; it remains so until it has gone
         IOReturn reported = kIOReturnSuccess;             ///< why it cannot be opened, as far as that has been told
     };
+    /// The nodes of one name.
+    struct Namesakes {
+        Node* present = nullptr;     ///< the one that is not deleted
+        bool someAreDeleted = false; ///< and still to be drained
+    };
     /// Something to report, in its turn.
     struct Notice {
         enum class Kind : std::uint8_t { Arrival, Removal, Failure } kind;
@@ -59,7 +64,7 @@ private:
 
     ~LinuxHIDManager() override;
 
-    int fileDescriptor() const noexcept override { return watch_.fileDescriptor(); }
+    [[gnu::hot]] int fileDescriptor() const noexcept override { return watch_.fileDescriptor(); }
     bool mayBeAskedAnytime() const noexcept override { return true; }
     bool acquire() override;
     void discover() override;
@@ -102,14 +107,15 @@ private:
     bool hasWork() const noexcept;
 
     std::string nodePath(const Node& node) const;
-    Node* findNode(std::string_view name);
+    Namesakes findNodes(std::string_view name) noexcept;
     Node* findNode(std::uint64_t serial) noexcept;
-    Node& nodeNamed(const std::string& name);
+    Node& addNode(const std::string& name);
     std::uint64_t nextSerial();
 
     const LinuxHIDPaths& paths_;
     SystemCalls& calls_;
     HIDRawWatch watch_;
+    HIDRawClass class_;
     std::list<Node> nodes_;
     std::vector<Node*> places_; ///< each node where its serial says; null where none is
     std::deque<Notice> notices_;

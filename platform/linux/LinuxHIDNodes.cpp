@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/LinuxHIDManager.h"
 
+#include "platform/Text.h"
+
 #include <algorithm>
 #include <fcntl.h>
 #include <utility>
@@ -9,7 +11,7 @@ namespace qz::platform {
 
 void LinuxHIDManager::list() {
     std::vector<std::string> names;
-    isListed_ = listHIDRawNodes(calls_, paths_.classDirectory, names);
+    isListed_ = class_.list(names);
     for (auto next = nodes_.begin(); isListed_ && next != nodes_.end();) {
         Node& node = *next++;
         if (!node.isDeleted && std::ranges::find(names, node.name) == names.end()) {
@@ -19,20 +21,21 @@ void LinuxHIDManager::list() {
     for (const std::string& name : names) {
         visit(name);
     }
+    class_.close();
     confirmOpened();
 }
 
 /// Looks at the node that has this name now, which may be another than the one known.
 void LinuxHIDManager::visit(const std::string& name) {
-    if (Node* const node = findNode(name); node != nullptr && isStale(*node)) {
-        nodeDeleted(*node);
+    Namesakes found = findNodes(name);
+    if (found.present != nullptr && isStale(*found.present)) {
+        nodeDeleted(*found.present);
+        found = findNodes(name);
     }
-    const bool isStillDraining =
-        std::ranges::any_of(nodes_, [&](const Node& node) { return node.name == name && node.isDeleted; });
-    if (isStillDraining) {
-        changes_.push_back({NodeChange::Kind::Created, name}); // its removal comes first
+    if (found.someAreDeleted) {
+        changes_.push_back({NodeChange::Kind::Created, name}); // the removals come first
     } else {
-        examine(nodeNamed(name));
+        examine(found.present != nullptr ? *found.present : addNode(name));
     }
 }
 
@@ -40,9 +43,8 @@ bool LinuxHIDManager::isStale(const Node& node) const {
     if (!node.device) {
         return true; // nothing is lost by looking again
     }
-    return node.device->isOpen()
-               ? node.device->isNodeDeleted()
-               : readDevicePath(calls_, paths_.classDirectory, node.name).path != node.device->sysfsPath();
+    return node.device->isOpen() ? node.device->isNodeDeleted()
+                                 : class_.devicePath(node.name).path != node.device->sysfsPath();
 }
 
 /// Whether there is a node of this name, as far as that has to be asked. The kernel deletes a node before it takes the
@@ -83,7 +85,7 @@ void LinuxHIDManager::apply(const NodeChange& change) {
         return;
     case NodeChange::Kind::Deleted:
         // A list may have been quicker than the news: what is known may be a later node of this name.
-        if (Node* const node = findNode(change.name); node != nullptr && (isStale(*node) || !isThere(*node))) {
+        if (Node* const node = findNodes(change.name).present; node != nullptr && (isStale(*node) || !isThere(*node))) {
             nodeDeleted(*node);
         }
         return;
@@ -110,7 +112,7 @@ void LinuxHIDManager::examine(Node& node) {
 
 void LinuxHIDManager::identify(Node& node) {
     // The place first: what stands there is this device's, while the name may be another's by the next call.
-    HIDDevicePath path = readDevicePath(calls_, paths_.classDirectory, node.name);
+    HIDDevicePath path = class_.devicePath(node.name);
     std::vector<std::uint8_t> bytes;
     if (const int error = readReportDescriptor(calls_, path, bytes); error != 0) {
         isListed_ = isListed_ && statusOfOpening(error) != kIOReturnNoResources;
@@ -159,8 +161,7 @@ void LinuxHIDManager::confirmOpened() {
         if (!std::exchange(node.isToBeConfirmed, false)) {
             continue;
         }
-        if (hasChanged(node) &&
-            readDevicePath(calls_, paths_.classDirectory, node.name).path != node.device->sysfsPath()) {
+        if (hasChanged(node) && class_.devicePath(node.name).path != node.device->sysfsPath()) {
             node.device->closeNode(); // the news of the other device is on the way
             continue;
         }
@@ -245,13 +246,18 @@ void LinuxHIDManager::end(Node& node) {
 }
 
 std::string LinuxHIDManager::nodePath(const Node& node) const {
-    return paths_.deviceDirectory + "/" + node.name;
+    return joined({paths_.deviceDirectory, "/", node.name});
 }
 
-LinuxHIDManager::Node* LinuxHIDManager::findNode(std::string_view name) {
-    const auto found =
-        std::ranges::find_if(nodes_, [&](const Node& node) { return node.name == name && !node.isDeleted; });
-    return found != nodes_.end() ? &*found : nullptr;
+LinuxHIDManager::Namesakes LinuxHIDManager::findNodes(std::string_view name) noexcept {
+    Namesakes found;
+    for (Node& node : nodes_) {
+        if (node.name == name) {
+            found.someAreDeleted = found.someAreDeleted || node.isDeleted;
+            found.present = node.isDeleted ? found.present : &node;
+        }
+    }
+    return found;
 }
 
 [[gnu::hot]] LinuxHIDManager::Node* LinuxHIDManager::findNode(std::uint64_t serial) noexcept {
@@ -260,11 +266,7 @@ LinuxHIDManager::Node* LinuxHIDManager::findNode(std::string_view name) {
     return node != nullptr && node->serial == serial ? node : nullptr;
 }
 
-LinuxHIDManager::Node& LinuxHIDManager::nodeNamed(const std::string& name) {
-    Node* const known = findNode(name);
-    if (known != nullptr) {
-        return *known;
-    }
+LinuxHIDManager::Node& LinuxHIDManager::addNode(const std::string& name) {
     const std::uint64_t serial = nextSerial();
     Node& node = nodes_.emplace_back(Node{.serial = serial, .name = name});
     places_[static_cast<std::uint32_t>(serial)] = &node;

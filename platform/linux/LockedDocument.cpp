@@ -37,7 +37,7 @@ int followLinks(SystemCalls& calls, std::string& path) {
     std::array<char, PATH_MAX> buffer{};
     for (int i = 0; i < longestChain; ++i) {
         const ssize_t length =
-            retryInterrupted([&] { return calls.readLink(path.c_str(), buffer.data(), buffer.size()); });
+            retryInterrupted([&] { return calls.readLinkAt(AT_FDCWD, path.c_str(), buffer.data(), buffer.size()); });
         if (length < 0) {
             return errno == EINVAL || errno == ENOENT ? 0 : errno;
         }

@@ -90,8 +90,8 @@ int SystemCalls::unlinkAt(int directory, const char* path, int flags) {
     return ::unlinkat(directory, path, flags);
 }
 
-ssize_t SystemCalls::readLink(const char* path, char* buffer, std::size_t size) {
-    return ::readlink(path, buffer, size);
+ssize_t SystemCalls::readLinkAt(int directory, const char* path, char* buffer, std::size_t size) {
+    return ::readlinkat(directory, path, buffer, size);
 }
 
 int SystemCalls::makeDirectory(const char* path, mode_t mode) {

@@ -43,7 +43,7 @@ public:
     virtual int lockFile(int descriptor, int operation); ///< flock
     virtual int renameAt(int fromDirectory, const char* from, int toDirectory, const char* to);
     virtual int unlinkAt(int directory, const char* path, int flags);
-    virtual ssize_t readLink(const char* path, char* buffer, std::size_t size);
+    virtual ssize_t readLinkAt(int directory, const char* path, char* buffer, std::size_t size);
     virtual int makeDirectory(const char* path, mode_t mode);
     virtual ssize_t readDirectory(int directory, void* entries, std::size_t size); ///< getdents64
     virtual int resourceLimit(int resource, rlimit* limit);

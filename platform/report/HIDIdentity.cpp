@@ -140,22 +140,28 @@ bool isUSB(const HIDIdentity& identity) noexcept {
     return identity.bus == busUSB;
 }
 
-HIDProperties propertiesOfNumbers(const HIDIdentity& identity) {
-    HIDProperties properties;
-    properties.emplace("VendorID", std::int64_t{identity.vendor});
-    properties.emplace("ProductID", std::int64_t{identity.product});
-    const std::array<std::pair<std::uint32_t, const char*>, 5> names{
-        {{busUSB, "USB"}, {busBluetooth, "Bluetooth"}, {busVirtual, "Virtual"}, {busI2C, "I2C"}, {busSPI, "SPI"}}};
-    for (const auto& [bus, name] : names) {
-        if (bus == identity.bus) {
-            properties.emplace("Transport", std::string(name));
-        }
+std::string_view transportOf(const HIDIdentity& identity) noexcept {
+    switch (identity.bus) {
+    case busUSB:
+        return "USB";
+    case busBluetooth:
+        return "Bluetooth";
+    case busVirtual:
+        return "Virtual";
+    case busI2C:
+        return "I2C";
+    case busSPI:
+        return "SPI";
+    default:
+        return {};
     }
-    return properties;
 }
 
 HIDProperties propertiesOf(const HIDIdentity& identity) {
-    HIDProperties properties = propertiesOfNumbers(identity);
+    HIDProperties properties;
+    properties.emplace("VendorID", std::int64_t{identity.vendor});
+    properties.emplace("ProductID", std::int64_t{identity.product});
+    setText(properties, "Transport", transportOf(identity));
     setText(properties, "Product", identity.name);
     setText(properties, "SerialNumber", identity.uniq);
     properties.emplace("LocationID", locationID({.isBluetooth = identity.bus == busBluetooth,

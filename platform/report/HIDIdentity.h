@@ -33,8 +33,8 @@ bool isUSB(const HIDIdentity& identity) noexcept;
 /// "LocationID". What is empty or unknown is absent.
 HIDProperties propertiesOf(const HIDIdentity& identity);
 
-/// Those of them that follow from the three numbers.
-HIDProperties propertiesOfNumbers(const HIDIdentity& identity);
+/// What "Transport" says; empty when the bus is none of those that have a name.
+std::string_view transportOf(const HIDIdentity& identity) noexcept;
 
 /// Sets a property to a text, of which bytes that are not UTF-8 are replaced; an empty text is none.
 void setText(HIDProperties& properties, const char* key, std::string_view text);

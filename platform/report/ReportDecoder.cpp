@@ -8,7 +8,6 @@ namespace qz::platform {
 namespace {
 
 constexpr std::size_t bitsPerWord = 64;
-constexpr std::size_t bytesPerWord = 8;
 
 /// How many words are kept for comparing: 32 KiB of reports, several times what the largest real device sends. Reports
 /// beyond them are decoded whole each time, which answers the same.
@@ -107,7 +106,8 @@ std::size_t ReportDecoder::endOfLastWord() const {
 
 void ReportDecoder::enterBits(Word& word, std::size_t at, std::size_t end, std::uint32_t f) const {
     const std::size_t from = at - std::size_t{word.offset} * 8;
-    for (std::size_t byte = from / 8; byte < bytesPerWord; ++byte) {
+    const std::size_t endOfBytes = bytesOf(std::min(from + (end - at), bitsPerWord));
+    for (std::size_t byte = from / 8; byte < endOfBytes; ++byte) {
         if ((word.carrying >> (8 * byte) & 0xffU) == 0) {
             word.fieldOf[byte] = static_cast<std::uint8_t>(f - word.firstField);
         }
@@ -125,7 +125,8 @@ void ReportDecoder::forgetReports() noexcept {
     }
 }
 
-std::span<const std::uint32_t> ReportDecoder::feed(std::span<const std::uint8_t> report, std::span<Value> values) {
+[[gnu::hot]] std::span<const std::uint32_t> ReportDecoder::feed(std::span<const std::uint8_t> report,
+                                                                std::span<Value> values) {
     changedCount_ = 0;
     if (report.empty()) {
         return {};
@@ -183,7 +184,8 @@ void ReportDecoder::takeAll(Report& report, std::span<const std::uint8_t> bytes,
     }
 }
 
-void ReportDecoder::readField(const Field& field, std::span<const std::uint8_t> bytes, std::span<Value> values) {
+[[gnu::hot]] void ReportDecoder::readField(const Field& field, std::span<const std::uint8_t> bytes,
+                                           std::span<Value> values) {
     if (field.isArray) {
         if (bytesOf(field.end) <= bytes.size()) {
             readArray(arrays_[field.index], bytes, values);

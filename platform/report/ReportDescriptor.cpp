@@ -76,7 +76,7 @@ public:
         while (!error_ && at_ < bytes_.size()) {
             readItem();
         }
-        if (!error_ && !open_.empty()) {
+        if (!error_ && depth_ != 0) {
             refuse(bytes_.size(), "a collection is left open");
         }
         if (error_) {
@@ -152,10 +152,11 @@ private:
         case MainTag::Collection:
             return openCollection(item);
         case MainTag::EndCollection:
-            if (open_.empty()) {
+            if (depth_ == 0) {
                 return refuse(item.offset, "no collection is open that could end here");
             }
-            open_.pop_back();
+            --depth_;
+            innermost_ = result_.parents[innermost_];
             return;
         }
     }
@@ -218,22 +219,22 @@ private:
             refuse(item.offset, "more than 16384 elements");
             return false;
         }
-        if (count * open_.size() > Limits::memberships - memberships_) {
+        if (count * depth_ > Limits::memberships - memberships_) {
             refuse(item.offset, "more than 32768 memberships of elements in collections");
             return false;
         }
-        memberships_ += count * open_.size();
+        memberships_ += count * depth_;
         return true;
     }
 
     void make(HIDElement element) {
         element.cookie = static_cast<std::uint32_t>(result_.elements.size() + 1);
-        result_.parents.push_back(open_.empty() ? ReportDescriptor::noParent : open_.back());
+        result_.parents.push_back(innermost_);
         result_.elements.push_back(element);
     }
 
     void openCollection(const Item& item) {
-        if (open_.size() == Limits::collectionDepth) {
+        if (depth_ == Limits::collectionDepth) {
             return refuse(item.offset, "more than 64 collections within each other");
         }
         if (!mayMake(1, item)) {
@@ -249,7 +250,8 @@ private:
               .collectionType = collectionType,
               .usagePage = usage.usagePage,
               .usage = usage.usage});
-        open_.push_back(static_cast<std::uint32_t>(result_.elements.size() - 1));
+        ++depth_;
+        innermost_ = static_cast<std::uint32_t>(result_.elements.size() - 1);
     }
 
     void takeField(const Item& item, Kind kind) {
@@ -340,7 +342,8 @@ private:
     Globals globals_;
     std::vector<Globals> pushed_;
     UsageList usages_;
-    std::vector<std::uint32_t> open_; // the collections around the next element, as indices
+    std::size_t depth_ = 0;                                // the number of collections around the next element
+    std::uint32_t innermost_ = ReportDescriptor::noParent; // of these
     std::uint64_t memberships_ = 0;
     std::array<std::vector<std::uint64_t>, 3> reportEnds_; // in bits, for each kind and report ID
 };

@@ -13,11 +13,16 @@ ReportDevice::~ReportDevice() = default;
 
 ReportDevice::ReportDevice(ReportDescriptor descriptor, HIDProperties properties)
     : decoder_(std::make_unique<ReportDecoder>(descriptor)) {
-    if (!descriptor.applications.empty()) {
-        properties.try_emplace("PrimaryUsagePage", std::int64_t{descriptor.applications.front().usagePage});
-        properties.try_emplace("PrimaryUsage", std::int64_t{descriptor.applications.front().usage});
-    }
     setProperties(std::move(properties));
+    if (!descriptor.applications.empty()) {
+        const HIDUsagePair primary = descriptor.applications.front();
+        for (const auto& [key, number] :
+             {std::pair{"PrimaryUsagePage", primary.usagePage}, std::pair{"PrimaryUsage", primary.usage}}) {
+            if (!hasProperty(key)) {
+                setProperty(key, std::int64_t{number});
+            }
+        }
+    }
     setUsagePairs(std::move(descriptor.applications));
     setElementTree(std::move(descriptor.elements), descriptor.parents);
 }

@@ -3,6 +3,7 @@
 
 #include "platform/Export.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -24,13 +25,23 @@ struct ReportField {
 
 /// Up to eight bytes from `offset` on as a little-endian number; bytes beyond the end of `bytes` read as 0.
 inline std::uint64_t loadLittleEndian(std::span<const std::uint8_t> bytes, std::size_t offset) noexcept {
+    const std::size_t count = offset < bytes.size() ? bytes.size() - offset : 0;
+    const std::uint8_t* const first = bytes.data() + offset;
     std::uint64_t loaded = 0;
-    if (std::endian::native == std::endian::little && offset + sizeof loaded <= bytes.size()) {
-        std::memcpy(&loaded, bytes.data() + offset, sizeof loaded);
-        return loaded;
+    if constexpr (std::endian::native == std::endian::little) {
+        if (count >= sizeof loaded) {
+            std::memcpy(&loaded, first, sizeof loaded);
+            return loaded;
+        }
+        // Many reports are shorter. Four to seven bytes are two numbers that may overlap, which changes nothing.
+        if (std::uint32_t low = 0, high = 0; count >= sizeof low) {
+            std::memcpy(&low, first, sizeof low);
+            std::memcpy(&high, first + count - sizeof high, sizeof high);
+            return low | std::uint64_t{high} << (8 * (count - sizeof high));
+        }
     }
-    for (std::size_t i = 0; i < sizeof loaded && offset + i < bytes.size(); ++i) {
-        loaded |= std::uint64_t{bytes[offset + i]} << (8 * i);
+    for (std::size_t i = 0; i < std::min(count, sizeof loaded); ++i) {
+        loaded |= std::uint64_t{first[i]} << (8 * i);
     }
     return loaded;
 }

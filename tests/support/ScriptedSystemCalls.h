@@ -78,8 +78,8 @@ public:
     int unlinkAt(int directory, const char* path, int flags) override {
         return asked("unlinkAt") ? SystemCalls::unlinkAt(directory, path, flags) : -1;
     }
-    ssize_t readLink(const char* path, char* buffer, std::size_t size) override {
-        return asked("readLink") ? SystemCalls::readLink(path, buffer, size) : -1;
+    ssize_t readLinkAt(int directory, const char* path, char* buffer, std::size_t size) override {
+        return asked("readLinkAt") ? SystemCalls::readLinkAt(directory, path, buffer, size) : -1;
     }
     int makeDirectory(const char* path, mode_t mode) override {
         return asked("makeDirectory") ? SystemCalls::makeDirectory(path, mode) : -1;

@@ -30,7 +30,7 @@ const std::map<std::string, std::vector<int>, std::less<>> plausibleErrors = {
     {"lockFile", {EINTR, EWOULDBLOCK, ENOLCK, EOPNOTSUPP}},
     {"renameAt", {EINTR, EIO, ENOSPC, EDQUOT, EROFS, EACCES, EISDIR}},
     {"unlinkAt", {EIO, EACCES, ENOENT}},
-    {"readLink", {EINTR, EIO, EACCES, ELOOP}},
+    {"readLinkAt", {EINTR, EIO, EACCES, ELOOP}},
     {"makeDirectory", {EACCES, ENOSPC, EDQUOT, EROFS}},
     {"readDirectory", {EIO, ENOENT}},
     {"resourceLimit", {EINVAL}},
@@ -38,7 +38,7 @@ const std::map<std::string, std::vector<int>, std::less<>> plausibleErrors = {
 };
 
 const std::set<std::string, std::less<>> callsThatAreMadeAgain = {
-    "open", "openAt", "read", "write", "synchronizeFile", "lockFile", "renameAt", "readLink", "close", "sleep"};
+    "open", "openAt", "read", "write", "synchronizeFile", "lockFile", "renameAt", "readLinkAt", "close", "sleep"};
 
 /// What stands on the disk at the beginning, and what comes there before the store writes.
 struct Scene {

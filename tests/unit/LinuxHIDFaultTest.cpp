@@ -35,7 +35,7 @@ const std::map<std::string, std::vector<int>, std::less<>> plausibleErrors = {
     {"poll", {EINTR, ENOMEM}},
     {"read", {EINTR, EAGAIN, EIO, ENODEV, ESHUTDOWN, ENOMEM}},
     {"readDirectory", {EIO, ENOENT, ENOMEM}},
-    {"readLink", {EINTR, EACCES, EIO, ENOENT, ENOMEM}},
+    {"readLinkAt", {EINTR, EACCES, EIO, ENOENT, ENOMEM}},
     {"renameAt", {EINTR, EIO, ENOSPC, EROFS, EACCES}},
     {"resourceLimit", {EINVAL}},
     {"sleep", {EINTR}},
@@ -218,7 +218,7 @@ TEST(FailingSystemCallsOfHIDDevices, LeaveEverySessionAfterThemWhole) {
     RecordProperty("combinations", combinations);
     for (const char* const call :
          {"close", "epollControl", "epollCreate", "epollWait", "eventCreate", "fileStatus", "inotifyAddWatch",
-          "inotifyCreate", "open", "poll", "read", "readDirectory", "readLink"}) {
+          "inotifyCreate", "open", "poll", "read", "readDirectory", "readLinkAt"}) {
         EXPECT_TRUE(failed.contains(call)) << call << " never came";
     }
 }

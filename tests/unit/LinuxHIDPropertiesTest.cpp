@@ -252,7 +252,7 @@ TEST_F(LinuxHIDProperties, AreNeverThoseOfTheNextDeviceOnTheSameNode) {
 }
 
 TEST_F(LinuxHIDProperties, AreFoundWithoutALinkToTheDevice) {
-    kernel.setScript([](std::string_view call) { return call == "readLink" ? EINVAL : 0; });
+    kernel.setScript([](std::string_view call) { return call == "readLinkAt" ? EINVAL : 0; });
     plug(usbStick());
     EXPECT_EQ(integer("VendorID"), 0x1234);
     EXPECT_EQ(text("Product"), "Stick");

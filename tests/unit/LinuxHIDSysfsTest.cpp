@@ -18,7 +18,7 @@ protected:
     /// Lists the devices where the directory of their class cannot be opened.
     bool listFailing(int error) {
         kernel.setScript([error](std::string_view call) { return call == "open" ? error : 0; });
-        const bool isComplete = listHIDRawNodes(kernel, kernel.paths().classDirectory, names);
+        const bool isComplete = HIDRawClass(kernel, kernel.paths().classDirectory).list(names);
         kernel.setScript(nullptr);
         return isComplete;
     }
@@ -44,7 +44,7 @@ TEST_F(LinuxHIDList, HasTheNodesByTheirNumbers) {
     for (int i = 0; i < 11; ++i) {
         kernel.plug(fakePad("pad"));
     }
-    EXPECT_TRUE(listHIDRawNodes(kernel, kernel.paths().classDirectory, names));
+    EXPECT_TRUE(HIDRawClass(kernel, kernel.paths().classDirectory).list(names));
     EXPECT_THAT(names, ElementsAre("hidraw0", "hidraw1", "hidraw2", "hidraw3", "hidraw4", "hidraw5", "hidraw6",
                                    "hidraw7", "hidraw8", "hidraw9", "hidraw10"));
 }

@@ -51,6 +51,24 @@ TEST_F(QZHIDDeviceTableTest, FindsDevicesByTheIdentityOfTheirHandle) {
     EXPECT_EQ(table.find(nullptr), nullptr);
 }
 
+TEST_F(QZHIDDeviceTableTest, FindsADeviceAgainOnlyAsLongAsItIsStored) {
+    const std::array devices{makeDevice(), makeDevice(), makeDevice()};
+    EXPECT_EQ(table.device(handle(0)), nullptr);
+    table.set(handle(0), devices[0]);
+    EXPECT_EQ(table.device(handle(0)), devices[0].get()) << "although it was asked for before";
+    EXPECT_EQ(table.device(handle(0)), devices[0].get());
+    table.set(handle(1), devices[1]);
+    EXPECT_EQ(table.device(handle(1)), devices[1].get());
+    EXPECT_EQ(table.device(handle(0)), devices[0].get());
+    table.set(handle(0), devices[2]);
+    EXPECT_EQ(table.device(handle(0)), devices[2].get());
+    table.remove(handle(0));
+    EXPECT_EQ(table.device(handle(0)), nullptr);
+    EXPECT_EQ(table.device(handle(1)), devices[1].get());
+    table.set(handle(1), nullptr);
+    EXPECT_EQ(table.device(handle(1)), nullptr);
+}
+
 TEST_F(QZHIDDeviceTableTest, KeepsTheOrderOfAdmission) {
     for (const std::size_t i : {2U, 0U, 3U, 1U}) {
         table.set(handle(i), makeDevice());
