@@ -97,6 +97,9 @@ bool HIDManagerBase::serveSchedules() {
     }
     for (Schedule& schedule : schedules_) {
         schedule.served = schedule.served || schedule.runLoop->addSource(*this, schedule.mode);
+        if (schedule.runLoop->usesDescriptors(schedule.mode)) {
+            descriptorIsUsed();
+        }
     }
     return std::ranges::all_of(schedules_, &Schedule::served);
 }

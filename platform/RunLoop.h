@@ -30,6 +30,10 @@ public:
     /// none and wants to be asked at every turn.
     virtual int fileDescriptor() const noexcept = 0;
 
+    /// Called by a loop that has answered false to `RunLoop::usesDescriptors`, before that changes: only from now on
+    /// the descriptor has to tell of everything.
+    virtual void descriptorIsUsed() noexcept {}
+
     /// Whether `perform` finds out itself that there is nothing to do, so that it may be called also when the
     /// descriptor is not readable. A loop with no other source need not ask the system first which of its sources is
     /// ready.
@@ -71,8 +75,12 @@ public:
     virtual void suspendSource(RunLoopSource& source, RunLoopMode mode);
     virtual void resumeSource(RunLoopSource& source, RunLoopMode mode);
 
+    /// Whether the loop, or who runs it, may wait for the descriptors of its sources in `mode`. While it does not, all
+    /// waiting is left to a source's `waitAndPerform`, and a source can do without what its descriptor costs.
+    virtual bool usesDescriptors(RunLoopMode /*mode*/) const noexcept { return true; }
+
     /// A descriptor that is readable while `dispatch(mode)` has something to do, owned by the loop; -1 for a loop that
-    /// is driven by hand.
+    /// is driven by hand. A program that waits in `runInMode` alone is served a little sooner if it never asks for it.
     virtual int fileDescriptor(RunLoopMode mode) const noexcept = 0;
 
     /// One turn: handles what is ready in `mode`, never waits, and returns the number of events handled.

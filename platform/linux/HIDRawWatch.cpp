@@ -42,15 +42,20 @@ bool HIDRawWatch::acquireAll() {
         return false;
     }
     inotify_ = calls_.inotifyCreate(IN_CLOEXEC | IN_NONBLOCK);
-    return inotify_ >= 0 &&
-           calls_.inotifyAddWatch(inotify_, deviceDirectory_.c_str(), IN_CREATE | IN_ATTRIB | IN_DELETE | IN_ONLYDIR) >=
-               0 &&
-           add(inotify_, changes);
+    if (inotify_ < 0 ||
+        calls_.inotifyAddWatch(inotify_, deviceDirectory_.c_str(), IN_CREATE | IN_ATTRIB | IN_DELETE | IN_ONLYDIR) <
+            0 ||
+        !watch(inotify_, changes)) {
+        return false;
+    }
+    polled_.push_back({.fd = inotify_, .events = POLLIN, .revents = 0});
+    places_.push_back({.serial = changes, .isInSet = true});
+    return true;
 }
 
 void HIDRawWatch::release() noexcept {
     polled_.clear();
-    serials_.clear();
+    places_.clear();
     closeDescriptor(inotify_);
     closeDescriptor(wake_);
     closeDescriptor(set_);
@@ -62,7 +67,7 @@ void HIDRawWatch::closeDescriptor(int& descriptor) noexcept {
     }
 }
 
-bool HIDRawWatch::watch(int descriptor, std::uint64_t serial) {
+bool HIDRawWatch::watch(int descriptor, std::uint64_t serial) noexcept {
     epoll_event event{};
     event.events = EPOLLIN;
     event.data.u64 = serial;
@@ -70,11 +75,30 @@ bool HIDRawWatch::watch(int descriptor, std::uint64_t serial) {
 }
 
 bool HIDRawWatch::add(int descriptor, std::uint64_t serial) {
-    if (std::ranges::find(polled_, descriptor, &pollfd::fd) == polled_.end()) {
-        polled_.push_back({.fd = descriptor, .events = POLLIN, .revents = 0}); // which takes no room in the kernel
-        serials_.push_back(serial);
+    auto found = std::ranges::find(polled_, descriptor, &pollfd::fd);
+    if (found == polled_.end()) {
+        found = polled_.insert(found,
+                               {.fd = descriptor, .events = POLLIN, .revents = 0}); // which takes no room in the kernel
+        places_.push_back({.serial = serial, .isInSet = false});
     }
-    return watch(descriptor, serial);
+    if (!usesSet_ && polled_.size() <= mostPolled) {
+        return true;
+    }
+    useSet();
+    return places_[static_cast<std::size_t>(found - polled_.begin())].isInSet;
+}
+
+void HIDRawWatch::useSet() noexcept {
+    usesSet_ = true;
+    fillSet();
+}
+
+void HIDRawWatch::fillSet() noexcept {
+    isMissing_ = false;
+    for (std::size_t i = 0; i < polled_.size(); ++i) {
+        places_[i].isInSet = places_[i].isInSet || watch(polled_[i].fd, places_[i].serial);
+        isMissing_ = isMissing_ || !places_[i].isInSet;
+    }
 }
 
 void HIDRawWatch::remove(int descriptor) {
@@ -82,9 +106,12 @@ void HIDRawWatch::remove(int descriptor) {
     if (found == polled_.end()) {
         return;
     }
-    // Closing alone would not do: a child process may have a copy of the descriptor, which keeps the set's entry alive.
-    calls_.epollControl(set_, EPOLL_CTL_DEL, descriptor, nullptr);
-    serials_.erase(serials_.begin() + (found - polled_.begin()));
+    const auto place = places_.begin() + (found - polled_.begin());
+    if (place->isInSet) {
+        // Closing alone would not do: a child process may have a copy of the descriptor, which keeps the set's entry.
+        calls_.epollControl(set_, EPOLL_CTL_DEL, descriptor, nullptr);
+    }
+    places_.erase(place);
     polled_.erase(found);
 }
 
@@ -101,23 +128,32 @@ void HIDRawWatch::remove(int descriptor) {
 }
 
 [[gnu::hot]] std::span<const epoll_event> HIDRawWatch::poll(int milliseconds) {
-    if (milliseconds != 0 && isAcquired() && !awake_ && polled_.size() <= mostPolled) {
+    if (!isAcquired()) {
+        return {};
+    }
+    if (isMissing_) {
+        fillSet();
+    }
+    if (awake_) {
+        milliseconds = 0;
+    }
+    if (!usesSet_ || isMissing_ || (milliseconds != 0 && polled_.size() <= mostPolled)) {
         return pollEach(milliseconds);
     }
     // What does not fit is still ready at the next turn; the kernel takes turns among the ready ones.
-    const int count =
-        isAcquired() ? calls_.epollWait(set_, events_.data(), static_cast<int>(events_.size()), milliseconds) : 0;
+    const int count = calls_.epollWait(set_, events_.data(), static_cast<int>(events_.size()), milliseconds);
     return {events_.data(), static_cast<std::size_t>(std::max(count, 0))};
 }
 
+/// The first ones that are ready, as many as are answered at once.
 [[gnu::hot]] std::span<const epoll_event> HIDRawWatch::pollEach(int milliseconds) {
     static_assert(POLLIN == EPOLLIN && POLLHUP == EPOLLHUP && POLLERR == EPOLLERR);
     const int ready = calls_.poll(polled_.data(), polled_.size(), milliseconds);
     std::size_t count = 0;
-    for (std::size_t i = 0; ready > 0 && i < polled_.size(); ++i) {
+    for (std::size_t i = 0; ready > 0 && i < polled_.size() && count < events_.size(); ++i) {
         if (polled_[i].revents != 0) {
             events_[count].events = static_cast<std::uint32_t>(polled_[i].revents);
-            events_[count].data.u64 = serials_[i];
+            events_[count].data.u64 = places_[i].serial;
             ++count;
         }
     }

@@ -25,6 +25,10 @@ struct NodeChange {
 
 /// All that one HID manager waits for, behind one descriptor: the changes of device nodes, input on the nodes that are
 /// open, and a wake-up of its own.
+///
+/// Behind the descriptor is an epoll set. The nodes are put into it only when somebody waits for the descriptor, or
+/// when there are too many for a `poll` of each: every report that comes to a node in a set has to wake the set as
+/// well.
 class HIDRawWatch {
 public:
     static constexpr std::uint64_t changes = 0; ///< stands for changes of nodes where a serial is given
@@ -42,6 +46,10 @@ public:
 
     /// -1 before `acquire`.
     int fileDescriptor() const noexcept { return set_; }
+
+    /// From now on the descriptor tells of the nodes too. What the kernel has no resources for is tried again in each
+    /// `poll`.
+    void useSet() noexcept;
 
     /// Watches a node that was opened; `serial` is above 0. False when the kernel has no resources left.
     bool add(int descriptor, std::uint64_t serial);
@@ -65,10 +73,16 @@ private:
     /// processor, where a report comes to a program that waits.
     static constexpr std::size_t mostPolled = 8;
 
+    struct Polled {
+        std::uint64_t serial;
+        bool isInSet;
+    };
+
     std::span<const epoll_event> pollEach(int milliseconds);
     bool acquireAll();
     void release() noexcept;
-    bool watch(int descriptor, std::uint64_t serial);
+    bool watch(int descriptor, std::uint64_t serial) noexcept;
+    void fillSet() noexcept;
     void closeDescriptor(int& descriptor) noexcept;
 
     SystemCalls& calls_;
@@ -77,8 +91,10 @@ private:
     int inotify_ = -1;
     int wake_ = -1;
     bool awake_ = false;
-    std::vector<pollfd> polled_;         ///< the descriptors in the set, but for what wakes it
-    std::vector<std::uint64_t> serials_; ///< of each of `polled_`
+    bool usesSet_ = false;       ///< whether the nodes have to be in the set
+    bool isMissing_ = false;     ///< whether some should be in the set and are not
+    std::vector<pollfd> polled_; ///< all descriptors but what wakes the set
+    std::vector<Polled> places_; ///< what belongs to each of `polled_`
     std::array<epoll_event, 32> events_{};
 };
 

@@ -93,7 +93,20 @@ void LinuxRunLoop::resumeSource(RunLoopSource& source, RunLoopMode mode) {
 }
 
 int LinuxRunLoop::fileDescriptor(RunLoopMode mode) const noexcept {
-    return sets_[static_cast<std::size_t>(mode)].fileDescriptor;
+    use(set(mode));
+    return set(mode).fileDescriptor;
+}
+
+bool LinuxRunLoop::usesDescriptors(RunLoopMode mode) const noexcept {
+    return set(mode).isUsed;
+}
+
+void LinuxRunLoop::use(const Set& target) noexcept {
+    if (!std::exchange(target.isUsed, true)) {
+        for (const Entry& entry : target.entries) {
+            entry.source->descriptorIsUsed();
+        }
+    }
 }
 
 std::size_t LinuxRunLoop::perform(RunLoopMode mode, std::uint64_t serial) {
@@ -148,6 +161,7 @@ std::vector<std::uint64_t> LinuxRunLoop::readyWithoutSet(Set& target, int millis
 
 /// Waits, at most so long, and serves what is ready then.
 std::size_t LinuxRunLoop::performReady(RunLoopMode mode, int milliseconds) {
+    use(set(mode));
     std::vector<std::uint64_t> askedEveryTurn;
     for (const Entry& entry : set(mode).entries) {
         if (entry.fileDescriptor < 0) {

@@ -23,6 +23,7 @@ public:
 
     /// -1 when the kernel gave no epoll set.
     int fileDescriptor(RunLoopMode mode) const noexcept override;
+    bool usesDescriptors(RunLoopMode mode) const noexcept override;
 
     std::size_t dispatch(RunLoopMode mode) override;
     std::size_t runInMode(RunLoopMode mode, std::chrono::milliseconds timeout) override;
@@ -39,9 +40,14 @@ private:
         int fileDescriptor = -1;
         std::vector<Entry> entries;
         bool isComplete = true; ///< whether it has the descriptors of all entries
+        /// Whether the loop has waited for the set, or the client may. Asking for the set's descriptor changes it,
+        /// which to the client changes nothing.
+        mutable bool isUsed = false;
     };
 
     Set& set(RunLoopMode mode) { return sets_[static_cast<std::size_t>(mode)]; }
+    const Set& set(RunLoopMode mode) const { return sets_[static_cast<std::size_t>(mode)]; }
+    static void use(const Set& target) noexcept;
     bool watch(Set& target, Entry& entry);
     void watchMissing(Set& target);
     std::vector<std::uint64_t> readyWithoutSet(Set& target, int milliseconds);
