@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/kernel/speed/Connecting.h"
 
-#include "tests/kernel/speed/Costs.h"
 #include "tests/kernel/support/FileDescriptor.h"
 #include "tests/kernel/support/KernelApplication.h"
 
@@ -10,18 +9,8 @@
 
 namespace qz::tests {
 
-namespace {
-
-ConnectingCost costOf(const Work& work) {
-    return {.microseconds = microsecondsOf(work),
-            .microsecondsAgain = microsecondsOf(work, 4),
-            .systemCalls = systemCallsOf(work)};
-}
-
-} // namespace
-
-ConnectingCost connectBare(std::size_t devices) {
-    return costOf([devices](const std::function<void()>& mark) {
+Work connectingBare(std::size_t devices) {
+    return [devices](const std::function<void()>& mark) {
         std::vector<FileDescriptor> nodes;
         mark();
         DIR* const list = ::opendir("/sys/class/hidraw");
@@ -43,11 +32,11 @@ ConnectingCost connectBare(std::size_t devices) {
         ::closedir(list);
         mark();
         return nodes.size() == devices;
-    });
+    };
 }
 
-ConnectingCost connectWithTheLibrary(std::size_t devices) {
-    return costOf([devices](const std::function<void()>& mark) {
+Work connectingWithTheLibrary(std::size_t devices) {
+    return [devices](const std::function<void()>& mark) {
         KernelApplication application;
         application.manager.reset();
         const auto isDone = [&] { return application.listener->connected == devices; };
@@ -59,7 +48,7 @@ ConnectingCost connectWithTheLibrary(std::size_t devices) {
         mark();
         application.manager = QZGCHIDManager::create(application.configuration, application.platform);
         return application.setUp() && application.turnUntil(isDone);
-    });
+    };
 }
 
 } // namespace qz::tests
