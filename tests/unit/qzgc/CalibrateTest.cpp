@@ -4,6 +4,7 @@
 #include "tools/qzgc/session/Calibration.h"
 #include "tools/qzgc/session/Controllers.h"
 #include "tools/qzgc/session/EventLoop.h"
+#include "tools/qzgc/session/Storing.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -270,7 +271,7 @@ void saveInVain(const qz::tools::SessionOptions& options, const std::filesystem:
     }
     std::filesystem::remove(file);
     std::filesystem::rename(aside, file);
-    session.expectSaved();
+    expectSaved(session.stored());
     std::_Exit(hasFailed ? 0 : 1);
 }
 

@@ -5,6 +5,7 @@
 #include "tools/qzgc/plot/ValueTap.h"
 #include "tools/qzgc/session/ChosenController.h"
 #include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/session/Storing.h"
 #include "tools/qzgc/terminal/KeyHelp.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
@@ -183,9 +184,27 @@ ExitStatus calibrateUnattended(Session& session, CalibrationListener& listener, 
     return printed;
 }
 
+/// As if nothing were stored, lest what the library cannot use is in the way of its own removal.
+ExitStatus removeCalibration(const CalibrateOptions& options) {
+    SessionOptions looking = withoutWaiting(options.session);
+    looking.mayStore = false;
+    looking.passesOverStored = true;
+    const auto listener = std::make_shared<ChosenControllerListener>(chooseController(looking, options.device));
+    Session session(looking);
+    const auto device = awaitChosen(session, looking, listener);
+    const bool wasStored = removeStored(session.stored(), device->calibrationsPrefKey());
+    const std::string& name = listener->chosen().name;
+    std::cout << (wasStored ? "removed the calibration of " + name + "; the ranges that it declares count again\n"
+                            : "no calibration of " + name + " is stored; the ranges that it declares count\n");
+    return finishOutput();
+}
+
 } // namespace
 
 ExitStatus calibrateController(const CalibrateOptions& options) {
+    if (options.reset) {
+        return removeCalibration(options);
+    }
     const bool isUnattended =
         options.yes || options.json || options.session.seconds || !inputIsTerminal() || !outputIsTerminal();
     const bool isRecorded = !options.session.from.empty();

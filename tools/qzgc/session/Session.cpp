@@ -40,11 +40,11 @@ void choosePreferences(UserDefaults& defaults, const SessionOptions& options) {
     }
 }
 
-/// A platform with preferences of its own, which begin as a copy: what only looks changes nothing.
+/// A platform with preferences of its own, which begin as a copy or empty: what only looks changes nothing.
 class ReadingPlatform final : public Platform {
 public:
-    explicit ReadingPlatform(Platform& platform)
-        : platform_(platform), userDefaults_(platform.userDefaults().dictionaryRepresentation()) {}
+    ReadingPlatform(Platform& platform, PropertyList::Dictionary preferences)
+        : platform_(platform), userDefaults_(std::move(preferences)) {}
 
     HIDServices& hidServices() override { return platform_.hidServices(); }
     RunLoop& currentRunLoop() override { return platform_.currentRunLoop(); }
@@ -86,7 +86,9 @@ Session::Session(const SessionOptions& options) : source_(makeSource(options)), 
     choosePreferences(platform().userDefaults(), options);
     warn(platform().userDefaults().lastError());
     if (!options.mayStore) {
-        reading_ = std::make_unique<ReadingPlatform>(source_->platform());
+        reading_ = std::make_unique<ReadingPlatform>(source_->platform(), options.passesOverStored
+                                                                              ? PropertyList::Dictionary{}
+                                                                              : stored().dictionaryRepresentation());
     }
     configuration_ = makeConfigurationManager(names, platform());
     warn(platform().userDefaults().lastError());
@@ -124,13 +126,6 @@ void Session::settle() {
     // One turn brings all devices, another what belongs to them; input that never ends must not keep us.
     constexpr int turns = 8;
     for (int i = 0; i < turns && source_->turn() > 0 && source_->fileDescriptor() >= 0; ++i) {
-    }
-}
-
-void Session::expectSaved() {
-    UserDefaults& defaults = platform().userDefaults();
-    if (!defaults.synchronize()) {
-        throw Failure("not saved: " + defaults.lastError());
     }
 }
 

@@ -25,11 +25,12 @@ public:
 
 /// What the commands have in common on the command line.
 struct SessionOptions {
-    std::string application = {}; ///< whose preferences are read and edited; empty: the tool's own
-    std::string actions = {};     ///< file with the application's actions; empty: a built-in set
-    std::string from = {};        ///< recording whose devices take the place of this machine's; empty: the machine's
-    bool mayStore = false;        ///< whether the preferences may be changed, were it to bring an old form up to date
-    bool fast = false;            ///< whether a recording is played without waiting
+    std::string application = {};  ///< whose preferences are read and edited; empty: the tool's own
+    std::string actions = {};      ///< file with the application's actions; empty: a built-in set
+    std::string from = {};         ///< recording whose devices take the place of this machine's; empty: the machine's
+    bool mayStore = false;         ///< whether the preferences may be changed, were it to bring an old form up to date
+    bool passesOverStored = false; ///< whether, without mayStore, all is looked at as if nothing were stored
+    bool fast = false;             ///< whether a recording is played without waiting
     std::optional<double> seconds = std::nullopt; ///< how long a command follows its devices, where it has such a limit
 };
 
@@ -66,11 +67,10 @@ public:
 
     Source& source() noexcept { return *source_; }
     platform::Platform& platform() noexcept { return reading_ ? *reading_ : source_->platform(); }
+    /// The preferences on the disk, whether or not those of `platform` are a copy.
+    platform::UserDefaults& stored() noexcept { return source_->platform().userDefaults(); }
     QZGCHIDManager& manager() noexcept { return *manager_; }
     const std::shared_ptr<QZGCConfigurationManager>& configuration() const noexcept { return configuration_; }
-
-    /// Throws Failure when the preferences have not reached the disk.
-    void expectSaved();
 
 private:
     static void deviceMatched(void* context, platform::IOReturn result, void* sender, platform::IOHIDDeviceRef device);
