@@ -75,6 +75,11 @@ void printTable(const std::vector<CalibrationRow>& rows) {
     }
 }
 
+void printSaved(const ControllerIdentity& identity, const std::vector<CalibrationRow>& rows) {
+    std::cout << "saved the calibration of " << identity.name << '\n';
+    printTable(rows);
+}
+
 void appendRange(JSONText& json, std::string_view key, const CalibratedRange& range) {
     json.key(key)
         .beginObject()
@@ -152,8 +157,7 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
         }
     }
     calibration.save();
-    std::cout << "saved the calibration of " << listener.chosen().name << '\n';
-    printTable(calibration.rows());
+    printSaved(listener.chosen(), calibration.rows());
     return finishOutput();
 }
 
@@ -172,6 +176,8 @@ ExitStatus calibrateUnattended(Session& session, CalibrationListener& listener, 
     }
     if (options.json) {
         printJSON(calibration.rows(), listener.chosen(), saves);
+    } else if (saves) {
+        printSaved(listener.chosen(), calibration.rows());
     } else {
         std::cout << listener.chosen().name << '\n';
         printTable(calibration.rows());
