@@ -6,6 +6,7 @@
 #include "tools/qzgc/TextFile.h"
 #include "tools/qzgc/session/Actions.h"
 #include "tools/qzgc/session/StoredCalibration.h"
+#include "tools/qzgc/session/Text.h"
 
 #include <algorithm>
 #include <iostream>
@@ -56,12 +57,24 @@ private:
     VolatileUserDefaults userDefaults_;
 };
 
+std::string& lastWarning() {
+    static std::string last;
+    return last;
+}
+
 /// A command that looks for a controller first has two sessions, and one message is enough.
 void warn(const std::string& warning) {
-    static std::string last;
-    if (!warning.empty() && warning != last) {
+    if (!warning.empty() && warning != lastWarning()) {
         std::cerr << "qzgc: " << warning << '\n';
-        last = warning;
+        lastWarning() = warning;
+    }
+}
+
+/// An application of which nothing is stored may be a misspelt one. Preferences that could not be read look empty too,
+/// and those that were damaged are when they are read again; that has been told then.
+void remarkOnNewApplication(const SessionOptions& options, const UserDefaults& defaults) {
+    if (!options.application.empty() && defaults.dictionaryRepresentation().empty() && lastWarning().empty()) {
+        warn("no settings are stored for \"" + withoutControlCharacters(options.application) + "\" yet");
     }
 }
 
@@ -85,6 +98,7 @@ Session::Session(const SessionOptions& options) : source_(makeSource(options)), 
     const ActionNames names = options.actions.empty() ? builtInActions() : readActionsFile(options.actions);
     choosePreferences(platform().userDefaults(), options);
     warn(platform().userDefaults().lastError());
+    remarkOnNewApplication(options, platform().userDefaults());
     if (!options.mayStore) {
         reading_ = std::make_unique<ReadingPlatform>(source_->platform(), options.passesOverStored
                                                                               ? PropertyList::Dictionary{}

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#include "tests/unit/qzgc/ToolFixture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+// What commands say besides what they are asked for.
+
+namespace {
+
+using qz::tests::Outcome;
+using testing::IsEmpty;
+
+class Remarks : public qz::tests::ToolTest {
+protected:
+    Remarks() {
+        write("sticks.hid", "R: 20 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 c0\n"
+                            "N: Left Stick\nU: L1\nI: 3 1234 5678\nE: 000001.000000 1 80\n");
+    }
+};
+
+TEST_F(Remarks, TellAnApplicationOfWhichNothingIsStored) {
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    write("config/qzgamecontroller/racer.json", R"({"volume": 11})");
+    const std::string remark = "qzgc: no settings are stored for \"racr\" yet\n";
+    for (const std::string command : {"list --from", "list --json --from", "elements left --from",
+                                      "monitor --lines --fast --from", "replay --json --fast", "map left --show --from",
+                                      "map left --json --from", "plot", "calibrate left --reset --from"}) {
+        const Outcome misspelt = run(command + " sticks.hid --application racr");
+        EXPECT_EQ(misspelt.status, 0) << command;
+        EXPECT_EQ(misspelt.complaint, remark) << command << ": once, whatever number of sessions it has";
+        EXPECT_THAT(run(command + " sticks.hid --application racer").complaint, IsEmpty()) << command;
+        EXPECT_THAT(run(command + " sticks.hid").complaint, IsEmpty()) << command;
+    }
+    EXPECT_EQ(run("list --from sticks.hid --application \"$(printf 'a\\033b')\"").complaint,
+              "qzgc: no settings are stored for \"a b\" yet\n");
+}
+
+TEST_F(Remarks, DoNotCallPreferencesNewThatCannotBeRead) {
+    std::filesystem::create_directories(path("config/qzgamecontroller/racer.json"));
+    for (const char* const command : {"list", "elements left"}) {
+        EXPECT_THAT(run(command + std::string(" --from sticks.hid --application racer")).complaint,
+                    testing::MatchesRegex("qzgc: [^\n]+ not a regular file; move it away\n"));
+    }
+    std::filesystem::remove(path("config/qzgamecontroller/racer.json"));
+    write("config/qzgamecontroller/racer.json", "{");
+    EXPECT_THAT(run("elements left --from sticks.hid --application racer").complaint,
+                testing::MatchesRegex("qzgc: [^\n]+ is damaged [^\n]+\n"));
+}
+
+} // namespace
