@@ -51,4 +51,34 @@ TEST_F(Remarks, DoNotCallPreferencesNewThatCannotBeRead) {
                 testing::MatchesRegex("qzgc: [^\n]+ is damaged [^\n]+\n"));
 }
 
+TEST_F(Remarks, SayThatARecordingHoldsNoControllersInTheSameWords) {
+    write("keys.hid", "R: 7 05 01 09 06 a1 01 c0\nN: Keys\nI: 3 1 2\nE: 0.000000 1 00\n");
+    for (const std::string command :
+         {"elements --from", "elements wheel --from", "monitor --lines --fast --from", "monitor wheel --lines --from",
+          "replay --json --fast", "record new.hid --fast --from", "map --from", "plot", "plot --control X",
+          "calibrate --yes --from", "calibrate --reset --from"}) {
+        const Outcome outcome = run(command + " keys.hid");
+        EXPECT_EQ(outcome.status, 1) << command;
+        EXPECT_THAT(outcome.output, IsEmpty()) << command;
+        EXPECT_THAT(outcome.complaint,
+                    testing::MatchesRegex("qzgc: (nothing is recorded: )?the recording has no joystick or gamepad; "
+                                          "'qzgc elements --descriptor' shows what it has\n"))
+            << command;
+    }
+}
+
+TEST_F(Remarks, TellControllersThatComeTooLateFromNone) {
+    write("late.hid", "R: 7 05 01 09 06 a1 01 c0\nN: Keys\nI: 3 1 2\nE: 0.000000 1 00\nD: 1\n"
+                      "R: 20 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 c0\nN: Late\nI: 3 1 2\n"
+                      "# qzgc: plugged in 000002.000000\n");
+    for (const std::string command : {"replay --lines", "replay --lines late.hid late", "record new.hid --from"}) {
+        const Outcome outcome = run(command + (command.ends_with("late") ? "" : " late.hid") + " --fast --seconds 1");
+        EXPECT_EQ(outcome.status, 1) << command;
+        EXPECT_THAT(outcome.complaint,
+                    testing::EndsWith("the recording plugs its controllers in later; give it more time\n"))
+            << command;
+    }
+    EXPECT_EQ(run("replay --lines late.hid --fast --seconds 3").status, 0);
+}
+
 } // namespace

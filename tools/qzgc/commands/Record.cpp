@@ -96,7 +96,7 @@ std::string whyNothing(const RecordOptions& options, const RecordingListener& li
         return called + "; there is " + listText(listener.others());
     }
     if (!options.session.from.empty()) {
-        return "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has";
+        return whyNoneCame(options.session);
     }
     return (options.device.empty() ? "no controller came" : called + ", and none came") + "; attach one";
 }

@@ -190,15 +190,23 @@ FoundControllers findControllers(SessionOptions options) {
     return listener->found();
 }
 
+std::string noControllersText() {
+    return "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has";
+}
+
+std::string whyNoneCame(const SessionOptions& options) {
+    return findControllers(options).usable.empty() ? noControllersText()
+                                                   : "the recording plugs its controllers in later; give it more time";
+}
+
 ControllerIdentity chooseController(const SessionOptions& options, std::string_view text) {
     const FoundControllers found = findControllers(options);
     if (options.from.empty()) {
         expectNoFile(found, text);
     }
     return chosenOf(found, text,
-                    options.from.empty()
-                        ? "no controller is there; attach one, or name a recording with --from"
-                        : "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has");
+                    options.from.empty() ? "no controller is there; attach one, or name a recording with --from"
+                                         : noControllersText());
 }
 
 bool ChosenControllerListener::hidManagerShouldConnectDevice(QZGCHIDManager& manager, platform::IOHIDDeviceRef device) {

@@ -58,6 +58,11 @@ ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text
 /// The controllers that are attached, or all that a recording ever has.
 FoundControllers findControllers(SessionOptions options);
 
+/// What is wrong with a recording that holds no controllers.
+std::string noControllersText();
+/// Why a recording brought none so far: it holds none, or they come later.
+std::string whyNoneCame(const SessionOptions& options);
+
 /// Whether there is a file of this name that could be a recording; a directory, or a device node, may well have a
 /// controller's name.
 bool isFile(std::string_view text);
