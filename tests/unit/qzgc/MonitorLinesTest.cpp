@@ -222,8 +222,8 @@ TEST_F(MonitorLines, SayWhenTheRecordingHasNoSuchController) {
     write("sticks.hid", sticks);
     const Outcome named = run("replay sticks.hid wheel --fast");
     EXPECT_EQ(named.status, 1);
-    EXPECT_EQ(named.complaint,
-              "qzgc: the recording has no controller called \"wheel\"; 'qzgc list --from' names those that it has\n");
+    EXPECT_EQ(named.complaint, "qzgc: the recording has no controller called \"wheel\"; 'qzgc list --from sticks.hid' "
+                               "names those that it has\n");
 }
 
 TEST_F(MonitorLines, AnswerWrongUseWithOneLine) {

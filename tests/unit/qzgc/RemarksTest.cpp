@@ -62,7 +62,7 @@ TEST_F(Remarks, SayThatARecordingHoldsNoControllersInTheSameWords) {
         EXPECT_THAT(outcome.output, IsEmpty()) << command;
         EXPECT_THAT(outcome.complaint,
                     testing::MatchesRegex("qzgc: (nothing is recorded: )?the recording has no joystick or gamepad; "
-                                          "'qzgc elements --descriptor' shows what it has\n"))
+                                          "'qzgc elements --descriptor keys.hid' shows what it has\n"))
             << command;
     }
 }
@@ -79,6 +79,46 @@ TEST_F(Remarks, TellControllersThatComeTooLateFromNone) {
             << command;
     }
     EXPECT_EQ(run("replay --lines late.hid --fast --seconds 3").status, 0);
+}
+
+/// The command that a message names, without the tool's name.
+std::string commandIn(const std::string& complaint) {
+    const std::string opening = "'qzgc ";
+    const std::size_t begin = complaint.find(opening) + opening.size();
+    return complaint.substr(begin, complaint.rfind("' ") - begin);
+}
+
+TEST_F(Remarks, NameCommandsThatCanBeTyped) {
+    const std::string odd = "it's \"my $HOME\" (1) & K\xC3\xBC.hid";
+    std::filesystem::create_directories(path("config/qzgamecontroller"));
+    write("config/qzgamecontroller/a b.json", R"({"QZGameController-Calibrations-4660-22136": {"2": []}})");
+    const auto expectNamed = [&](const std::string& arguments, const std::string& command) {
+        const Outcome outcome = run(arguments);
+        EXPECT_NE(outcome.status, 0) << arguments;
+        EXPECT_EQ(commandIn(outcome.complaint), command) << outcome.complaint;
+        EXPECT_EQ(run(command).status, 0) << command << '\n' << contents(".complaint");
+    };
+    for (const std::string& name : {odd, std::string("-odd.hid")}) {
+        const std::string typed = name == odd ? R"(it\'s\ \"my\ \$HOME\"\ \(1\)\ \&\ K)"
+                                                "\xC3\xBC.hid"
+                                              : "./-odd.hid";
+        std::filesystem::copy_file(path("sticks.hid"), path(name));
+        expectNamed("monitor wheel --lines --fast --from=" + typed, "list --from " + typed);
+        expectNamed("replay --lines " + typed + " wheel", "list --from " + typed);
+        expectNamed("map --clear y --from=" + typed, "elements 4660-22136.L1 --from " + typed);
+        expectNamed("plot --control y " + typed, "elements 4660-22136.L1 --from " + typed);
+        expectNamed("list --application 'a b' --from=" + typed,
+                    R"(calibrate 4660-22136.L1 --reset --application a\ b --from )" + typed);
+        write("config/qzgamecontroller/a b.json", R"({"QZGameController-Calibrations-4660-22136": {"2": []}})");
+        write(name, "R: 7 05 01 09 06 a1 01 c0\nN: Keys\nI: 3 1 2\n");
+        expectNamed("elements --from=" + typed, "elements --descriptor " + typed);
+        expectNamed("record new.hid --fast --from=" + typed, "elements --descriptor " + typed);
+    }
+    std::filesystem::copy_file(path("sticks.hid"), path("two words.hid"));
+    EXPECT_THAT(run("elements 'two words.hid'").complaint, testing::EndsWith(" use --from two\\ words.hid\n"));
+    EXPECT_THAT(run("list 'two words.hid'").complaint, testing::HasSubstr(" use --from two\\ words.hid; see "));
+    EXPECT_THAT(run("monitor wheel --lines --fast --from - <sticks.hid").complaint,
+                testing::HasSubstr("'qzgc list --from -' names"));
 }
 
 } // namespace

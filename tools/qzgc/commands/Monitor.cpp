@@ -49,13 +49,13 @@ void expectMeant(const MonitorOptions& options) {
     }
     const FoundControllers found = findControllers(options.session);
     if (found.usable.empty()) {
-        throw Failure(noControllersText());
+        throw Failure(noControllersText(options.session));
     }
     const bool isAnyMeant = std::ranges::any_of(
         found.usable, [&](const ControllerIdentity& each) { return isMeant(options.device, each); });
     if (!isAnyMeant) {
-        throw Failure("the recording has no controller called \"" + options.device +
-                      "\"; 'qzgc list --from' names those that it has");
+        throw Failure("the recording has no controller called \"" + options.device + "\"; " +
+                      commandText("list", options.session) + " names those that it has");
     }
 }
 

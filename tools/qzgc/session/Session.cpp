@@ -80,6 +80,15 @@ void remarkOnNewApplication(const SessionOptions& options, const UserDefaults& d
 
 } // namespace
 
+std::string fileWord(const std::string& name) {
+    const bool looksLikeAnOption = name.size() > 1 && name.starts_with('-');
+    return shellWord((looksLikeAnOption ? "./" : "") + name);
+}
+
+std::string commandText(const std::string& command, const SessionOptions& options) {
+    return "'qzgc " + command + (options.from.empty() ? "" : " --from " + fileWord(options.from)) + '\'';
+}
+
 bool Listener::hidManagerShouldConnectDevice(QZGCHIDManager& /*manager*/, IOHIDDeviceRef /*device*/) {
     return true;
 }
@@ -94,7 +103,7 @@ void Listener::hidManagerActionNewValue(QZGCHIDManager& /*manager*/, const std::
 void Listener::hidManagerHidError(QZGCHIDManager& /*manager*/, IOReturn /*error*/) {}
 void Listener::controllerUnusable(QZGCHIDManager& /*manager*/, IOHIDDeviceRef /*device*/, IOReturn /*why*/) {}
 
-Session::Session(const SessionOptions& options) : source_(makeSource(options)), application_(options.application) {
+Session::Session(const SessionOptions& options) : source_(makeSource(options)), options_(options) {
     const ActionNames names = options.actions.empty() ? builtInActions() : readActionsFile(options.actions);
     choosePreferences(platform().userDefaults(), options);
     warn(platform().userDefaults().lastError());
@@ -127,7 +136,7 @@ void Session::start(std::shared_ptr<Listener> listener) {
 void Session::deviceMatched(void* context, IOReturn result, void* sender, IOHIDDeviceRef device) {
     auto& session = *static_cast<Session*>(context);
     if (device != nullptr) {
-        expectUsableCalibration(device, session.platform().userDefaults(), session.application_);
+        expectUsableCalibration(device, session.platform().userDefaults(), session.options_);
     }
     if (result != kIOReturnSuccess && device != nullptr) {
         session.listener_->controllerUnusable(*session.manager_, device, result);

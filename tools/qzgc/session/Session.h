@@ -34,6 +34,11 @@ struct SessionOptions {
     std::optional<double> seconds = std::nullopt; ///< how long a command follows its devices, where it has such a limit
 };
 
+/// The name of a file as a shell, and the command line, read it.
+std::string fileWord(const std::string& name);
+/// "'qzgc list --from flight.hid'": for messages, a command to run next, about the controllers of the same source.
+std::string commandText(const std::string& command, const SessionOptions& options);
+
 /// A delegate that admits everything and passes over all else; commands override what they need.
 class Listener : public QZGCHIDManagerDelegate {
 public:
@@ -77,7 +82,7 @@ private:
 
     std::unique_ptr<Source> source_;
     std::unique_ptr<platform::Platform> reading_; ///< the source's, with a copy of the preferences
-    std::string application_;
+    SessionOptions options_;
     std::shared_ptr<QZGCConfigurationManager> configuration_;
     std::shared_ptr<QZGCHIDManager> manager_;
     std::shared_ptr<Listener> listener_;
