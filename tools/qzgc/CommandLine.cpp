@@ -274,15 +274,21 @@ void CommandLine::addCalibrate() {
         "calibrate", "Learns how far the axes of a controller go, and where they rest.",
         [this] {
             session_.mayStore = true;
-            return calibrateController({.session = session_, .device = device_, .yes = yes_, .json = json_});
+            return calibrateController(
+                {.session = session_, .device = device_, .yes = yes_, .json = json_, .reset = reset_});
         },
         [this](CLI::App& command) {
             addDevice(command);
             command.add_flag("--yes", yes_, "Save without asking; without a terminal, nothing is saved without it");
             addSeconds(command, "Watch the controls for this time, and do not ask");
+            CLI::Option* const reset = command.add_flag(
+                "--reset", reset_, "Remove what is stored for the model: the ranges that it declares count again");
             addSessionOptions(command);
             addFast(command);
             addJSON(command);
+            for (const char* const measuring : {"--yes", "--seconds", "--json"}) {
+                reset->excludes(command.get_option(measuring));
+            }
         });
 }
 

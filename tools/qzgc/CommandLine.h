@@ -65,6 +65,7 @@ private:
     std::vector<MapEdit> edits_;
     bool show_ = false;
     bool yes_ = false;
+    bool reset_ = false;
 };
 
 } // namespace qz::tools

@@ -2,6 +2,7 @@
 #include "tools/qzgc/CommandLine.h"
 #include "tools/qzgc/TextFile.h"
 #include "tools/qzgc/session/Controllers.h"
+#include "tools/qzgc/session/Session.h"
 #include "tools/qzgc/session/Text.h"
 
 #include <algorithm>
@@ -75,7 +76,7 @@ std::string faultOf(const CLI::App& app, const CLI::ParseError& error) {
         return "no command is called \"" + *word + "\"; " + commandsFor(app, *word);
     }
     if (chosen.front()->get_option_no_throw("--from") != nullptr && isFile(*word)) {
-        return error.what() + ("; to take the devices of a recording, use --from " + *word);
+        return error.what() + ("; to take the devices of a recording, use --from " + fileWord(*word));
     }
     const bool takesControls = chosen.front()->get_name() == "map";
     return error.what() + std::string(takesControls ? "; a name with blanks wants quotes, as in 'Button 3=fire'" : "");

@@ -4,6 +4,7 @@
 #include "tools/qzgc/session/Calibration.h"
 #include "tools/qzgc/session/Controllers.h"
 #include "tools/qzgc/session/EventLoop.h"
+#include "tools/qzgc/session/Storing.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,6 +20,7 @@ using qz::tests::Outcome;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 // X (cookie 2) springs back, the throttle (a slider, cookie 3) does not; a button is 4.
 constexpr const char* device = "R: 40 05 01 09 04 a1 01 15 00 26 ff 00 75 08 95 01 09 30 81 02 09 36 81 22 05 09 09 01 "
@@ -56,7 +58,7 @@ TEST_F(Calibrate, SavesWhatTheLibraryMakesOfIt) {
     record(moved_);
     const Outcome outcome = calibrate("--yes");
     EXPECT_EQ(outcome.status, 0) << outcome.complaint;
-    EXPECT_EQ(outcome.output, "Stick\n"
+    EXPECT_EQ(outcome.output, "saved the calibration of Stick\n"
                               "control  before             after\n"
                               "X        0..255, rest 127   10..250, rest 120\n"
                               "Slider   0..255, rest 127   0..255, rest 127   not moved\n");
@@ -86,6 +88,7 @@ TEST_F(Calibrate, ShowsButSavesNothingWithoutBeingTold) {
     record(moved_);
     const Outcome outcome = calibrate("");
     EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.output, StartsWith("Stick\ncontrol "));
     EXPECT_THAT(outcome.output, HasSubstr("10..250, rest 120\n"));
     EXPECT_EQ(outcome.complaint, "qzgc: nothing was saved; add --yes to save it\n");
     EXPECT_THAT(preferences(), IsEmpty());
@@ -95,7 +98,7 @@ TEST_F(Calibrate, ShowsButSavesNothingWithoutBeingTold) {
 
 TEST_F(Calibrate, KeepsTheRestOfAControlThatDoesNotSpringBack) {
     record(report(0, 128, 50) + report(1, 128, 200) + report(2, 128, 100) + report(3, 128, 60));
-    EXPECT_EQ(calibrate("--yes").output, "Stick\n"
+    EXPECT_EQ(calibrate("--yes").output, "saved the calibration of Stick\n"
                                          "control  before             after\n"
                                          "X        0..255, rest 127   0..255, rest 127   not moved\n"
                                          "Slider   0..255, rest 127   50..200, rest 127  moved over 58 %\n");
@@ -171,6 +174,7 @@ TEST_F(Calibrate, SavesNothingWhenNothingMoved) {
     record(report(0, 128, 7) + report(1, 129, 7) + report(2, 128, 7));
     const Outcome outcome = calibrate("--yes");
     EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.output, StartsWith("Stick\ncontrol "));
     EXPECT_EQ(outcome.complaint, "qzgc: no control was moved: nothing was saved\n");
     EXPECT_EQ(preferences(), before);
     record("");
@@ -270,7 +274,7 @@ void saveInVain(const qz::tools::SessionOptions& options, const std::filesystem:
     }
     std::filesystem::remove(file);
     std::filesystem::rename(aside, file);
-    session.expectSaved();
+    expectSaved(session.stored());
     std::_Exit(hasFailed ? 0 : 1);
 }
 
@@ -308,7 +312,7 @@ TEST_F(Calibrate, SavesNothingWhenTheControllerDoesNotComeInTime) {
         const Outcome outcome = run(std::string("calibrate stick --from late.hid --yes ") + pace);
         EXPECT_EQ(outcome.status, 1) << pace;
         EXPECT_THAT(outcome.complaint, EndsWith("qzgc: the recording plugs the controller in after the time that "
-                                                "--seconds gives; give it more\n"));
+                                                "--seconds gives: nothing was saved; give it more\n"));
     }
     EXPECT_THAT(preferences(), IsEmpty());
 }

@@ -164,8 +164,8 @@ TEST(Controls, AreRefusedWhenNoneOrSeveralAreMeant) {
               "several controls are called \"Slider\"; name one by its cookie: 3, 4");
     EXPECT_EQ(refusal(stick.device(), "4"), "found Slider");
     for (const char* const text : {"", "Butto", "Button 4", "02", " X", "1", "99"}) {
-        EXPECT_EQ(refusal(stick.device(), text),
-                  "no control is called \"" + std::string(text) + "\"; 'qzgc elements' lists them");
+        EXPECT_EQ(refusal(stick.device(), text), "no control is called \"" + std::string(text) + "\"; 'qzgc elements " +
+                                                     identityOf(stick.device()).instanceID + "' lists them");
     }
 }
 

@@ -287,7 +287,7 @@ TEST_F(MapEditorTest, WaitsForAControllerThatIsUnpluggedAndKeepsTheEdits) {
     move(firstButton, 0);
     const auto before = device();
     editor_.unplugged();
-    EXPECT_THAT(message(), StartsWith("The controller is unplugged; plug it in again."));
+    EXPECT_THAT(message(), StartsWith("The controller is unplugged; plug it in again. Nothing is lost. 'qzgc list' "));
     editor_.see(*before->elementWithCookie(secondButton), 1, now_);
     pass(1000);
     EXPECT_EQ(editor_.mode(), Mode::Listening);

@@ -142,7 +142,8 @@ TEST_F(Map, SaysWhatIsRefusedAndWhatThereIsInPlaceOfIt) {
     EXPECT_EQ(run("map --from stick.hid --actions none.json --set x=roll").complaint,
               "qzgc: no action is called \"roll\"; the application has no actions: name a file that has some with "
               "--actions FILE\n");
-    EXPECT_EQ(map("--clear y").complaint, "qzgc: no control is called \"y\"; 'qzgc elements' lists them\n");
+    EXPECT_EQ(map("--clear y").complaint,
+              "qzgc: no control is called \"y\"; 'qzgc elements 4660-22136.A1 --from stick.hid' lists them\n");
     EXPECT_EQ(map("--reverse slider").complaint,
               "qzgc: no direction is kept for Slider; what can be reversed is X, Button 1, Button 2\n");
 }

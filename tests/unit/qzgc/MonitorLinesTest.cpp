@@ -222,11 +222,8 @@ TEST_F(MonitorLines, SayWhenTheRecordingHasNoSuchController) {
     write("sticks.hid", sticks);
     const Outcome named = run("replay sticks.hid wheel --fast");
     EXPECT_EQ(named.status, 1);
-    EXPECT_EQ(named.complaint,
-              "qzgc: the recording has no controller called \"wheel\"; 'qzgc list --from' names those that it has\n");
-    const Outcome none = run("replay " QZGC_TEST_DATA "/devices/cherry-keyboard.hid --fast");
-    EXPECT_EQ(none.status, 1);
-    EXPECT_EQ(none.complaint, "qzgc: the recording has no controller that can be used\n");
+    EXPECT_EQ(named.complaint, "qzgc: the recording has no controller called \"wheel\"; 'qzgc list --from sticks.hid' "
+                               "names those that it has\n");
 }
 
 TEST_F(MonitorLines, AnswerWrongUseWithOneLine) {

@@ -199,6 +199,8 @@ TEST(MonitorView, ListsSeveralControllersAndThoseThatCannotBeUsed) {
     EXPECT_THAT(drawn(model, 12, 80), HasSubstr("! Locked: no permission to read it\n"));
     EXPECT_THAT(drawn(model, 12, 80), HasSubstr("Waiting for a controller.\n"));
     EXPECT_THAT(drawn(model, 12, 80), HasSubstr("'qzgc list' tells why one is refused.\n"));
+    model.listing = "'qzgc list --from a.hid'";
+    EXPECT_THAT(drawn(model, 12, 80), HasSubstr("'qzgc list --from a.hid' tells why one is refused.\n"));
     model.wanted = "wheel";
     EXPECT_THAT(drawn(model, 12, 80), HasSubstr("Waiting for a controller called \"wheel\".\n"));
     model.wanted.clear();

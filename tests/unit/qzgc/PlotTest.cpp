@@ -228,9 +228,12 @@ TEST_F(Plot, SaysWhatIsWrongWithItsInput) {
     write("moved.hid", moved);
     write("mouse.hid", "R: 4 a0 c0 a0 c0\nN: Mouse\nI: 3 1 2\n");
     expectRefused("missing.hid", 2, "missing.hid: cannot be read: No such file or directory; check the name\n");
-    expectRefused("mouse.hid", 1,
-                  "qzgc: the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has\n");
-    expectRefused("moved.hid --control wheel", 2, "qzgc: no control is called \"wheel\"; 'qzgc elements' lists them\n");
+    expectRefused(
+        "mouse.hid", 1,
+        "qzgc: the recording has no joystick or gamepad; 'qzgc elements --descriptor mouse.hid' shows what it has\n");
+    expectRefused(
+        "moved.hid --control wheel", 2,
+        "qzgc: no control is called \"wheel\"; 'qzgc elements 4660-22136.56686b8d --from moved.hid' lists them\n");
     write("faulty.hid", "R: 2 05\n");
     EXPECT_EQ(run("plot faulty.hid").status, 2);
     EXPECT_THAT(run("plot faulty.hid").complaint, HasSubstr("faulty.hid: no valid recording: line 1: "));

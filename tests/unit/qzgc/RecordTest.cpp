@@ -221,7 +221,7 @@ TEST_F(Record, LeavesNoFileWhereThereWasNothingToRecord) {
     const Outcome outcome = run("record new.hid --from keyboard.hid --fast");
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.complaint, "qzgc: nothing is recorded: the recording has no joystick or gamepad; 'qzgc elements "
-                                 "--descriptor' shows what it "
+                                 "--descriptor keyboard.hid' shows what it "
                                  "has\n");
     EXPECT_FALSE(std::filesystem::exists(path("new.hid")));
     write("mine.hid", "precious");

@@ -114,7 +114,8 @@ TEST_F(Commands, LookingLeavesPreferencesOfAnOldFormAlone) {
 TEST_F(Commands, RefuseAControllerThatTheRecordingDoesNotHaveAtAnyPace) {
     for (const char* const pace : {"", "--fast", "--seconds 0.1"}) {
         expectRefused("monitor nosuch --from sticks.hid " + std::string(pace), 1,
-                      "qzgc: the recording has no controller called \"nosuch\"; 'qzgc list --from' names those that it "
+                      "qzgc: the recording has no controller called \"nosuch\"; 'qzgc list --from sticks.hid' names "
+                      "those that it "
                       "has\n");
     }
 }
@@ -157,8 +158,9 @@ TEST_F(Commands, SayWhichControllersThereAreWhenNotOneIsMeant) {
                   "qzgc: several controllers are meant; name one by its instance ID: " + all);
     expectRefused("elements --from sticks.hid wheel", 1, "qzgc: no controller is called \"wheel\"; there is " + all);
     write("mouse.hid", "R: 4 a0 c0 a0 c0\nN: Mouse\nI: 3 1 2\n");
-    expectRefused("elements --from mouse.hid", 1,
-                  "qzgc: the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has\n");
+    expectRefused(
+        "elements --from mouse.hid", 1,
+        "qzgc: the recording has no joystick or gamepad; 'qzgc elements --descriptor mouse.hid' shows what it has\n");
 }
 
 TEST_F(Commands, TakeTheFirstOfTwoControllersThatNothingTellsApart) {
@@ -302,7 +304,8 @@ TEST_F(Commands, NameAStoredCalibrationThatCannotBeUsed) {
     };
     const std::string beginning = "qzgc: the calibration stored in the preferences of \"racer\" cannot be used: "
                                   "\"QZGameController-Calibrations-4660-22136\" has for control 2 ";
-    const std::string remedy = "; remove this key, and calibrate the controller again\n";
+    const std::string remedy =
+        "; 'qzgc calibrate 4660-22136.L1 --reset --application racer --from sticks.hid' removes it\n";
     for (const char* const numbers : {"[]", "[0, 255]"}) {
         store(numbers);
         expectRefused("list --from sticks.hid --application racer", 1, beginning + "fewer than three numbers" + remedy);

@@ -42,4 +42,15 @@ TEST(Text, IsOfOneLineWithoutControlCharacters) {
     EXPECT_EQ(withoutControlCharacters(kept), kept) << "their neighbours, and a beginning of one";
 }
 
+TEST(Text, IsAWordOfAShell) {
+    EXPECT_EQ(shellWord("dir/flight-1_2.hid"), "dir/flight-1_2.hid");
+    EXPECT_EQ(shellWord(""), R"("")");
+    EXPECT_EQ(shellWord("it's $(a) \\ \"b\" #~*;=!"), R"(it\'s\ \$\(a\)\ \\\ \"b\"\ \#\~\*\;\=\!)");
+    EXPECT_EQ(shellWord("Kn\xC3\xBCppel"), "Kn\xC3\xBCppel");
+    EXPECT_EQ(shellWord("a\n'b\xC2\x9B"
+                        "7"),
+              R"($'a\012\047b\302\2337')")
+        << "what a message shows as a blank";
+}
+
 } // namespace

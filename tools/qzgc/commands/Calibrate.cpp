@@ -5,6 +5,7 @@
 #include "tools/qzgc/plot/ValueTap.h"
 #include "tools/qzgc/session/ChosenController.h"
 #include "tools/qzgc/session/Output.h"
+#include "tools/qzgc/session/Storing.h"
 #include "tools/qzgc/terminal/KeyHelp.h"
 #include "tools/qzgc/terminal/TerminalLoop.h"
 
@@ -72,6 +73,11 @@ void printTable(const std::vector<CalibrationRow>& rows) {
     if (const std::string advice = adviceOn(rows); !advice.empty()) {
         std::cout << advice << '\n';
     }
+}
+
+void printSaved(const ControllerIdentity& identity, const std::vector<CalibrationRow>& rows) {
+    std::cout << "saved the calibration of " << identity.name << '\n';
+    printTable(rows);
 }
 
 void appendRange(JSONText& json, std::string_view key, const CalibratedRange& range) {
@@ -151,8 +157,7 @@ ExitStatus calibrateOnTerminal(Session& session, CalibrationListener& listener, 
         }
     }
     calibration.save();
-    std::cout << "saved the calibration of " << listener.chosen().name << '\n';
-    printTable(calibration.rows());
+    printSaved(listener.chosen(), calibration.rows());
     return finishOutput();
 }
 
@@ -171,6 +176,8 @@ ExitStatus calibrateUnattended(Session& session, CalibrationListener& listener, 
     }
     if (options.json) {
         printJSON(calibration.rows(), listener.chosen(), saves);
+    } else if (saves) {
+        printSaved(listener.chosen(), calibration.rows());
     } else {
         std::cout << listener.chosen().name << '\n';
         printTable(calibration.rows());
@@ -183,9 +190,27 @@ ExitStatus calibrateUnattended(Session& session, CalibrationListener& listener, 
     return printed;
 }
 
+/// As if nothing were stored, lest what the library cannot use is in the way of its own removal.
+ExitStatus removeCalibration(const CalibrateOptions& options) {
+    SessionOptions looking = withoutWaiting(options.session);
+    looking.mayStore = false;
+    looking.passesOverStored = true;
+    const auto listener = std::make_shared<ChosenControllerListener>(chooseController(looking, options.device));
+    Session session(looking);
+    const auto device = awaitChosen(session, looking, listener);
+    const bool wasStored = removeStored(session.stored(), device->calibrationsPrefKey());
+    const std::string& name = listener->chosen().name;
+    std::cout << (wasStored ? "removed the calibration of " + name + "; the ranges that it declares count again\n"
+                            : "no calibration of " + name + " is stored; the ranges that it declares count\n");
+    return finishOutput();
+}
+
 } // namespace
 
 ExitStatus calibrateController(const CalibrateOptions& options) {
+    if (options.reset) {
+        return removeCalibration(options);
+    }
     const bool isUnattended =
         options.yes || options.json || options.session.seconds || !inputIsTerminal() || !outputIsTerminal();
     const bool isRecorded = !options.session.from.empty();

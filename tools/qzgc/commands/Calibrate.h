@@ -13,10 +13,12 @@ struct CalibrateOptions {
     std::string device;     ///< as for chooseController
     bool yes = false;       ///< whether to save without asking
     bool json = false;
+    bool reset = false; ///< whether what is stored is removed, and nothing measured
 };
 
 /// Calibrates a controller: with a user on the terminal, or, with any of the options for scripts or without a terminal,
-/// by what the controller sends. Success means that the calibration has been saved.
+/// by what the controller sends. Success means that the calibration has been saved or, with `reset`, that none is
+/// stored.
 ExitStatus calibrateController(const CalibrateOptions& options);
 
 } // namespace qz::tools

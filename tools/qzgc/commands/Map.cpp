@@ -16,13 +16,13 @@ namespace qz::tools {
 namespace {
 
 /// Makes one edit and answers what it did, in a line.
-std::string apply(const MapEdit& edit, Mapping& mapping) {
+std::string apply(const MapEdit& edit, Mapping& mapping, const SessionOptions& options) {
     if (edit.kind == MapEdit::Kind::Reset) {
         mapping.reset();
         return "reset to the default mapping";
     }
     const std::size_t sign = edit.kind == MapEdit::Kind::Set ? edit.text.find('=') : std::string::npos;
-    const auto control = findControl(mapping.device(), edit.text.substr(0, sign));
+    const auto control = findControl(mapping.device(), edit.text.substr(0, sign), options);
     const std::string& label = mapping.label(*control);
     switch (edit.kind) {
     case MapEdit::Kind::Set:
@@ -108,7 +108,7 @@ ExitStatus mapControls(const MapOptions& options) {
     Mapping mapping(configuration, device);
     std::string done;
     for (const MapEdit& each : options.edits) {
-        done += withoutControlCharacters(apply(each, mapping)) + '\n';
+        done += withoutControlCharacters(apply(each, mapping, options.session)) + '\n';
     }
     if (!options.edits.empty()) {
         storeMappings(session);

@@ -74,7 +74,8 @@ ExitStatus mapOnTerminal(const SessionOptions& options, const std::string& devic
     session.manager().setReportRawValues(true);
     session.manager().setReportMappedValues(false);
     Mapping mapping(session.configuration(), awaitChosen(session, options, listener));
-    MapEditor editor(mapping, [&] { return save(session); });
+    MapEditor editor(
+        mapping, [&] { return save(session); }, commandText("list", options));
     KeyHelp help({{"Up, Down", "choose; also Page, Home, End"},
                   {"n", "the next without a control"},
                   {"Enter", "bind it"},

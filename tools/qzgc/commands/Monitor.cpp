@@ -36,9 +36,7 @@ ExitStatus printEvents(const MonitorOptions& options) {
     session.manager().setReportRawValues(true);
     session.start(listener);
     if (loop.run() == EventLoop::End::SourceEnded && listener->connectedSoFar() == 0) {
-        throw Failure(options.device.empty() ? "the recording has no controller that can be used"
-                                             : "the recording has no controller called \"" + options.device +
-                                                   "\"; 'qzgc list --from' names those that it has");
+        throw Failure(whyNoneCame(options.session));
     }
     return exitSuccess;
 }
@@ -50,11 +48,14 @@ void expectMeant(const MonitorOptions& options) {
         return;
     }
     const FoundControllers found = findControllers(options.session);
+    if (found.usable.empty()) {
+        throw Failure(noControllersText(options.session));
+    }
     const bool isAnyMeant = std::ranges::any_of(
         found.usable, [&](const ControllerIdentity& each) { return isMeant(options.device, each); });
     if (!isAnyMeant) {
-        throw Failure("the recording has no controller called \"" + options.device +
-                      "\"; 'qzgc list --from' names those that it has");
+        throw Failure("the recording has no controller called \"" + options.device + "\"; " +
+                      commandText("list", options.session) + " names those that it has");
     }
 }
 

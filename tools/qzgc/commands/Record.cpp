@@ -5,6 +5,7 @@
 #include "tools/qzgc/session/EventLoop.h"
 #include "tools/qzgc/session/Output.h"
 #include "tools/qzgc/session/RecordingListener.h"
+#include "tools/qzgc/terminal/Screen.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -95,7 +96,7 @@ std::string whyNothing(const RecordOptions& options, const RecordingListener& li
         return called + "; there is " + listText(listener.others());
     }
     if (!options.session.from.empty()) {
-        return "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has";
+        return whyNoneCame(options.session);
     }
     return (options.device.empty() ? "no controller came" : called + ", and none came") + "; attach one";
 }
@@ -105,11 +106,41 @@ void tellWhatWasRecorded(const RecordingListener& listener, const std::string& n
               << countText(listener.reports(), "report") << " in " << name << '\n';
 }
 
-void run(Session& session, EventLoop& loop, const std::shared_ptr<RecordingListener>& listener) {
+/// Whether somebody watches, and for long enough to read what is said meanwhile.
+bool isWatched(const RecordOptions& options) {
+    return !options.session.fast && errorIsTerminal();
+}
+
+/// What is recorded, to where, and how to end it.
+void tellWhatIsRecorded(QZGCHIDManager& manager, const RecordOptions& options, const std::string& name) {
+    std::vector<ControllerIdentity> recorded;
+    for (const auto& each : manager.devices()) {
+        if (each->ioHIDDeviceRef()->recordedDevice()) {
+            recorded.push_back(identityOf(*each));
+        }
+    }
+    const std::string awaited = options.device.empty() ? "controllers" : "controllers called \"" + options.device + '"';
+    const bool endsByItself = options.session.seconds || !options.session.from.empty();
+    const std::string text = (recorded.empty() ? "waiting for " + awaited + ", to record them in "
+                                               : "recording " + listText(recorded) + " in ") +
+                             name + "; Control-C ends it" + (endsByItself ? " sooner" : "");
+    std::cerr << "qzgc: " << withoutControlCharacters(text) << '\n';
+}
+
+void run(Session& session, EventLoop& loop, const std::shared_ptr<RecordingListener>& listener,
+         const RecordOptions& options, const std::string& name) {
+    const bool tells = isWatched(options);
+    if (!tells && options.session.from.empty()) {
+        listener->announceControllers();
+    }
     listener->takeReports(session.manager());
     session.start(listener);
     session.settle();
     listener->begin();
+    if (tells) {
+        tellWhatIsRecorded(session.manager(), options, name);
+        listener->announceControllers(); // that come from now on
+    }
     loop.run();
 }
 
@@ -133,12 +164,9 @@ ExitStatus record(const RecordOptions& options) {
             }
             return isWritten;
         });
-    if (options.session.from.empty()) {
-        listener->announceControllers();
-    }
     loop.endAfter(options.session);
     try {
-        run(session, loop, listener);
+        run(session, loop, listener, options, file.name());
     } catch (const Failure&) {
         if (listener->devices() == 0) {
             file.discard();

@@ -62,7 +62,8 @@ struct MonitorModel {
     std::vector<std::shared_ptr<MonitoredController>> controllers = {};
     std::vector<UnusableController> unusable = {};
     std::string latestError = {};
-    std::string wanted = {}; ///< DEVICE; empty: any
+    std::string wanted = {};             ///< DEVICE; empty: any
+    std::string listing = "'qzgc list'"; ///< the command that tells of the same controllers
     bool sourceHasEnded = false;
     std::size_t selected = 0; ///< among the controllers
     int scrolled = 0;         ///< rows of the selected controller that are above the window

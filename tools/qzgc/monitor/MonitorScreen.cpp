@@ -23,6 +23,7 @@ public:
               options.device, [this] { return now(); },
               [this](bool soon) { soon ? loop_.wake() : loop_.wakeSlowly(); })) {
         loop_.endAfter(options.session);
+        listener_->model().listing = commandText("list", options.session);
     }
 
     void run() {

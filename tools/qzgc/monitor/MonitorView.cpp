@@ -263,7 +263,7 @@ private:
         const std::string called = model_.wanted.empty() ? "" : " called \"" + model_.wanted + '"';
         centred(row, "Waiting for a controller" + called + '.', {.bold = true});
         if (row + 1 < end_) {
-            centred(row + 1, "'qzgc list' tells why one is refused.", dimStyle);
+            centred(row + 1, model_.listing + " tells why one is refused.", dimStyle);
         }
     }
     std::string rateText(const MonitoredController& controller) const {

@@ -51,11 +51,12 @@ bool isObservedRangeNarrowed(const QZHIDElement& element) {
 /// Follows the one control, and what it triggers.
 class CurveListener final : public ChosenControllerListener {
 public:
-    CurveListener(ControllerIdentity chosen, std::string_view control, std::optional<double> hysteresis)
-        : ChosenControllerListener(std::move(chosen)), control_(control), hysteresis_(hysteresis) {}
+    CurveListener(const SessionOptions& options, ControllerIdentity chosen, std::string_view control,
+                  std::optional<double> hysteresis)
+        : ChosenControllerListener(std::move(chosen)), options_(options), control_(control), hysteresis_(hysteresis) {}
 
     void hidManagerDeviceConnected(QZGCHIDManager& /*manager*/, const std::shared_ptr<QZHIDDevice>& device) override {
-        element_ = findControl(*device, control_);
+        element_ = findControl(*device, control_, options_);
         element_->setHysteresis(hysteresis_.value_or(element_->hysteresis()));
         device_ = device;
     }
@@ -77,6 +78,7 @@ public:
     }
 
 private:
+    SessionOptions options_;
     std::string control_;
     std::optional<double> hysteresis_;
     std::shared_ptr<QZHIDDevice> device_; ///< kept when it is unplugged, and its elements with it
@@ -115,7 +117,8 @@ Curve curveOf(const QZHIDElement& element, const SeenValues& seen) {
 
 Curve gatherCurve(const SessionOptions& options, std::string_view device, std::string_view control,
                   std::optional<double> hysteresis) {
-    const auto listener = std::make_shared<CurveListener>(chooseController(options, device), control, hysteresis);
+    const auto listener =
+        std::make_shared<CurveListener>(options, chooseController(options, device), control, hysteresis);
     Session session(options);
     session.start(listener);
     const ValueTap tap(session,

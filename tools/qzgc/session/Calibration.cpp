@@ -115,7 +115,7 @@ void Calibration::save() {
             each.element->startCalibration();
         }
     }
-    storeOrTakeBack(session_, device_->calibrationsPrefKey(), [&] { session_.manager().endCalibration(); });
+    storeOrTakeBack(session_.stored(), device_->calibrationsPrefKey(), [&] { session_.manager().endCalibration(); });
 }
 
 bool isAnyMoved(const std::vector<CalibrationRow>& rows) {

@@ -30,7 +30,8 @@ void waitFor(Session& session, const SessionOptions& options, const ControllerId
         throw Failure("ended before the controller was plugged in; nothing was changed");
     }
     if (!isThere(session) && options.seconds) {
-        throw Failure("the recording plugs the controller in after the time that --seconds gives; give it more");
+        throw Failure("the recording plugs the controller in after the time that --seconds gives: nothing was "
+                      "saved; give it more");
     }
 }
 

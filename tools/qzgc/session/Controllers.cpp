@@ -165,7 +165,8 @@ void expectNoFile(const FoundControllers& found, std::string_view text) {
     if (isFile(text) && std::ranges::none_of(found.usable, isIt) &&
         std::ranges::none_of(found.unusable, isIt, &FoundControllers::Unusable::identity)) {
         throw WrongUse("no controller is called \"" + std::string(text) +
-                       "\", but a file is: to take the devices of a recording, use --from " + std::string(text));
+                       "\", but a file is: to take the devices of a recording, use --from " +
+                       fileWord(std::string(text)));
     }
 }
 
@@ -190,15 +191,24 @@ FoundControllers findControllers(SessionOptions options) {
     return listener->found();
 }
 
+std::string noControllersText(const SessionOptions& options) {
+    return "the recording has no joystick or gamepad; 'qzgc elements --descriptor " + fileWord(options.from) +
+           "' shows what it has";
+}
+
+std::string whyNoneCame(const SessionOptions& options) {
+    return findControllers(options).usable.empty() ? noControllersText(options)
+                                                   : "the recording plugs its controllers in later; give it more time";
+}
+
 ControllerIdentity chooseController(const SessionOptions& options, std::string_view text) {
     const FoundControllers found = findControllers(options);
     if (options.from.empty()) {
         expectNoFile(found, text);
     }
     return chosenOf(found, text,
-                    options.from.empty()
-                        ? "no controller is there; attach one, or name a recording with --from"
-                        : "the recording has no joystick or gamepad; 'qzgc elements --descriptor' shows what it has");
+                    options.from.empty() ? "no controller is there; attach one, or name a recording with --from"
+                                         : noControllersText(options));
 }
 
 bool ChosenControllerListener::hidManagerShouldConnectDevice(QZGCHIDManager& manager, platform::IOHIDDeviceRef device) {
@@ -293,7 +303,8 @@ std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHI
     return result == platform::kIOReturnSuccess ? std::optional(IOHIDValueGetIntegerValue(&value)) : std::nullopt;
 }
 
-std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string_view text) {
+std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string_view text,
+                                          const SessionOptions& options) {
     std::vector<std::shared_ptr<QZHIDElement>> found;
     const std::string wanted = lowerCase(text);
     const auto names = controlNames(device);
@@ -307,7 +318,9 @@ std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string
         }
     }
     if (found.empty()) {
-        throw WrongUse("no control is called \"" + std::string(text) + "\"; 'qzgc elements' lists them");
+        const std::string listing = "elements " + shellWord(identityOf(device).instanceID);
+        throw WrongUse("no control is called \"" + std::string(text) + "\"; " + commandText(listing, options) +
+                       " lists them");
     }
     if (found.size() > 1) {
         std::vector<std::string> cookies;

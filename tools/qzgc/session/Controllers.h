@@ -58,6 +58,11 @@ ControllerIdentity chosenOf(const FoundControllers& found, std::string_view text
 /// The controllers that are attached, or all that a recording ever has.
 FoundControllers findControllers(SessionOptions options);
 
+/// What is wrong with a recording that holds no controllers.
+std::string noControllersText(const SessionOptions& options);
+/// Why a recording brought none so far: it holds none, or they come later.
+std::string whyNoneCame(const SessionOptions& options);
+
 /// Whether there is a file of this name that could be a recording; a directory, or a device node, may well have a
 /// controller's name.
 bool isFile(std::string_view text);
@@ -122,7 +127,8 @@ HatDirection directionOf(std::int64_t minimum, std::int64_t maximum, std::int64_
 std::optional<std::int64_t> lastKnownValue(const QZHIDDevice& device, const QZHIDElement& element);
 
 /// The control of the device that CONTROL on the command line means: its cookie, or its name or name key in any case.
-/// Throws WrongUse when there is none or more than one.
-std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string_view text);
+/// Throws WrongUse when there is none or more than one; the options say where the device comes from.
+std::shared_ptr<QZHIDElement> findControl(const QZHIDDevice& device, std::string_view text,
+                                          const SessionOptions& options = {});
 
 } // namespace qz::tools

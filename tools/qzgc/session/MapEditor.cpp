@@ -7,7 +7,8 @@
 
 namespace qz::tools {
 
-MapEditor::MapEditor(Mapping& mapping, Save save) : mapping_(mapping), save_(std::move(save)) {
+MapEditor::MapEditor(Mapping& mapping, Save save, std::string listing)
+    : mapping_(mapping), save_(std::move(save)), listing_(std::move(listing)) {
     refreshActions();
 }
 
@@ -229,8 +230,8 @@ void MapEditor::cancel() {
 
 std::string MapEditor::message(Time now) {
     std::string text = isThere_ ? ""
-                                : "The controller is unplugged; plug it in again. Nothing is lost. 'qzgc list' "
-                                  "tells why one that is there is refused. ";
+                                : "The controller is unplugged; plug it in again. Nothing is lost. " + listing_ +
+                                      " tells why one that is there is refused. ";
     switch (mode()) {
     case Mode::Choosing:
         return text + said_;

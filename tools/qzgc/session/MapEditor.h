@@ -24,7 +24,8 @@ public:
         Quitting,  ///< asks what to do with changes that are not saved
     };
 
-    MapEditor(Mapping& mapping, Save save);
+    /// `listing` is the command that tells of the same controllers, in quotes.
+    MapEditor(Mapping& mapping, Save save, std::string listing = "'qzgc list'");
 
     /// A key as Screen::takeKey answers it.
     void press(int key, Time now);
@@ -70,6 +71,7 @@ private:
 
     Mapping& mapping_;
     Save save_;
+    std::string listing_;
     Mode mode_ = Mode::Choosing;
     std::vector<std::string> actions_;
     std::size_t selected_ = 0;

@@ -6,6 +6,7 @@
 #include "tools/qzgc/TextFile.h"
 #include "tools/qzgc/session/Actions.h"
 #include "tools/qzgc/session/StoredCalibration.h"
+#include "tools/qzgc/session/Text.h"
 
 #include <algorithm>
 #include <iostream>
@@ -40,11 +41,11 @@ void choosePreferences(UserDefaults& defaults, const SessionOptions& options) {
     }
 }
 
-/// A platform with preferences of its own, which begin as a copy: what only looks changes nothing.
+/// A platform with preferences of its own, which begin as a copy or empty: what only looks changes nothing.
 class ReadingPlatform final : public Platform {
 public:
-    explicit ReadingPlatform(Platform& platform)
-        : platform_(platform), userDefaults_(platform.userDefaults().dictionaryRepresentation()) {}
+    ReadingPlatform(Platform& platform, PropertyList::Dictionary preferences)
+        : platform_(platform), userDefaults_(std::move(preferences)) {}
 
     HIDServices& hidServices() override { return platform_.hidServices(); }
     RunLoop& currentRunLoop() override { return platform_.currentRunLoop(); }
@@ -56,16 +57,37 @@ private:
     VolatileUserDefaults userDefaults_;
 };
 
+std::string& lastWarning() {
+    static std::string last;
+    return last;
+}
+
 /// A command that looks for a controller first has two sessions, and one message is enough.
 void warn(const std::string& warning) {
-    static std::string last;
-    if (!warning.empty() && warning != last) {
+    if (!warning.empty() && warning != lastWarning()) {
         std::cerr << "qzgc: " << warning << '\n';
-        last = warning;
+        lastWarning() = warning;
+    }
+}
+
+/// An application of which nothing is stored may be a misspelt one. Preferences that could not be read look empty too,
+/// and those that were damaged are when they are read again; that has been told then.
+void remarkOnNewApplication(const SessionOptions& options, const UserDefaults& defaults) {
+    if (!options.application.empty() && defaults.dictionaryRepresentation().empty() && lastWarning().empty()) {
+        warn("no settings are stored for \"" + withoutControlCharacters(options.application) + "\" yet");
     }
 }
 
 } // namespace
+
+std::string fileWord(const std::string& name) {
+    const bool looksLikeAnOption = name.size() > 1 && name.starts_with('-');
+    return shellWord((looksLikeAnOption ? "./" : "") + name);
+}
+
+std::string commandText(const std::string& command, const SessionOptions& options) {
+    return "'qzgc " + command + (options.from.empty() ? "" : " --from " + fileWord(options.from)) + '\'';
+}
 
 bool Listener::hidManagerShouldConnectDevice(QZGCHIDManager& /*manager*/, IOHIDDeviceRef /*device*/) {
     return true;
@@ -81,12 +103,15 @@ void Listener::hidManagerActionNewValue(QZGCHIDManager& /*manager*/, const std::
 void Listener::hidManagerHidError(QZGCHIDManager& /*manager*/, IOReturn /*error*/) {}
 void Listener::controllerUnusable(QZGCHIDManager& /*manager*/, IOHIDDeviceRef /*device*/, IOReturn /*why*/) {}
 
-Session::Session(const SessionOptions& options) : source_(makeSource(options)), application_(options.application) {
+Session::Session(const SessionOptions& options) : source_(makeSource(options)), options_(options) {
     const ActionNames names = options.actions.empty() ? builtInActions() : readActionsFile(options.actions);
     choosePreferences(platform().userDefaults(), options);
     warn(platform().userDefaults().lastError());
+    remarkOnNewApplication(options, platform().userDefaults());
     if (!options.mayStore) {
-        reading_ = std::make_unique<ReadingPlatform>(source_->platform());
+        reading_ = std::make_unique<ReadingPlatform>(source_->platform(), options.passesOverStored
+                                                                              ? PropertyList::Dictionary{}
+                                                                              : stored().dictionaryRepresentation());
     }
     configuration_ = makeConfigurationManager(names, platform());
     warn(platform().userDefaults().lastError());
@@ -111,7 +136,7 @@ void Session::start(std::shared_ptr<Listener> listener) {
 void Session::deviceMatched(void* context, IOReturn result, void* sender, IOHIDDeviceRef device) {
     auto& session = *static_cast<Session*>(context);
     if (device != nullptr) {
-        expectUsableCalibration(device, session.platform().userDefaults(), session.application_);
+        expectUsableCalibration(device, session.platform().userDefaults(), session.options_);
     }
     if (result != kIOReturnSuccess && device != nullptr) {
         session.listener_->controllerUnusable(*session.manager_, device, result);
@@ -124,13 +149,6 @@ void Session::settle() {
     // One turn brings all devices, another what belongs to them; input that never ends must not keep us.
     constexpr int turns = 8;
     for (int i = 0; i < turns && source_->turn() > 0 && source_->fileDescriptor() >= 0; ++i) {
-    }
-}
-
-void Session::expectSaved() {
-    UserDefaults& defaults = platform().userDefaults();
-    if (!defaults.synchronize()) {
-        throw Failure("not saved: " + defaults.lastError());
     }
 }
 

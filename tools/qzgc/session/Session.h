@@ -25,13 +25,19 @@ public:
 
 /// What the commands have in common on the command line.
 struct SessionOptions {
-    std::string application = {}; ///< whose preferences are read and edited; empty: the tool's own
-    std::string actions = {};     ///< file with the application's actions; empty: a built-in set
-    std::string from = {};        ///< recording whose devices take the place of this machine's; empty: the machine's
-    bool mayStore = false;        ///< whether the preferences may be changed, were it to bring an old form up to date
-    bool fast = false;            ///< whether a recording is played without waiting
+    std::string application = {};  ///< whose preferences are read and edited; empty: the tool's own
+    std::string actions = {};      ///< file with the application's actions; empty: a built-in set
+    std::string from = {};         ///< recording whose devices take the place of this machine's; empty: the machine's
+    bool mayStore = false;         ///< whether the preferences may be changed, were it to bring an old form up to date
+    bool passesOverStored = false; ///< whether, without mayStore, all is looked at as if nothing were stored
+    bool fast = false;             ///< whether a recording is played without waiting
     std::optional<double> seconds = std::nullopt; ///< how long a command follows its devices, where it has such a limit
 };
+
+/// The name of a file as a shell, and the command line, read it.
+std::string fileWord(const std::string& name);
+/// "'qzgc list --from flight.hid'": for messages, a command to run next, about the controllers of the same source.
+std::string commandText(const std::string& command, const SessionOptions& options);
 
 /// A delegate that admits everything and passes over all else; commands override what they need.
 class Listener : public QZGCHIDManagerDelegate {
@@ -66,18 +72,17 @@ public:
 
     Source& source() noexcept { return *source_; }
     platform::Platform& platform() noexcept { return reading_ ? *reading_ : source_->platform(); }
+    /// The preferences on the disk, whether or not those of `platform` are a copy.
+    platform::UserDefaults& stored() noexcept { return source_->platform().userDefaults(); }
     QZGCHIDManager& manager() noexcept { return *manager_; }
     const std::shared_ptr<QZGCConfigurationManager>& configuration() const noexcept { return configuration_; }
-
-    /// Throws Failure when the preferences have not reached the disk.
-    void expectSaved();
 
 private:
     static void deviceMatched(void* context, platform::IOReturn result, void* sender, platform::IOHIDDeviceRef device);
 
     std::unique_ptr<Source> source_;
     std::unique_ptr<platform::Platform> reading_; ///< the source's, with a copy of the preferences
-    std::string application_;
+    SessionOptions options_;
     std::shared_ptr<QZGCConfigurationManager> configuration_;
     std::shared_ptr<QZGCHIDManager> manager_;
     std::shared_ptr<Listener> listener_;

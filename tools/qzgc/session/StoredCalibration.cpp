@@ -66,7 +66,7 @@ std::optional<std::map<std::string, Numbers>> numbersIn(const PropertyList::Dict
 } // namespace
 
 void expectUsableCalibration(platform::IOHIDDeviceRef device, const platform::UserDefaults& defaults,
-                             const std::string& application) {
+                             const SessionOptions& options) {
     // Beside preferences that hold nothing, so that the device can be looked at.
     platform::VirtualPlatform beside;
     const auto manager = QZGCHIDManager::create(nullptr, beside);
@@ -86,13 +86,16 @@ void expectUsableCalibration(platform::IOHIDDeviceRef device, const platform::Us
         const bool isShort = found->second.size() < 3;
         if (isShort || !isBorne(found->second)) {
             // Not the file, whose name the platform makes of the application's.
+            const std::string& application = options.application;
             std::string message = "the calibration stored in ";
             message.append(application.empty() ? "qzgc's own preferences"
                                                : "the preferences of \"" + application + '"');
             message.append(" cannot be used: \"").append(key);
             message.append("\" has for control ").append(cookie);
             message.append(isShort ? " fewer than three numbers" : " numbers that are too far apart");
-            throw Failure(message + "; remove this key, and calibrate the controller again");
+            const std::string removal = "calibrate " + shellWord(looked->userPrefIDs().aInstanceID) + " --reset" +
+                                        (application.empty() ? "" : " --application " + shellWord(application));
+            throw Failure(message + "; " + commandText(removal, options) + " removes it");
         }
     }
 }

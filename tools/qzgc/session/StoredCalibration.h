@@ -3,15 +3,13 @@
 
 #include "platform/HID.h"
 #include "platform/UserDefaults.h"
-
-#include <string>
+#include "tools/qzgc/session/Session.h"
 
 namespace qz::tools {
 
 /// Throws Failure when the preferences hold a calibration for this device that the library would end the process for,
-/// at its arrival or at some value that a control can send. `application` is whose preferences they are; empty: the
-/// tool's own.
+/// at its arrival or at some value that a control can send. The options say whose preferences they are.
 void expectUsableCalibration(platform::IOHIDDeviceRef device, const platform::UserDefaults& defaults,
-                             const std::string& application);
+                             const SessionOptions& options);
 
 } // namespace qz::tools

@@ -2,6 +2,7 @@
 #include "tools/qzgc/session/Text.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace qz::tools {
 
@@ -53,6 +54,23 @@ std::string withoutControlCharacters(std::string text) {
         }
     }
     return text;
+}
+
+std::string shellWord(std::string_view text) {
+    constexpr std::string_view plain = "_@%+:,./-";
+    const bool isShown = withoutControlCharacters(std::string(text)) == text;
+    std::string word;
+    for (const char each : text) {
+        const auto byte = static_cast<unsigned char>(each);
+        const bool isPlain = std::isalnum(byte) != 0 || plain.find(each) != std::string_view::npos;
+        if (!isShown && !isPlain) {
+            word += {'\\', static_cast<char>('0' + (byte >> 6)), static_cast<char>('0' + (byte >> 3 & 7)),
+                     static_cast<char>('0' + (byte & 7))};
+        } else {
+            word.append(isPlain || byte >= 0x80 ? "" : "\\").append(1, each);
+        }
+    }
+    return isShown ? word.empty() ? "\"\"" : word : "$'" + word + '\'';
 }
 
 } // namespace qz::tools

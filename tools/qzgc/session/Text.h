@@ -21,4 +21,8 @@ std::string joined(const std::vector<std::string>& parts);
 /// `text` on one line: with blanks in place of control characters and of those that turn the direction of writing.
 std::string withoutControlCharacters(std::string text);
 
+/// `text` as one word of a shell's command line, with backslashes, so that it can stand in a message between quotes.
+/// What a message cannot show as it is becomes $'...'.
+std::string shellWord(std::string_view text);
+
 } // namespace qz::tools

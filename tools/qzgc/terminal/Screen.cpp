@@ -173,6 +173,10 @@ bool inputIsTerminal() {
     return ::isatty(STDIN_FILENO) != 0;
 }
 
+bool errorIsTerminal() {
+    return ::isatty(STDERR_FILENO) != 0;
+}
+
 Screen::Screen(const std::string& remedy) {
     unicode_ = takeLocale();
     ::tcgetattr(STDIN_FILENO, &settingsBefore);

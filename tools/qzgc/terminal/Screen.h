@@ -11,6 +11,8 @@ namespace qz::tools {
 /// Whether the standard output, and the standard input, are terminals that can show full-screen views and send keys.
 bool outputIsTerminal();
 bool inputIsTerminal();
+/// Whether somebody reads messages as they come.
+bool errorIsTerminal();
 
 /// Keys that are no characters.
 enum Key : int {
