@@ -27,12 +27,10 @@ const std::shared_ptr<QZHIDDevice>* QZHIDDeviceTable::find(IOHIDDeviceRef handle
     return found != places_.end() ? &entries_[found->second.position].second : nullptr;
 }
 
-[[gnu::hot]] QZHIDDevice* QZHIDDeviceTable::device(IOHIDDeviceRef handle) const {
-    if (last_.second == nullptr || last_.first != handle) {
-        const auto found = places_.find(handle);
-        last_ = {handle, found != places_.end() ? found->second.device : nullptr};
-    }
-    return last_.second;
+// With the map's own code in it, which is nowhere near otherwise.
+[[gnu::hot, gnu::flatten]] QZHIDDevice* QZHIDDeviceTable::device(IOHIDDeviceRef handle) const {
+    const auto found = places_.find(handle);
+    return found != places_.end() ? found->second.device : nullptr;
 }
 
 void QZHIDDeviceTable::set(IOHIDDeviceRef handle, std::shared_ptr<QZHIDDevice> device) {
@@ -40,7 +38,6 @@ void QZHIDDeviceTable::set(IOHIDDeviceRef handle, std::shared_ptr<QZHIDDevice> d
         remove(handle);
         return;
     }
-    last_ = {};
     entries_.reserve(entries_.size() + 1);
     const auto [found, isNew] = places_.try_emplace(handle, Place{entries_.size(), device.get()});
     if (isNew) {
@@ -58,7 +55,6 @@ void QZHIDDeviceTable::remove(IOHIDDeviceRef handle) {
         return;
     }
     const std::size_t position = found->second.position;
-    last_ = {};
     places_.erase(found);
     const Entry removed = std::move(entries_[position]);
     entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(position));

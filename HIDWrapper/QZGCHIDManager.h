@@ -40,8 +40,6 @@ private:
 
     std::vector<Entry> entries_;
     std::unordered_map<qz::platform::IOHIDDeviceRef, Place> places_;
-    /// What `device` last found, or null: values come many in a row from one device.
-    mutable std::pair<qz::platform::IOHIDDeviceRef, QZHIDDevice*> last_ = {};
 };
 
 /// The entry point of the library: finds joysticks and gamepads, admits them with the delegate's consent, follows them
