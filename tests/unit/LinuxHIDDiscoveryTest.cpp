@@ -487,6 +487,20 @@ TEST_F(LinuxHIDDiscovery, ReportsTheRemovalBeforeTheNewcomerAlsoWhenTheNewsIsLos
     EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1", "removed pad", "matched other"));
 }
 
+TEST_F(LinuxHIDDiscovery, ReportsTheRemovalBeforeTheNewcomerAlsoWhenItListsWhileTheOldOneIsDrained) {
+    setUp();
+    const int pad = plugReported(fakePad("pad"));
+    client.onValue = [&](IOHIDValueRef) {
+        client.onValue = nullptr;
+        kernel.unplug(pad);
+        EXPECT_EQ(kernel.plug(fakePad("other")), pad);
+        IOHIDManagerSetDeviceMatchingMultiple(client.manager(), ::qz::tests::gameControllers());
+    };
+    kernel.send(pad, button(true));
+    kernel.send(pad, button(false));
+    EXPECT_THAT(turnAndTold(), ElementsAre("value pad 9:1 1", "value pad 9:1 0", "removed pad", "matched other"));
+}
+
 TEST_F(LinuxHIDDiscovery, IsSilentAboutDescriptorsThatAreRefusedOrEmpty) {
     setUp();
     FakeHIDDevice device = fakePad("pad");
