@@ -41,34 +41,31 @@ const PropertyValue* HIDDevice::property(std::string_view key) {
     if (!hasProperty(key)) {
         loadProperties();
     }
-    const auto found = findProperty(key);
-    return found != properties_.end() ? &found->second : nullptr;
+    const NamedProperty* const found = findProperty(key);
+    return found != nullptr && found->value ? &*found->value : nullptr;
 }
 
 std::optional<RecordedDevice> HIDDevice::recordedDevice() {
     return std::nullopt;
 }
 
-std::vector<HIDDevice::NamedProperty>::const_iterator HIDDevice::findProperty(std::string_view key) const noexcept {
-    return std::ranges::find(properties_, key, &NamedProperty::first);
+HIDDevice::NamedProperty* HIDDevice::findProperty(std::string_view key) noexcept {
+    const auto found = std::ranges::find(properties_, key, &NamedProperty::name);
+    return found != properties_.end() ? &*found : nullptr;
 }
 
-bool HIDDevice::hasProperty(std::string_view key) const noexcept {
-    return findProperty(key) != properties_.end();
+bool HIDDevice::hasProperty(std::string_view key) noexcept {
+    const NamedProperty* const found = findProperty(key);
+    return found != nullptr && found->value;
 }
 
 void HIDDevice::setProperty(std::string_view key, PropertyValue value) {
-    constexpr std::size_t usualProperties = 6;
     ++propertyRevision_;
-    const auto found = findProperty(key);
-    if (found != properties_.end()) {
-        properties_[static_cast<std::size_t>(found - properties_.begin())].second = std::move(value);
-        return;
+    if (NamedProperty* const found = findProperty(key)) {
+        found->value = std::move(value);
+    } else {
+        properties_.push_back({std::string(key), std::move(value)});
     }
-    if (properties_.empty()) {
-        properties_.reserve(usualProperties);
-    }
-    properties_.emplace_back(key, std::move(value));
 }
 
 void HIDDevice::setProperties(HIDProperties properties) {
@@ -78,8 +75,8 @@ void HIDDevice::setProperties(HIDProperties properties) {
 }
 
 void HIDDevice::removeProperty(std::string_view key) {
-    if (const auto found = findProperty(key); found != properties_.end()) {
-        properties_.erase(found);
+    if (hasProperty(key)) {
+        findProperty(key)->value.reset();
         ++propertyRevision_;
     }
 }

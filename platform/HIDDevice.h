@@ -3,6 +3,8 @@
 
 #include "platform/HID.h"
 
+#include <deque>
+
 namespace qz::platform {
 
 struct RecordedDevice;
@@ -67,7 +69,7 @@ protected:
     /// Sets all of these.
     void setProperties(HIDProperties properties);
     /// Whether the property is there, without asking the back end for more.
-    bool hasProperty(std::string_view key) const noexcept;
+    bool hasProperty(std::string_view key) noexcept;
     void removeProperty(std::string_view key);
 
     /// Takes the elements over, once. `children[i]` lists the members of element i as indices, absent where there is no
@@ -88,12 +90,16 @@ protected:
     void markGone() noexcept { gone_ = true; }
 
 private:
-    using NamedProperty = std::pair<std::string, PropertyValue>;
+    struct NamedProperty {
+        std::string name;
+        std::optional<PropertyValue> value; ///< absent once it has been removed
+    };
 
-    std::vector<NamedProperty>::const_iterator findProperty(std::string_view key) const noexcept;
+    NamedProperty* findProperty(std::string_view key) noexcept;
     std::optional<std::size_t> indexOf(IOHIDElementRef element) const;
 
-    std::vector<NamedProperty> properties_; ///< a handful, which a search from the front finds soonest
+    /// A handful, which a search from the front finds soonest. Clients hold pointers to values, so none ever moves.
+    std::deque<NamedProperty> properties_;
     std::uint64_t propertyRevision_ = 0;
     std::vector<HIDUsagePair> usagePairs_;
     std::optional<std::vector<HIDElement>> elements_;

@@ -30,8 +30,8 @@ public:
     /// none and wants to be asked at every turn.
     virtual int fileDescriptor() const noexcept = 0;
 
-    /// Called by a loop that has answered false to `RunLoop::usesDescriptors`, before that changes: only from now on
-    /// the descriptor has to tell of everything.
+    /// Called by a loop that has answered false to `RunLoop::usesDescriptors` when that changes: only from now on the
+    /// descriptor has to tell of everything. A source that is added later asks the loop itself.
     virtual void descriptorIsUsed() noexcept {}
 
     /// Whether `perform` finds out itself that there is nothing to do, so that it may be called also when the

@@ -81,11 +81,14 @@ bool HIDRawWatch::add(int descriptor, std::uint64_t serial) {
                                {.fd = descriptor, .events = POLLIN, .revents = 0}); // which takes no room in the kernel
         places_.push_back({.serial = serial, .isInSet = false});
     }
-    if (!usesSet_ && polled_.size() <= mostPolled) {
-        return true;
+    Polled& place = places_[static_cast<std::size_t>(found - polled_.begin())];
+    if (usesSet_) {
+        place.isInSet = place.isInSet || watch(descriptor, serial);
+        isMissing_ = isMissing_ || !place.isInSet;
+    } else if (polled_.size() > mostPolled) {
+        useSet();
     }
-    useSet();
-    return places_[static_cast<std::size_t>(found - polled_.begin())].isInSet;
+    return !usesSet_ || place.isInSet;
 }
 
 void HIDRawWatch::useSet() noexcept {
@@ -145,18 +148,21 @@ void HIDRawWatch::remove(int descriptor) {
     return {events_.data(), static_cast<std::size_t>(std::max(count, 0))};
 }
 
-/// The first ones that are ready, as many as are answered at once.
+/// Those that do not fit come first the next time.
 [[gnu::hot]] std::span<const epoll_event> HIDRawWatch::pollEach(int milliseconds) {
     static_assert(POLLIN == EPOLLIN && POLLHUP == EPOLLHUP && POLLERR == EPOLLERR);
     const int ready = calls_.poll(polled_.data(), polled_.size(), milliseconds);
+    std::size_t i = nextPolled_ < polled_.size() ? nextPolled_ : 0;
     std::size_t count = 0;
-    for (std::size_t i = 0; ready > 0 && i < polled_.size() && count < events_.size(); ++i) {
+    for (std::size_t left = ready > 0 ? polled_.size() : 0; left > 0 && count < events_.size(); --left) {
         if (polled_[i].revents != 0) {
             events_[count].events = static_cast<std::uint32_t>(polled_[i].revents);
             events_[count].data.u64 = places_[i].serial;
             ++count;
         }
+        i = i + 1 < polled_.size() ? i + 1 : 0;
     }
+    nextPolled_ = count == events_.size() ? i : 0;
     return {events_.data(), count};
 }
 

@@ -51,7 +51,11 @@ public:
     /// `poll`.
     void useSet() noexcept;
 
-    /// Watches a node that was opened; `serial` is above 0. False when the kernel has no resources left.
+    /// Whether whoever waits is told of all that has been added: false after the kernel has refused some.
+    bool isComplete() const noexcept { return !isMissing_; }
+
+    /// Watches a node that was opened; `serial` is above 0. False when the kernel has no resources left for what this
+    /// takes at present, which without the set is nothing.
     bool add(int descriptor, std::uint64_t serial);
     void remove(int descriptor);
 
@@ -93,6 +97,7 @@ private:
     bool awake_ = false;
     bool usesSet_ = false;       ///< whether the nodes have to be in the set
     bool isMissing_ = false;     ///< whether some should be in the set and are not
+    std::size_t nextPolled_ = 0; ///< where `pollEach` begins to look, when there was no room for all the last time
     std::vector<pollfd> polled_; ///< all descriptors but what wakes the set
     std::vector<Polled> places_; ///< what belongs to each of `polled_`
     std::array<epoll_event, 32> events_{};

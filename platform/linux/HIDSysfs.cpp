@@ -195,10 +195,12 @@ bool HIDRawClass::list(std::vector<std::string>& names) {
     return size == 0;
 }
 
-void HIDRawClass::close() noexcept {
-    if (descriptor_ >= 0) {
-        calls_.close(std::exchange(descriptor_, -1));
+bool HIDRawClass::close() noexcept {
+    if (descriptor_ < 0) {
+        return false;
     }
+    calls_.close(std::exchange(descriptor_, -1));
+    return true;
 }
 
 int readReportDescriptor(SystemCalls& calls, const HIDDevicePath& device, std::vector<std::uint8_t>& bytes) {

@@ -33,9 +33,10 @@ public:
     /// Puts the names of the nodes that the kernel lists into `names`, by their numbers. False when the list is not
     /// complete. Where there is none, on a kernel without this class of devices or in a sandbox, it is empty.
     ///
-    /// The directory stays open until `close`: an entry is found sooner from there than from the root.
+    /// The directory stays open until `close`, which says whether it was: an entry is found sooner from there than from
+    /// the root.
     bool list(std::vector<std::string>& names);
-    void close() noexcept;
+    bool close() noexcept;
 
     HIDDevicePath devicePath(const std::string& name) const;
 

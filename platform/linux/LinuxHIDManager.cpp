@@ -216,8 +216,8 @@ bool LinuxHIDManager::deliver(const Notice& notice) {
 }
 
 /// Whether the kernel says so when there is something to read: always of changes of nodes (null).
-[[gnu::hot]] bool LinuxHIDManager::isToldByKernel(const Node* node) noexcept {
-    return node == nullptr || (node->isWatched && !node->hasEnded);
+[[gnu::hot]] bool LinuxHIDManager::isToldByKernel(const Node* node) const noexcept {
+    return node == nullptr || (node->isWatched && !node->hasEnded && watch_.isComplete());
 }
 
 /// Forgets of what has been read in this round that it may have more, as far as the kernel will say so.

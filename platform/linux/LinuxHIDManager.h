@@ -38,7 +38,7 @@ private:
         bool isKnown = false;                             ///< whether its descriptor has been read
         bool hasEnded = false;                            ///< open, and nothing comes after what can still be read
         bool isToBeConfirmed = false;                     ///< open, but perhaps another device's
-        bool isWatched = false;                           ///< whether the kernel wakes us for it
+        bool isWatched = false;                           ///< whether `watch_` has taken it
         bool isDeleted = false;                           ///< ended, and the name may be another node's by now
         std::size_t readsLeft = reportsKept;              ///< once it is deleted
         bool isReported = false;                          ///< for certain; it remains so until it has gone
@@ -81,7 +81,7 @@ private:
     bool isToPoll() noexcept;
     void poll();
     void leaveToKernel() noexcept;
-    static bool isToldByKernel(const Node* node) noexcept;
+    bool isToldByKernel(const Node* node) const noexcept;
     void makeReady(std::uint64_t serial, std::size_t among);
     bool readReport(Node& node);
     void takeIn(const Node& node, std::span<const std::uint8_t> report);
@@ -94,6 +94,8 @@ private:
     void examine(Node& node);
     void identify(Node& node);
     void openNode(Node& node);
+    template<typename Open>
+    int withRoom(const Open& open);
     void confirmOpened();
     bool hasChanged(const Node& node) const;
     void watchOpened();

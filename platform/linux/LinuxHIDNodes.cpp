@@ -110,11 +110,19 @@ void LinuxHIDManager::examine(Node& node) {
     }
 }
 
+/// What `open` answers, an error of the system or 0. While nodes are listed that may be the last descriptor's doing,
+/// and then it is given back and `open` tried again.
+template<typename Open>
+int LinuxHIDManager::withRoom(const Open& open) {
+    const int error = open();
+    return (error == EMFILE || error == ENFILE) && class_.close() ? open() : error;
+}
+
 void LinuxHIDManager::identify(Node& node) {
     // The place first: what stands there is this device's, while the name may be another's by the next call.
     HIDDevicePath path = class_.devicePath(node.name);
     std::vector<std::uint8_t> bytes;
-    if (const int error = readReportDescriptor(calls_, path, bytes); error != 0) {
+    if (const int error = withRoom([&] { return readReportDescriptor(calls_, path, bytes); }); error != 0) {
         isListed_ = isListed_ && statusOfOpening(error) != kIOReturnNoResources;
         return;
     }
@@ -137,7 +145,7 @@ void LinuxHIDManager::openNode(Node& node) {
         }
         return;
     }
-    const int error = node.device->openNode(nodePath(node));
+    const int error = withRoom([&] { return node.device->openNode(nodePath(node)); });
     if (error == ENOENT || error == ENODEV || error == ENXIO) {
         return; // it has gone again, or comes later than what sysfs says of it
     }

@@ -25,7 +25,8 @@ struct ReportField {
 
 /// Up to eight bytes from `offset` on as a little-endian number; bytes beyond the end of `bytes` read as 0.
 inline std::uint64_t loadLittleEndian(std::span<const std::uint8_t> bytes, std::size_t offset) noexcept {
-    const std::size_t count = offset < bytes.size() ? bytes.size() - offset : 0;
+    offset = std::min(offset, bytes.size());
+    const std::size_t count = bytes.size() - offset;
     const std::uint8_t* const first = bytes.data() + offset;
     std::uint64_t loaded = 0;
     if constexpr (std::endian::native == std::endian::little) {

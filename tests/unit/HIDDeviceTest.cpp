@@ -47,6 +47,22 @@ TEST(HIDDevice, KeepsPropertiesOfEveryKindByName) {
     EXPECT_EQ(device->property(""), nullptr);
 }
 
+TEST(HIDDevice, KeepsAPropertyWhereItIsWhileOthersComeAndGo) {
+    const auto device = makeDevice();
+    device->setProperty("gone", "soon");
+    device->setProperty("kept", "still the same text");
+    const PropertyValue* const kept = device->property("kept");
+    for (int i = 0; i < 100; ++i) {
+        device->setProperty("number " + std::to_string(i), std::int64_t{i});
+    }
+    device->removeProperty("gone");
+    EXPECT_EQ(device->property("kept"), kept);
+    EXPECT_EQ(*kept, PropertyValue("still the same text"));
+    EXPECT_EQ(device->property("gone"), nullptr);
+    device->setProperty("gone", "back");
+    EXPECT_EQ(*device->property("gone"), PropertyValue("back"));
+}
+
 TEST(HIDDevice, RaisesThePropertyRevisionWithEveryChange) {
     const auto device = makeDevice();
     std::uint64_t last = device->propertyRevision();

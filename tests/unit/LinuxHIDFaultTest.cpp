@@ -225,11 +225,36 @@ TEST(FailingSystemCallsOfHIDDevices, LeaveEverySessionAfterThemWhole) {
 
 class LinuxHIDWithoutResources : public LinuxHIDFixture {
 protected:
+    /// Lets no file be opened while so many descriptors are open.
+    void limitDescriptors(std::size_t limit) {
+        kernel.setScript([limit](std::string_view call) {
+            return call == "open" && openDescriptors() > limit ? EMFILE : 0; // one of them is the counting's own
+        });
+    }
+
     /// Has every such call fail.
     void failAll(std::string call, int error) {
         kernel.setScript([call = std::move(call), error](std::string_view made) { return made == call ? error : 0; });
     }
 };
+
+TEST_F(LinuxHIDWithoutResources, TakesNoMoreDescriptorsForADeviceThanItsOwn) {
+    setUp();
+    turn();
+    const std::size_t before = openDescriptors() - 1;
+    limitDescriptors(before);
+    kernel.plug(fakePad("pad"));
+    for (int i = 0; i < 3; ++i) {
+        dispatch();
+    }
+    EXPECT_THAT(told(), IsEmpty());
+    limitDescriptors(before + 1);
+    for (int i = 0; i < 3; ++i) {
+        dispatch();
+    }
+    EXPECT_THAT(told(), ::testing::ElementsAre("matched unnamed")) << "finding out its name would take another";
+    EXPECT_EQ(kernel.openNodes(), 1U);
+}
 
 TEST_F(LinuxHIDWithoutResources, SaysSoWhenItIsOpenedAndWorksOnceThereAreSome) {
     for (const auto& [call, error] : std::vector<std::pair<const char*, int>>{{"epollCreate", EMFILE},

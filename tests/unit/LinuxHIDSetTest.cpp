@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/unit/LinuxHIDFixture.h"
 
-#include <algorithm>
+#include <set>
 
 namespace qz::platform::tests {
 namespace {
@@ -97,6 +97,79 @@ TEST_F(LinuxHIDSet, IsTriedAgainInEachTurnWhenTheKernelRefuses) {
     EXPECT_EQ(run(), 1U);
     kernel.send(pad, button(true));
     EXPECT_TRUE(wouldWake());
+}
+
+TEST_F(LinuxHIDSet, IsGoneBackToOnceItHasAll) {
+    setUp();
+    const int pad = plugAndRun("pad");
+    kernel.refusesAdditions = true;
+    EXPECT_FALSE(wouldWake());
+    kernel.send(pad, button(true));
+    EXPECT_EQ(dispatch(), 1U) << "also by a turn that does not wait";
+    told();
+    kernel.refusesAdditions = false;
+    dispatch();
+    kernel.send(pad, button(false));
+    EXPECT_TRUE(wouldWake());
+    std::vector<std::string> calls;
+    kernel.setScript([&](std::string_view call) { return calls.emplace_back(call), 0; });
+    EXPECT_EQ(dispatch(), 1U);
+    EXPECT_THAT(calls, ElementsAre("read", "epollWait"));
+}
+
+TEST_F(LinuxHIDSet, LeavesTheDescriptorReadableForWhatATurnHasLeftAlsoWhenItLacksNodes) {
+    setUp();
+    std::vector<int> pads;
+    for (int i = 0; i < 4; ++i) {
+        pads.push_back(plugAndRun("pad"));
+    }
+    kernel.refusesAdditions = true;
+    EXPECT_FALSE(wouldWake());
+    for (int i = 0; i < 60; ++i) {
+        for (const int pad : pads) {
+            kernel.send(pad, button(i % 2 == 0));
+        }
+    }
+    dispatch();
+    EXPECT_LT(events.size(), 240U);
+    EXPECT_TRUE(wouldWake());
+    turn();
+    EXPECT_EQ(told().size(), 240U);
+}
+
+TEST_F(LinuxHIDSet, ServesAllNodesAlsoWhenItLacksSomeOfMany) {
+    setUp();
+    std::vector<int> pads;
+    for (int i = 0; i < 39; ++i) {
+        pads.push_back(plugAndRun("pad" + std::to_string(i)));
+    }
+    kernel.refusesAdditions = true;
+    pads.push_back(plugAndRun("pad39"));
+    std::set<std::string> heard;
+    for (int i = 0; i < 20; ++i) {
+        for (const int pad : pads) {
+            for (int k = 0; k < 6; ++k) {
+                kernel.send(pad, button(k % 2 == 0));
+            }
+        }
+        run();
+        for (const std::string& line : told()) {
+            heard.insert(line.substr(0, line.find(" 9:")));
+        }
+    }
+    EXPECT_EQ(heard.size(), pads.size());
+}
+
+TEST_F(LinuxHIDSet, AsksOnceInATurnForEachNodeThatItLacks) {
+    setUp();
+    EXPECT_FALSE(wouldWake());
+    kernel.refusesAdditions = true;
+    for (int i = 0; i < 20; ++i) {
+        plugAndRun("pad");
+    }
+    countChanges();
+    run();
+    EXPECT_LE(changes, 40) << "by whom it is told, and by who waits";
 }
 
 TEST_F(LinuxHIDSet, IsUsedForMoreNodesThanAreWaitedForOneByOne) {

@@ -55,6 +55,20 @@ TEST(ReportField, ReachesBothEndsOf32Bits) {
     EXPECT_EQ(fieldValue(lowest, {0, 32, false}), 2147483648);
 }
 
+TEST(LittleEndianNumber, HasZerosForWhatIsBeyondTheEnd) {
+    const std::vector<std::uint8_t> bytes{0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08, 0x09};
+    EXPECT_EQ(loadLittleEndian(bytes, 0), 0x0807060504030201U);
+    EXPECT_EQ(loadLittleEndian(bytes, 1), 0x0908070605040302U);
+    EXPECT_EQ(loadLittleEndian(bytes, 2), 0x09080706050403U);
+    EXPECT_EQ(loadLittleEndian(bytes, 4), 0x0908070605U);
+    EXPECT_EQ(loadLittleEndian(bytes, 5), 0x09080706U);
+    EXPECT_EQ(loadLittleEndian(bytes, 6), 0x090807U);
+    EXPECT_EQ(loadLittleEndian(bytes, 8), 0x09U);
+    EXPECT_EQ(loadLittleEndian(bytes, 9), 0U);
+    EXPECT_EQ(loadLittleEndian(bytes, 1000), 0U);
+    EXPECT_EQ(loadLittleEndian({}, 0), 0U);
+}
+
 TEST(ReportField, EndsWithTheByteOfItsLastBit) {
     EXPECT_EQ((ReportField{0, 1, false}).end(), 1U);
     EXPECT_EQ((ReportField{0, 8, false}).end(), 1U);
