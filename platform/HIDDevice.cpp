@@ -68,9 +68,9 @@ void HIDDevice::setProperty(std::string_view key, PropertyValue value) {
     }
 }
 
-void HIDDevice::setProperties(HIDProperties properties) {
-    for (auto& [key, value] : properties) {
-        setProperty(key, std::move(value));
+void HIDDevice::setProperties(const HIDProperties& properties) {
+    for (const auto& [key, value] : properties) {
+        setProperty(key, value);
     }
 }
 
@@ -166,7 +166,8 @@ bool HIDDevice::fits(const HIDCriterion& criterion) {
     if (!othersFit) {
         return false;
     }
-    const auto& [page, usage, others] = criterion;
+    const auto& page = criterion.usagePage;
+    const auto& usage = criterion.usage;
     if (usagePairs_.empty()) {
         return (!page || isInteger(property("PrimaryUsagePage"), *page)) &&
                (!usage || isInteger(property("PrimaryUsage"), *usage));

@@ -67,7 +67,7 @@ protected:
 
     void setProperty(std::string_view key, PropertyValue value);
     /// Sets all of these.
-    void setProperties(HIDProperties properties);
+    void setProperties(const HIDProperties& properties);
     /// Whether the property is there, without asking the back end for more.
     bool hasProperty(std::string_view key) noexcept;
     void removeProperty(std::string_view key);

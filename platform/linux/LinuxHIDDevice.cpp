@@ -45,8 +45,8 @@ std::uint16_t cut(std::uint32_t number) {
 
 LinuxHIDDevice::LinuxHIDDevice(SystemCalls& calls, std::vector<std::uint8_t> bytes, ReportDescriptor descriptor,
                                HIDDevicePath path)
-    : ReportDevice(std::move(descriptor), {}), calls_(calls), path_(std::move(path)), bytes_(std::move(bytes)),
-      identity_(numbersInName(path_)) {
+    : ReportDevice(std::move(descriptor), HIDProperties{}), calls_(calls), path_(std::move(path)),
+      bytes_(std::move(bytes)), identity_(numbersInName(path_)) {
     if (identity_.bus == 0 && identity_.vendor == 0 && identity_.product == 0) {
         return;
     }
@@ -84,7 +84,7 @@ void LinuxHIDDevice::loadProperties() {
     }
     HIDProperties properties;
     isComplete_ = readProperties(calls_, path_, properties, identity_);
-    setProperties(std::move(properties));
+    setProperties(properties);
 }
 
 std::optional<RecordedDevice> LinuxHIDDevice::recordedDevice() {

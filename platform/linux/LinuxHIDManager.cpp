@@ -80,6 +80,14 @@ void LinuxHIDManager::discover() {
     }
 }
 
+/// What a turn has left in nodes that the set now has no room for, nobody would be told of: the next turn looks.
+void LinuxHIDManager::descriptorIsUsed() noexcept {
+    watch_.useSet();
+    if (!watch_.isComplete()) {
+        watch_.setAwake(true);
+    }
+}
+
 [[gnu::hot]] void LinuxHIDManager::beginTurn(int milliseconds) {
     reads_ = 0;
     hasPolled_ = false;

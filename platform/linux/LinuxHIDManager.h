@@ -65,7 +65,7 @@ private:
     ~LinuxHIDManager() override;
 
     [[gnu::hot]] int fileDescriptor() const noexcept override { return watch_.fileDescriptor(); }
-    void descriptorIsUsed() noexcept override { watch_.useSet(); }
+    void descriptorIsUsed() noexcept override;
     bool mayBeAskedAnytime() const noexcept override { return true; }
     bool acquire() override;
     void discover() override;

@@ -11,9 +11,9 @@ ReportDevice::ReportDevice() = default;
 
 ReportDevice::~ReportDevice() = default;
 
-ReportDevice::ReportDevice(ReportDescriptor descriptor, HIDProperties properties)
+ReportDevice::ReportDevice(ReportDescriptor descriptor, const HIDProperties& properties)
     : decoder_(std::make_unique<ReportDecoder>(descriptor)) {
-    setProperties(std::move(properties));
+    setProperties(properties);
     if (!descriptor.applications.empty()) {
         const HIDUsagePair primary = descriptor.applications.front();
         for (const auto& [key, number] :

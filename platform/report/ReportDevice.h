@@ -16,7 +16,7 @@ class QZGC_EXPORT ReportDevice : public HIDDevice {
 public:
     /// "PrimaryUsagePage" and "PrimaryUsage", where `properties` lacks them, are those of the first application
     /// collection.
-    ReportDevice(ReportDescriptor descriptor, HIDProperties properties);
+    ReportDevice(ReportDescriptor descriptor, const HIDProperties& properties);
     ~ReportDevice() override;
 
     /// Takes an input report in, its ID in front where the descriptor has report IDs: all that it carries becomes the

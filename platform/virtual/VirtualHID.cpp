@@ -38,8 +38,8 @@ VirtualDevice::VirtualDevice(VirtualDeviceDescription description) {
     setElements(std::move(elements), children);
 }
 
-VirtualDevice::VirtualDevice(ReportDescriptor descriptor, HIDProperties properties)
-    : ReportDevice(std::move(descriptor), std::move(properties)) {}
+VirtualDevice::VirtualDevice(ReportDescriptor descriptor, const HIDProperties& properties)
+    : ReportDevice(std::move(descriptor), properties) {}
 
 VirtualDevice::VirtualDevice(ReportDescriptor descriptor, RecordedDevice recorded)
     : ReportDevice(std::move(descriptor), propertiesOf(identityOf(recorded))), recorded_(std::move(recorded)) {}

@@ -36,7 +36,7 @@ class QZGC_EXPORT VirtualDevice final : public ReportDevice {
 public:
     explicit VirtualDevice(VirtualDeviceDescription description);
     /// The real device minus the wire: its elements follow from `descriptor`, and it takes reports.
-    VirtualDevice(ReportDescriptor descriptor, HIDProperties properties);
+    VirtualDevice(ReportDescriptor descriptor, const HIDProperties& properties);
     /// The device that was recorded: it has the properties, and so the IDs, that the Linux back end gives to one with
     /// this name, place and so on. `descriptor` is what the recording's descriptor declares.
     VirtualDevice(ReportDescriptor descriptor, RecordedDevice recorded);
