@@ -51,9 +51,10 @@ bool isObservedRangeNarrowed(const QZHIDElement& element) {
 /// Follows the one control, and what it triggers.
 class CurveListener final : public ChosenControllerListener {
 public:
-    CurveListener(const SessionOptions& options, ControllerIdentity chosen, std::string_view control,
+    CurveListener(SessionOptions options, ControllerIdentity chosen, std::string_view control,
                   std::optional<double> hysteresis)
-        : ChosenControllerListener(std::move(chosen)), options_(options), control_(control), hysteresis_(hysteresis) {}
+        : ChosenControllerListener(std::move(chosen)), options_(std::move(options)), control_(control),
+          hysteresis_(hysteresis) {}
 
     void hidManagerDeviceConnected(QZGCHIDManager& /*manager*/, const std::shared_ptr<QZHIDDevice>& device) override {
         element_ = findControl(*device, control_, options_);
